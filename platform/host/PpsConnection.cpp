@@ -1,0 +1,72 @@
+#include "platform/host/PpsConnection.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "platform/host/Root.h"
+#include "platform/host/UnixSocket.h"
+
+namespace host {
+
+namespace {
+
+UniqueFd Failed(PpsReply& reply, int error) {
+    // What is missing is the server, not the object.
+    reply.error = error == ENOENT || error == ENOTDIR ? ECONNREFUSED : error;
+    reply.reason =
+        reply.error == ECONNREFUSED ? "no PPS server at " + BelowRoot(kPpsSocket) : std::strerror(reply.error);
+    return {};
+}
+
+} // namespace
+
+UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply) {
+    if (request.size() > kMaxRequest) {
+        return Failed(reply, ENAMETOOLONG);
+    }
+    UniqueFd connection = ConnectTo(BelowRoot(kPpsSocket));
+    if (!connection) {
+        return Failed(reply, errno);
+    }
+    std::string answer;
+    if (::send(connection.Get(), request.data(), request.size(), MSG_NOSIGNAL) < 0 ||
+        !ReceivePacket(connection.Get(), answer)) {
+        return Failed(reply, errno == 0 ? ECONNRESET : errno);
+    }
+    reply = ParseReply(answer);
+    return reply.error == 0 ? std::move(connection) : UniqueFd();
+}
+
+UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply) {
+    UniqueFd connection = RequestOfPpsServer("open " + std::to_string(oflag) + " " + path, reply);
+    if (!connection) {
+        return {};
+    }
+    std::string_view pathOnly = path;
+    if (SplitOptions(pathOnly).wait) {
+        constexpr timeval kForever{0, 0};
+        ::setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &kForever, sizeof kForever);
+    } else {
+        ::fcntl(connection.Get(), F_SETFL, O_NONBLOCK);
+    }
+    return connection;
+}
+
+bool ReceivePacket(int fd, std::string& packet) {
+    packet.resize(kMaxPacket);
+    ssize_t length = 0;
+    do {
+        length = ::recv(fd, packet.data(), packet.size(), 0);
+    } while (length < 0 && errno == EINTR);
+    packet.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+    if (length == 0) {
+        errno = 0;
+    }
+    return length > 0;
+}
+
+} // namespace host

@@ -1,0 +1,31 @@
+#ifndef TLG_PLATFORM_HOST_PPSCONNECTION_H
+#define TLG_PLATFORM_HOST_PPSCONNECTION_H
+
+#include <string>
+
+#include "platform/host/PpsProtocol.h"
+#include "platform/posix/UniqueFd.h"
+
+namespace host {
+
+/// Connects to the PPS server and makes one request.
+///
+/// @param request as in PpsProtocol.h
+/// @param reply   receives the server's answer, or why there is none; a missing server is ECONNREFUSED
+/// @return the connection; empty unless the reply is "ok". It blocks, for two seconds at most.
+UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply);
+
+/// Opens a PPS object as on the target: the descriptor is read, written and polled, and reads do not
+/// block unless the path's options say "wait".
+///
+/// @param path  "/pps/..." with options
+/// @param oflag the target's open flags
+UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply);
+
+/// Receives one packet of at most kMaxPacket bytes. False at the end of the connection and on errors,
+/// with errno set (0 at the end).
+bool ReceivePacket(int fd, std::string& packet);
+
+} // namespace host
+
+#endif

@@ -1,0 +1,65 @@
+// What a client and the PPS server say to each other over one SOCK_SEQPACKET connection:
+//
+//   request = "open " flags " " path ["?" options]     flags: the target's open flags, decimal
+//           | "list"
+//           | "delete " path
+//   reply   = "ok" | "error " errno " " reason
+//
+// After "ok" to an open, the connection is the object: a packet to the server is a write, a packet from
+// it is what one read returns. With the option "ack" the server answers every write with a reply of its
+// own and sends nothing else. After "ok" to a list, each packet holds paths, one a line, and the server
+// closes the connection behind the last.
+#ifndef TLG_PLATFORM_HOST_PPSPROTOCOL_H
+#define TLG_PLATFORM_HOST_PPSPROTOCOL_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// The target's open flags, as the system's file table has them.
+namespace target_flags {
+constexpr int kAccessMask = 0x3;
+constexpr int kReadOnly = 0x0;
+constexpr int kWriteOnly = 0x1;
+constexpr int kReadWrite = 0x2;
+constexpr int kCreate = 0x100;
+constexpr int kTruncate = 0x200;
+constexpr int kExclusive = 0x400;
+constexpr int kAppend = 0x8;
+constexpr int kNonBlocking = 0x80;
+} // namespace target_flags
+
+/// The server's socket, below the root.
+constexpr std::string_view kPpsSocket = "/pps/.ppsd";
+
+/// No packet in either direction is larger, in bytes.
+constexpr std::size_t kMaxPacket = 192U * 1024U;
+
+/// The request and the reply to it are no larger, in bytes.
+constexpr std::size_t kMaxRequest = 4096;
+
+/// What the options behind the "?" of a path ask for.
+struct PpsOptions {
+    bool delta = false;
+    bool wait = false;
+    bool notPersistent = false;
+    bool acknowledge = false;
+};
+
+/// Splits "path?option,option"; options that mean nothing here are passed over.
+PpsOptions SplitOptions(std::string_view& path);
+
+/// A server's reply; error is an errno number, 0 for "ok".
+struct PpsReply {
+    int error = 0;
+    std::string reason;
+};
+
+std::string Render(const PpsReply& reply);
+PpsReply ParseReply(std::string_view text);
+
+} // namespace host
+
+#endif

@@ -1,0 +1,86 @@
+// The system's sources call the plain open(path, flags, mode) with the target's paths and flag numbers.
+// Programs that link this library have those calls wrapped (linker option --wrap=open): PPS objects are
+// opened from the PPS server, sockets that stand in for devices are connected to, everything else is a
+// file below the root.
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <string>
+#include <string_view>
+
+#include "platform/host/PpsConnection.h"
+#include "platform/host/Root.h"
+#include "platform/host/UnixSocket.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::string_view kPpsDirectory = "/pps/";
+
+int HostFlags(int oflag) {
+    static constexpr int kPairs[][2] = {{target_flags::kCreate, O_CREAT},
+                                        {target_flags::kTruncate, O_TRUNC},
+                                        {target_flags::kExclusive, O_EXCL},
+                                        {target_flags::kAppend, O_APPEND},
+                                        {target_flags::kNonBlocking, O_NONBLOCK}};
+    int flags = (oflag & target_flags::kAccessMask) | O_CLOEXEC;
+    for (const auto& [target, ours] : kPairs) {
+        flags |= (oflag & target) != 0 ? ours : 0;
+    }
+    return flags;
+}
+
+int OpenPps(const char* path, int oflag) {
+    PpsReply reply;
+    UniqueFd object = OpenPpsObject(path, oflag, reply);
+    if (!object) {
+        errno = reply.error;
+    }
+    return object.Release();
+}
+
+int ConnectDevice(const std::string& path) {
+    UniqueFd device = ConnectTo(path);
+    if (device) {
+        ::fcntl(device.Get(), F_SETFL, O_NONBLOCK);
+    }
+    return device.Release();
+}
+
+int Open(const char* path, int oflag, mode_t mode) {
+    if (std::string_view(path).substr(0, kPpsDirectory.size()) == kPpsDirectory) {
+        return OpenPps(path, oflag);
+    }
+    const std::string full = path[0] == '/' ? BelowRoot(path) : std::string(path);
+    struct stat status {};
+    if (::stat(full.c_str(), &status) == 0) {
+        if (S_ISSOCK(status.st_mode)) {
+            return ConnectDevice(full);
+        }
+        if (S_ISCHR(status.st_mode)) {
+            oflag |= target_flags::kNonBlocking;
+        }
+    }
+    return ::open(full.c_str(), HostFlags(oflag), mode);
+}
+
+} // namespace
+
+} // namespace host
+
+extern "C" int __wrap_open(const char* path, int oflag, ...); // NOLINT(bugprone-reserved-identifier)
+
+extern "C" int __wrap_open(const char* path, int oflag, ...) { // NOLINT(bugprone-reserved-identifier)
+    mode_t mode = 0;
+    if ((oflag & host::target_flags::kCreate) != 0) {
+        va_list arguments;
+        va_start(arguments, oflag);
+        mode = va_arg(arguments, mode_t);
+        va_end(arguments);
+    }
+    return host::Open(path, oflag, mode);
+}

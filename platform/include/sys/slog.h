@@ -1,0 +1,37 @@
+// The system logger's client interface, as far as this system uses it.
+#ifndef TLG_SYS_SLOG_H
+#define TLG_SYS_SLOG_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// NOLINTBEGIN(bugprone-reserved-identifier): the platform's names
+enum {
+    _SLOG_SHUTDOWN = 0,
+    _SLOG_CRITICAL = 1,
+    _SLOG_ERROR = 2,
+    _SLOG_WARNING = 3,
+    _SLOG_NOTICE = 4,
+    _SLOG_INFO = 5,
+    _SLOG_DEBUG1 = 6,
+    _SLOG_DEBUG2 = 7
+};
+// NOLINTEND(bugprone-reserved-identifier)
+
+/// Logs one printf-style message.
+///
+/// On the host the line goes to standard error in a single write: the severity number, the code in
+/// hexadecimal, the text. The environment variable TLG_SLOG_LEVEL (0 to 7, default 7) drops messages
+/// of a higher severity number before they are formatted. Any thread may call it.
+///
+/// @param opcode   the message's code, free for the caller
+/// @param severity 0 (shutdown) to 7 (debug)
+/// @return the bytes logged (0 for a dropped message), or -1 when nothing could be written
+int slogf(int opcode, int severity, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,41 @@
+// One line of PPS text:
+//
+//   object     = [mark] [qualifiers] "@" name          mark: + created, - deleted, # truncated, | overflowed
+//   attribute  = [qualifiers] name ":" encoding ":" value
+//   deletion   = "-" name
+//   qualifiers = "[" *( ["-"] letter ) "]"             n: non-persistent; "-" clears
+//   name       = ( letter / "_" ) *( letter / digit / "_" / "." )
+//
+// The name ends at the first colon and the encoding at the second; later colons belong to the value,
+// which is any text without a line feed or a zero byte.
+#ifndef TLG_PLATFORM_PPS_LINE_H
+#define TLG_PLATFORM_PPS_LINE_H
+
+#include <optional>
+#include <string_view>
+
+namespace pps {
+
+enum class LineKind { Object, Created, Deleted, Truncated, Overflowed, Attribute, AttributeDeleted };
+
+/// What a line says of the qualifier "n".
+enum class Persistence { Unsaid, NotKept, Kept };
+
+/// A parsed line; the views point into the parsed text.
+struct Line {
+    LineKind kind = LineKind::Object;
+    Persistence persistence = Persistence::Unsaid;
+    std::string_view name; ///< of the object or the attribute, without "@" and qualifiers
+    std::string_view encoding;
+    std::string_view value;
+};
+
+/// Parses one line, given without its line feed. Nothing for a malformed line.
+std::optional<Line> ParseLine(std::string_view text);
+
+/// Takes the first line off @p text and returns it without its line feed; the last line may lack one.
+std::string_view TakeLine(std::string_view& text);
+
+} // namespace pps
+
+#endif

@@ -1,0 +1,22 @@
+#include "framework/McuFileBase.h"
+
+namespace TLG::ZOCAR {
+
+bool McuFileBase::Init() {
+    return m_receiver != nullptr;
+}
+
+void McuFileBase::OnDataChange(unsigned char* data, int length) {
+    m_receiver->OnRecvData(data, length);
+}
+
+void McuFileBase::PacketHeader(PacketHeader_s& header, int command, int reply, int second, int third, int fourth,
+                               int payloadLength, int packetNumber) {
+    header = {payloadLength, command, reply, second, third, fourth, packetNumber};
+}
+
+bool McuFileBase::SendToSpiDev(const unsigned char* data, int length) const {
+    return data != nullptr && length > 0 && Write(data, length);
+}
+
+} // namespace TLG::ZOCAR

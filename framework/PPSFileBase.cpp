@@ -1,0 +1,63 @@
+#include "framework/PPSFileBase.h"
+
+#include <string>
+
+#include "framework/LogBase.h"
+
+namespace TLG::ZOCAR {
+
+bool PPSFileBase::Init() {
+    return m_callback != nullptr;
+}
+
+bool PPSFileBase::Open() {
+    return OpenLogged("PPS server's object");
+}
+
+void PPSFileBase::OnDataChange(unsigned char* data, int length) {
+    if (data == nullptr || length <= 0) {
+        return;
+    }
+    // The parser writes into the text and needs a zero behind it.
+    m_text.assign(data, data + length);
+    m_text.push_back('\0');
+    char* rest = m_text.data();
+    pps_attrib_t attribute{};
+    for (;;) {
+        const pps_status_t status = ppsparse(&rest, nullptr, nullptr, &attribute, 0);
+        if (status == PPS_END) {
+            return;
+        }
+        if (status == PPS_ATTRIBUTE) {
+            m_callback->OnAttributeChange(GetKey(), &attribute);
+        } else if (status == PPS_ERROR) {
+            LOGBASE(LOG_LEV_ERROR, "OnDataChange", "malformed line from the PPS object %d: %s\n", GetKey(),
+                    attribute.line);
+        } else {
+            OnPPSStatusChange(status, &attribute);
+        }
+    }
+}
+
+void PPSFileBase::OnPPSStatusChange(pps_status_t status, pps_attrib_t* attrib) {
+    m_callback->OnPpsStatusChange(GetKey(), status, attrib);
+}
+
+bool PPSFileBase::WritePPS(const char* data, int length) const {
+    return data != nullptr && length > 0 && WriteReopening(data, length);
+}
+
+bool PPSFileBase::SetPPSIntAttr(const char* object, const char* attribute, int value) const {
+    const std::string text = std::string(object) + "\n" + attribute + ":n:" + std::to_string(value) + "\n";
+    return WritePPS(text.c_str(), static_cast<int>(text.size()));
+}
+
+bool PPSFileBase::SetPPSStringAttr(const char* object, const char* attribute, const char* value) const {
+    if (std::strchr(value, '\n') != nullptr) {
+        return false;
+    }
+    const std::string text = std::string(object) + "\n" + attribute + "::" + value + "\n";
+    return WritePPS(text.c_str(), static_cast<int>(text.size()));
+}
+
+} // namespace TLG::ZOCAR

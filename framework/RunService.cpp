@@ -1,0 +1,48 @@
+#include "framework/RunService.h"
+
+#include <csignal>
+
+#include "framework/InstanceGuard.h"
+#include "framework/LogBase.h"
+
+namespace TLG::ZOCAR {
+
+namespace {
+
+sigset_t BlockStopSignals() {
+    std::signal(SIGPIPE, SIG_IGN);
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    return signals;
+}
+
+} // namespace
+
+void RunService::DealAbnormalProcess(int /*reason*/) {}
+
+void RunService::DoWork() {
+    const sigset_t stopSignals = BlockStopSignals();
+    InstanceGuard guard;
+    if (!guard.Hold()) {
+        LOGBASE(LOG_LEV_ERROR, "DoWork", "the service already runs below this root, this one ends\n");
+        return;
+    }
+    if (!Init()) {
+        LOGBASE(LOG_LEV_ERROR, "DoWork", "the service can't be initialised, it ends\n");
+        Close();
+        return;
+    }
+    if (Start()) {
+        int signal = 0;
+        sigwait(&stopSignals, &signal);
+    } else {
+        LOGBASE(LOG_LEV_ERROR, "DoWork", "the service can't be started, it ends\n");
+    }
+    Stop();
+    Close();
+}
+
+} // namespace TLG::ZOCAR

@@ -1,0 +1,34 @@
+#ifndef TLG_FRAMEWORK_RUNSERVICE_H
+#define TLG_FRAMEWORK_RUNSERVICE_H
+
+namespace TLG::ZOCAR {
+
+/// The shell of a service: drives it from its first file to its end.
+class RunService {
+public:
+    RunService() = default;
+    RunService(const RunService&) = delete;
+    RunService& operator=(const RunService&) = delete;
+    virtual ~RunService() = default;
+
+    /// Looks at the command line. 0: the service is to run; anything else: the process is to end.
+    virtual int DealArgvs(int argc, char** argv) = 0;
+
+    virtual bool Init() = 0;
+    virtual bool Start() = 0;
+    virtual bool Stop() = 0;
+    virtual bool Close() = 0;
+
+    /// Called by nobody; a hook for services that watch their own health.
+    virtual void DealAbnormalProcess(int reason);
+
+    /// Runs the service on the calling thread: Init(), Start(), then a wait for SIGTERM or SIGINT, then
+    /// Stop() and Close(). When Init() fails, only Close() follows; when Start() fails, Stop() and
+    /// Close(). Of the services of one program that would work below the same root one runs; the others
+    /// end with a line in the log. Both signals are blocked and SIGPIPE is ignored from the call on.
+    void DoWork();
+};
+
+} // namespace TLG::ZOCAR
+
+#endif

@@ -1,0 +1,67 @@
+// The EQ record from its byte 4 on: the current EQ type, then for each EQ type five bands of gain, frequency
+// index and Q index.
+#include <algorithm>
+
+#include "framework/LogBase.h"
+#include "mcu/CEQMcuFile.h"
+#include "model/EqTables.h"
+
+bool CEQMcuFile::ParseEQDataPacket(const unsigned char* data, int size) {
+    if (data == nullptr) {
+        HasStoreAnd(__FUNCTION__, data);
+        return false;
+    }
+    int consumed = 0;
+    bool accepted = DealEqTypeData(data, size, consumed);
+    const int rest = size - 1;
+    if (rest <= 1) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
+                "CEQMcuFile, after DealEqTypeData the received data size = %d, total size = %d\n", rest, size);
+        return accepted;
+    }
+    if (rest % kBytesPerEqType != 0) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
+                "case EQ, the data length from the MCU isn't right, \t\t\t    need to be an intergral multiple of "
+                "the data numbers needed by one type, \t\t\t    one type need:%d, the received data length:%d, total "
+                "MCU size: %d\n",
+                kBytesPerEqType, rest, size);
+        return accepted;
+    }
+    if (m_pEQData == nullptr) {
+        return accepted;
+    }
+    const int count = std::min(rest / kBytesPerEqType, kEqTypeCount);
+    m_pEQData->SetEqTypeNumData(count);
+    for (int type = 0; type < count; ++type) {
+        accepted |= DealEqDataByIndex(type, data + 1 + type * kBytesPerEqType, kBytesPerEqType);
+    }
+    return accepted;
+}
+
+bool CEQMcuFile::DealEqDataByIndex(int index, const unsigned char* data, int size) {
+    int consumed = 0;
+    if (!FieldIsThere(__FUNCTION__, data, size, kBytesPerEqType, consumed)) {
+        return false;
+    }
+    std::vector<tagEQBand> bands;
+    bands.reserve(kEqBandCount);
+    for (int band = 0; band < kEqBandCount; ++band) {
+        const unsigned char* bytes = data + band * kBytesPerBand;
+        const int freq = bytes[1];
+        const int qIndex = bytes[2];
+        if (!IsFreqAllowed(band, freq)) {
+            LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "EQMcuFile, eqtype:%d, band %d unkown freq(%d~%d):%d\n", index,
+                    band + 1, EQ_BAND_FC_MIN[band], EQ_BAND_FC_MAX[band], freq);
+            return false;
+        }
+        if (!IsQIndexAllowed(band, qIndex)) {
+            LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
+                    "Deal EqData error! function return, eqtype[%d], band[%d], unkown q:[%d]\n", index, band + 1,
+                    qIndex);
+            return false;
+        }
+        bands.push_back({bytes[0], freq, qIndex, EQ_Q[qIndex]});
+    }
+    m_pEQData->SetEqDataByIndex(index, bands);
+    return true;
+}

@@ -1,0 +1,61 @@
+#ifndef TLG_STATUS_CEQSTATUSPPSMODULE_H
+#define TLG_STATUS_CEQSTATUSPPSMODULE_H
+
+#include "framework/PPSFileBase.h"
+#include "model/SettingRecords.h"
+#include "model/SourcesNameIdMap.h"
+
+class StructuredWrite;
+
+/// Publishes the settings that the MCU has accepted as attributes of the EQ status object. Each publisher
+/// writes the attribute that it owns whole, in one write.
+///
+/// The controller owns it; the update cycle calls it, on the multiplexer's thread. It keeps no state.
+/// A publisher returns 0 when it rejected an argument, which it then has logged and written nothing of,
+/// or when the write failed; otherwise 1.
+class CEQStatusPPSModule : public TLG::ZOCAR::PPSFileBase {
+public:
+    explicit CEQStatusPPSModule(TLG::ZOCAR::IPPSOnChange* callback);
+
+    // ---- Structured values ----
+    int PublishVolume(int current, int max, unsigned char sysMute, unsigned char srcMute, int maxPower);
+    /// The source volumes and the extended volumes, in one write.
+    int PublishAllVol(const T_SRC_VOL& srcVol, T_CARPLAY_VOLUME extraVol);
+    int PublishSrcVol(const T_SRC_VOL& srcVol);
+    int PublishExtendInfo(T_CARPLAY_VOLUME extraVol);
+    int PublishFadeBal(int ff, int fr, int bl, int br);
+    int PublishSubwoofer(unsigned char on, int phase, int filter);
+    int PublishSpeakerMode(int mode, int channel);
+    int PublishFrontFilter(unsigned char on, int cutoff);
+    int PublishRearFilter(unsigned char on, int cutoff);
+    int PublishSrcGain(const tagSourceParam& src);
+
+    // ---- Integers ----
+    int PublishSubWGain(int gain);
+    int PublishCenterGain(int gain);
+    int PublishListenPos(int pos);
+    int PublishSRS(int srs);
+    int PublishALC(unsigned char alc);
+
+    // ---- Words ----
+    int PublishLoud(int on);
+    int PublishDBB(int on);
+    int PublishAudioMix(unsigned char mix);
+    /// @param state 0 bad, 1 ready
+    int PublishAudioICStatus(int state);
+    /// @param type 0 to 6
+    int PublishEqType(int type);
+
+private:
+    struct WordRule;
+    int PublishWord(const WordRule& rule, int code);
+    struct FilterRule;
+    int PublishFilter(const FilterRule& rule, unsigned char on, int cutoff);
+    int PublishInt(int attribute, int value) const;
+    int WriteVolumes(const char* func, StructuredWrite& write) const;
+
+    const char* m_pObjectName;
+    TLG::ZOCAR::SourcesNameIdMap m_sources; // read-only after construction
+};
+
+#endif

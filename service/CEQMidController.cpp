@@ -1,0 +1,121 @@
+#include "service/CEQMidController.h"
+
+#include "framework/LogBase.h"
+#include "framework/SystemFiles.h"
+#include "model/RecordTypes.h"
+#include "service/ConfigurationFile.h"
+
+using TLG::ZOCAR::FilesControlBase;
+
+CEQMidController::CEQMidController()
+    : m_EQStatus(this),
+      m_EQControl(this),
+      m_EQSetting(this),
+      m_systemDevStatus(this),
+      m_powerStatus(this),
+      m_gpsStatus(this),
+      m_EQMcu(this) {
+    m_EQControl.AttachData(&m_EQData);
+    m_powerStatus.AttachData(&m_EQData);
+    m_EQMcu.AttachData(&m_EQData);
+    m_gpsStatus.m_pEQData = &m_EQData;
+}
+
+bool CEQMidController::Init() {
+    bool isOpen = m_EQStatus.Open();
+    isOpen &= m_EQSetting.Open();
+    isOpen &= m_EQControl.Open();
+    isOpen &= m_EQMcu.Open();
+    isOpen &= m_systemDevStatus.Open();
+    isOpen &= m_powerStatus.Open();
+    isOpen &= m_gpsStatus.Open();
+    isOpen &= FilesControlBase::Init();
+    if (!isOpen) {
+        return false;
+    }
+    m_EQData.SetVolumeScheme(ConfigurationFile::ReadVolumeScheme());
+    return true;
+}
+
+bool CEQMidController::Start() {
+    AddFile(m_EQControl.GetKey(), &m_EQControl);
+    AddFile(m_powerStatus.GetKey(), &m_powerStatus);
+    AddFile(m_EQMcu.GetKey(), &m_EQMcu);
+    AddFile(m_gpsStatus.GetKey(), &m_gpsStatus);
+    if (!FilesControlBase::Start()) {
+        return false;
+    }
+    for (const int group : {VOLUME_AND_FADE_BALANCE, EQ, SOURCE_GAIN, LISTEN_POS, AUDIO_SETTING, ALC, EQ_EXPEND}) {
+        m_EQMcu.QueryEQSettingInfo(group);
+    }
+    return true;
+}
+
+bool CEQMidController::Stop() {
+    m_EQStatus.Close();
+    m_EQControl.Close();
+    m_EQSetting.Close();
+    m_systemDevStatus.Close();
+    m_powerStatus.Close();
+    m_EQMcu.Close();
+    m_gpsStatus.Close();
+    RemoveFile(m_EQControl.GetKey());
+    RemoveFile(m_powerStatus.GetKey());
+    RemoveFile(m_EQMcu.GetKey());
+    RemoveFile(m_gpsStatus.GetKey());
+    return FilesControlBase::Stop();
+}
+
+bool CEQMidController::Close() {
+    return FilesControlBase::Close();
+}
+
+void CEQMidController::OnAttributeChange(int key, pps_attrib_t* attrib) {
+    if (attrib == nullptr) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "CEQMidController, info == NULL\n");
+        return;
+    }
+    unsigned char commandId = 255;
+    bool keyFlag = false;
+    std::vector<unsigned char> cmdVector;
+    bool isComplete = false;
+    if (key == TLG::ZOCAR::g_ControlPPSInfo.key) {
+        isComplete = m_EQControl.OnPPSCmd(attrib, commandId, keyFlag, cmdVector);
+    } else if (key == TLG::ZOCAR::g_gpsStatusPPSInfo.key) {
+        if (m_bNaviVolEnabled) {
+            commandId = 8;
+            isComplete = m_gpsStatus.OnGpsStatus(attrib, cmdVector);
+        }
+    } else if (key == TLG::ZOCAR::g_PowerPPSInfo.key) {
+        if (m_powerStatus.OnPowerStatus(attrib)) {
+            DealFakePowerOff();
+        }
+    } else {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "CEQMidController, unknown key: %d, pps: %s::%s\n", key, attrib->attr_name,
+                attrib->value);
+    }
+    LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "bRet:%d", isComplete);
+    LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "cmdVector.empty():%d", cmdVector.empty());
+    if (!isComplete || cmdVector.empty()) {
+        return;
+    }
+    if (keyFlag) {
+        m_EQMcu.SendKeyCmd(cmdVector);
+    } else {
+        m_EQMcu.SendCtrCmd(commandId, cmdVector);
+    }
+}
+
+void CEQMidController::OnRecvData(unsigned char* data, int length) {
+    LOGBASE(LOG_LEV_INFO, __FUNCTION__, "receive MCU data\n");
+    if (m_EQMcu.ProcessDataPacket(data, length)) {
+        UpdatePPS();
+    }
+}
+
+void CEQMidController::DealFakePowerOff() {
+    if (m_EQData.GetFakePowerOffFlag()) {
+        m_EQData.SetFakePowerOffFlag(false);
+        m_EQData.InitSysMuteStatus();
+    }
+}

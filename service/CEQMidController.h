@@ -1,0 +1,65 @@
+#ifndef TLG_SERVICE_CEQMIDCONTROLLER_H
+#define TLG_SERVICE_CEQMIDCONTROLLER_H
+
+#include "control/CEQControlPPSModule.h"
+#include "framework/FilesControlBase.h"
+#include "framework/IMcuRecvData.h"
+#include "mcu/CEQMcuFile.h"
+#include "model/CEQData.h"
+#include "status/CEQSettingPPSModule.h"
+#include "status/CEQStatusPPSModule.h"
+#include "status/GpsStatusPPSModule.h"
+#include "status/PowerOnStatusPPSModule.h"
+#include "status/SystemDevStatusPPSModule.h"
+
+/// The centre of the service: owns every file and the settings store, opens and registers them, and routes
+/// every event: PPS changes to commands for the MCU, MCU data through the store to the status objects.
+///
+/// Init, Start, Stop and Close are called by the thread that runs the service, the callbacks by the
+/// multiplexer's thread. The controller has no lock of its own; store and MCU link lock themselves.
+class CEQMidController : public TLG::ZOCAR::FilesControlBase, public TLG::ZOCAR::IMcuRecvData {
+public:
+    CEQMidController();
+
+    void OnAttributeChange(int key, pps_attrib_t* attrib) override;
+
+    /// Opens all files and reads the volume scheme. False when a file could not be opened; the others
+    /// are open all the same.
+    bool Init() override;
+    bool Close() override;
+    /// Registers the inputs, starts the multiplexer and asks the MCU for all setting groups.
+    bool Start() override;
+    /// Closes and unregisters the files and stops the multiplexer.
+    bool Stop() override;
+
+    void OnRecvData(unsigned char* data, int length) override;
+
+    /// After a power change: where it was a fake power-off, arms the first-mute rule anew.
+    void DealFakePowerOff();
+
+    /// Publishes every group of settings whose update flag is raised, and clears the flag.
+    void UpdatePPS();
+
+private:
+    using FlagGetter = bool (CEQData::*)() const;
+    using FlagSetter = void (CEQData::*)(bool);
+
+    template <typename Publish>
+    void UpdateGroup(FlagGetter isRaised, FlagSetter set, Publish publish);
+    void UpdateVolumes(const tagSpeaker& speaker);
+    void UpdateSpeaker(const tagSpeaker& speaker);
+    void UpdateAudio();
+    void UpdateEqualiser();
+
+    CEQStatusPPSModule m_EQStatus;
+    CEQControlPPSModule m_EQControl;
+    CEQSettingPPSModule m_EQSetting;
+    SystemDevStatusPPSModule m_systemDevStatus;
+    PowerOnStatusPPSModule m_powerStatus;
+    GpsStatusPPSModule m_gpsStatus;
+    CEQMcuFile m_EQMcu;
+    CEQData m_EQData;
+    bool m_bNaviVolEnabled = false; ///< whether navigation volume requests are forwarded; never reset
+};
+
+#endif

@@ -1,0 +1,33 @@
+#ifndef TLG_TOOLS_MCUSIM_PACKET_H
+#define TLG_TOOLS_MCUSIM_PACKET_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "framework/McuPacket.h"
+
+namespace mcusim {
+
+using Bytes = std::vector<std::uint8_t>;
+
+/// A packet of the MCU's: header and payload as they go over the device. Byte 0 of the payload is the
+/// command id; a packet that answers nothing has the number 0.
+Bytes MakePacket(const Bytes& payload, std::int32_t number);
+
+/// A received packet. The payload is what the header announces, cut to what there is.
+struct Packet {
+    TLG::ZOCAR::PacketHeader_s header{};
+    Bytes payload;
+};
+
+/// False when the block is shorter than a header.
+bool ParsePacket(std::string_view block, Packet& packet);
+
+/// One line that tells every field of a packet, and its payload in hexadecimal.
+std::string Describe(const Packet& packet);
+
+} // namespace mcusim
+
+#endif

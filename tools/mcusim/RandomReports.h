@@ -1,0 +1,33 @@
+#ifndef TLG_TOOLS_MCUSIM_RANDOMREPORTS_H
+#define TLG_TOOLS_MCUSIM_RANDOMREPORTS_H
+
+#include <random>
+
+#include "tools/mcusim/Packet.h"
+
+namespace mcusim {
+
+/// An endless sequence of packets for which nobody asked, valid and invalid ones of every kind; the same
+/// seed gives the same sequence.
+class RandomReports {
+public:
+    explicit RandomReports(std::uint32_t seed) : m_random(seed) {}
+
+    /// The next packet as it goes over the device.
+    Bytes Next();
+
+private:
+    int Below(int limit) { return static_cast<int>(m_random() % static_cast<std::uint32_t>(limit)); }
+    std::uint8_t Byte(int limit) { return static_cast<std::uint8_t>(Below(limit)); }
+    Bytes Record();
+    Bytes VolumeAndFade();
+    Bytes Equaliser();
+    Bytes SourceGain();
+    void Damage(Bytes& payload);
+
+    std::mt19937 m_random;
+};
+
+} // namespace mcusim
+
+#endif

@@ -1,0 +1,48 @@
+#ifndef TLG_TOOLS_MCUSIM_SETTINGS_H
+#define TLG_TOOLS_MCUSIM_SETTINGS_H
+
+#include <array>
+#include <string>
+
+#include "tools/mcusim/Packet.h"
+
+namespace mcusim {
+
+/// The settings of the simulated MCU, kept as the data of its setting records: what stands behind the type
+/// byte. Change marks belong to the reports and are not kept.
+class Settings {
+public:
+    Settings();
+
+    /// The payload of a query's answer: the whole record of the group; empty for an unknown group.
+    Bytes Answer(int group) const;
+
+    /// Takes over the record of a control command (its whole payload). False, and nothing is changed,
+    /// when the record is not one that the MCU accepts.
+    bool Apply(const Bytes& payload);
+
+    /// Handles a mute key (its whole payload) and returns the report that follows, with the main volume
+    /// marked as changed; empty when the key is unknown.
+    Bytes PressKey(const Bytes& payload);
+
+    /// Handles an audio mixing command (its whole payload) and returns the report that follows; empty
+    /// when the state is unknown.
+    static Bytes Mix(const Bytes& payload);
+
+    /// Changes a volume as a user at the unit would and returns the report that follows, with the volume
+    /// marked; empty for an unknown name or a level above 127.
+    /// @param name main, max, navi, call, voice, ext0 to ext3
+    Bytes ChangeVolume(const std::string& name, int level);
+
+private:
+    static constexpr int kGroupCount = 8;
+
+    bool IsAcceptable(int group, const Bytes& data) const;
+    Bytes Report(int group, std::size_t markedByte) const;
+
+    std::array<Bytes, kGroupCount> m_data;
+};
+
+} // namespace mcusim
+
+#endif

@@ -10,9 +10,9 @@ void McuFileBase::OnDataChange(unsigned char* data, int length) {
     m_receiver->OnRecvData(data, length);
 }
 
-void McuFileBase::PacketHeader(PacketHeader_s& header, int command, int reply, int second, int third, int fourth,
+void McuFileBase::PacketHeader(PacketHeader_s& header, int command, int reply, int third, int fourth, int fifth,
                                int payloadLength, int packetNumber) {
-    header = {payloadLength, command, reply, second, third, fourth, packetNumber};
+    header = {payloadLength, command, reply, third, fourth, fifth, packetNumber};
 }
 
 bool McuFileBase::SendToSpiDev(const unsigned char* data, int length) const {

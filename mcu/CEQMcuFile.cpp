@@ -1,12 +1,12 @@
 // Frames and transactions; the records in them are decoded in the files beside this one.
 //
-//   command             payload         reply  second  numbered  kept pending
-//   8   control         8, 2, data      136    0       yes       yes
-//   50  audio mixing    50, data        178    0       yes       yes
-//   12  key             12, data        140    138     no        no
-//   9   query           9, group        137    0       no        no
+//   command             payload         reply  third  numbered  kept pending
+//   8   control         8, 2, data      136    0      yes       yes
+//   50  audio mixing    50, data        178    0      yes       yes
+//   12  key             12, data        140    138    no        no
+//   9   query           9, group        137    0      no        no
 //
-// The third and the fourth header value are always 200 and 3.
+// The fourth and the fifth header value are always 200 and 3.
 #include "mcu/CEQMcuFile.h"
 
 #include <algorithm>
@@ -26,7 +26,7 @@ using TLG::ZOCAR::SendPacket_s;
 struct CEQMcuFile::Framing {
     McuCommand command;
     McuCommand reply;
-    int second;
+    int third;
 };
 
 /// Holds the link for a scope.
@@ -57,7 +57,7 @@ bool CEQMcuFile::FitsFrame(const std::vector<unsigned char>& data, std::size_t l
 void CEQMcuFile::FillFrame(const Framing& framing, std::initializer_list<unsigned char> lead,
                            const std::vector<unsigned char>& data, std::int32_t number) {
     std::copy(data.begin(), data.end(), std::copy(lead.begin(), lead.end(), m_SendBuf.Payload));
-    PacketHeader(m_SendBuf.Header, framing.command, framing.reply, framing.second, 200, 3,
+    PacketHeader(m_SendBuf.Header, framing.command, framing.reply, framing.third, 200, 3,
                  static_cast<int>(lead.size() + data.size()), number);
 }
 
@@ -76,7 +76,8 @@ std::int32_t CEQMcuFile::NextNumber() {
 
 void CEQMcuFile::KeepPending(std::int32_t number) {
     if (m_pending.size() >= kMaxPending) {
-        // Numbers are given in a circle, so the oldest is the next one after the new number.
+        // Numbers are given in a circle, so the oldest is the next one after the new number (but for those that a
+        // second round, after two thousand million packets, had to skip).
         const auto next = m_pending.upper_bound(number);
         const auto oldest = next == m_pending.end() ? m_pending.begin() : next;
         LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "%zu packets unacknowledged, packet no:%d is given up\n", m_pending.size(),

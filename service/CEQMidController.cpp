@@ -5,8 +5,6 @@
 #include "model/RecordTypes.h"
 #include "service/ConfigurationFile.h"
 
-using TLG::ZOCAR::FilesControlBase;
-
 CEQMidController::CEQMidController()
     : m_EQStatus(this),
       m_EQControl(this),

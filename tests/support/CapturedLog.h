@@ -1,0 +1,20 @@
+#ifndef TLG_TESTS_SUPPORT_CAPTUREDLOG_H
+#define TLG_TESTS_SUPPORT_CAPTUREDLOG_H
+
+#include <string>
+#include <vector>
+
+/// One message of the service; in unit tests the logger keeps them here instead of writing them.
+struct LogLine {
+    int code;
+    int severity;
+    std::string text; ///< prefix and message, without a line feed at the end
+};
+
+/// Takes what was logged since the last call.
+std::vector<LogLine> TakeLog();
+
+/// Takes the texts of the given severity (2 by default: errors), joined by line feeds.
+std::string TakeErrors(int severity = 2);
+
+#endif

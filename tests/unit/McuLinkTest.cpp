@@ -1,0 +1,169 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <limits>
+
+#include "mcu/CEQMcuFile.h"
+#include "tests/support/CapturedLog.h"
+#include "tests/support/FakeMcu.h"
+#include "tests/support/TemporaryRoot.h"
+
+/// Sets the packet counter, which would take years to reach its end.
+struct CEQMcuFileTestAccess {
+    static void SetCounter(CEQMcuFile& link, std::int32_t number) { link.m_packetNumber = number; }
+    static std::size_t PendingCount(const CEQMcuFile& link) { return link.m_pending.size(); }
+};
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+class McuLinkTest : public testing::Test {
+protected:
+    McuLinkTest() {
+        m_link.AttachData(&m_data);
+        EXPECT_TRUE(m_link.Open());
+        EXPECT_TRUE(m_mcu.Accept());
+        TakeLog();
+    }
+
+    bool Process(const Bytes& payload, std::int32_t number = 0) {
+        Bytes packet = mcusim::MakePacket(payload, number);
+        return m_link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size()));
+    }
+    std::size_t Pending() const { return CEQMcuFileTestAccess::PendingCount(m_link); }
+
+    TemporaryRoot m_root;
+    FakeMcu m_mcu;
+    CEQData m_data;
+    CEQMcuFile m_link{nullptr};
+};
+
+TEST_F(McuLinkTest, FramesEveryCommand) {
+    const auto fields = [this] {
+        const mcusim::Packet packet = m_mcu.Receive();
+        const auto& h = packet.header;
+        return std::pair(Bytes(packet.payload),
+                         std::vector<int>{h.PacketSize, h.Cmd, h.Reply, h.Third, h.Fourth, h.Fifth, h.PacketNo});
+    };
+    m_link.SendCtrCmd(8, {3, 5, 7});
+    EXPECT_EQ(fields(), std::pair(Bytes({8, 2, 3, 5, 7}), std::vector<int>({5, 8, 136, 0, 200, 3, 1})));
+    EXPECT_TRUE(m_link.SendKeyCmd({160, 1, 4}));
+    EXPECT_EQ(fields(), std::pair(Bytes({12, 160, 1, 4}), std::vector<int>({4, 12, 140, 138, 200, 3, 0})));
+    EXPECT_TRUE(m_link.QueryEQSettingInfo(7));
+    EXPECT_EQ(fields(), std::pair(Bytes({9, 7}), std::vector<int>({2, 9, 137, 0, 200, 3, 0})));
+    m_link.SendCtrCmd(50, {1});
+    EXPECT_EQ(fields(), std::pair(Bytes({50, 1}), std::vector<int>({2, 50, 178, 0, 200, 3, 2})));
+    m_link.SendCtrCmd(9, {1});
+    m_link.SendCtrCmd(8, Bytes(250, 1));
+    EXPECT_EQ(fields().second[6], 3) << "nothing was sent for the unknown command";
+    EXPECT_EQ(Pending(), 3U);
+}
+
+TEST_F(McuLinkTest, RefusesWhatIsEmptyOrDoesNotFit) {
+    m_link.SendCtrCmd(8, {});
+    EXPECT_FALSE(m_link.SendKeyCmd({}));
+    m_link.SendCtrCmd(8, Bytes(251, 1));
+    m_link.SendCtrCmd(50, Bytes(252, 1));
+    EXPECT_FALSE(m_link.SendKeyCmd(Bytes(252, 1)));
+    EXPECT_EQ(TakeErrors(), "_Melvane_[SendCtrCmd]-cmdVector is empty\n"
+                            "_Melvane_[SendKeyCmd]-cmdVector is empty\n"
+                            "_Melvane_[FitsFrame]-a command of 251 bytes doesn't fit the packet, at most 250\n"
+                            "_Melvane_[FitsFrame]-a command of 252 bytes doesn't fit the packet, at most 251\n"
+                            "_Melvane_[FitsFrame]-a command of 252 bytes doesn't fit the packet, at most 251");
+    EXPECT_EQ(Pending(), 0U);
+    EXPECT_TRUE(m_link.SendKeyCmd(Bytes(251, 1)));
+    EXPECT_EQ(m_mcu.Receive().payload.size(), 252U) << "the refused ones were not sent";
+}
+
+TEST_F(McuLinkTest, AnAcknowledgementAppliesTheRememberedRecordOnce) {
+    m_link.SendCtrCmd(8, {5, 77});
+    EXPECT_FALSE(Process({136, 1}, 1));
+    EXPECT_FALSE(Process({136}, 1));
+    EXPECT_EQ(Pending(), 1U);
+    EXPECT_EQ(m_data.GetALCData(), 255);
+    EXPECT_TRUE(Process({136, 0, 5, 99}, 1));
+    EXPECT_EQ(m_data.GetALCData(), 77);
+    EXPECT_EQ(Pending(), 0U);
+    EXPECT_FALSE(Process({136, 0}, 1));
+    EXPECT_EQ(TakeErrors(),
+              "_Melvane_[ProcessDataPacket]-Function return error. nCmd[136], nPacketSize[2], nHeaderSize[28], "
+              "nSize[30].\n"
+              "_Melvane_[ProcessDataPacket]-Function return error. nCmd[136], nPacketSize[1], nHeaderSize[28], "
+              "nSize[29].\n"
+              "_Melvane_[ProcessDataPacket]-Can't find the packet no:1");
+}
+
+TEST_F(McuLinkTest, RejectsBrokenBlocks) {
+    Bytes block = mcusim::MakePacket({138, 2, 5, 9}, 0);
+    const auto process = [&](int size, int packetSize) {
+        Bytes copy(block.begin(), block.begin() + size);
+        std::memcpy(copy.data(), &packetSize, std::min<std::size_t>(sizeof packetSize, copy.size()));
+        return m_link.ProcessDataPacket(copy.data(), size);
+    };
+    EXPECT_FALSE(process(1, 1));
+    EXPECT_FALSE(process(28, 0));
+    EXPECT_FALSE(process(32, 5));
+    EXPECT_FALSE(process(32, -1));
+    EXPECT_FALSE(process(29, 1));
+    EXPECT_EQ(m_data.GetALCData(), 255);
+    EXPECT_TRUE(process(32, 4));
+    EXPECT_EQ(TakeErrors().substr(0, 240),
+              std::string("_Melvane_[ProcessDataPacket]-Param error! function return. nSize[1], nHeaderSize[28].\n"
+                          "_Melvane_[ProcessDataPacket]-Param error! function return. nSize[28], nHeaderSize[28].\n"
+                          "_Melvane_[ProcessDataPacket]-Wrong packet size! function return. nPacketSize[5], "
+                          "nHeaderSize[28], nSize[32].\n")
+                  .substr(0, 240));
+    EXPECT_FALSE(Process({140, 0}));
+    EXPECT_EQ(TakeErrors(), "_Melvane_[ProcessDataPacket]-Function return error. nCmd[140], nPacketSize[2], "
+                            "nHeaderSize[28], nSize[30].");
+}
+
+TEST_F(McuLinkTest, AudioMixReports) {
+    EXPECT_TRUE(Process({178, 1}));
+    EXPECT_EQ(m_data.GetAudioMixData(), 1);
+    EXPECT_TRUE(Process({178, 2}));
+    EXPECT_EQ(m_data.GetAudioMixData(), 1);
+    EXPECT_FALSE(Process({178, 0, 0}));
+    EXPECT_EQ(TakeErrors(),
+              "_Melvane_[ProcessDataPacket]-Param error! function return. audioMixStatus[2].\n"
+              "_Melvane_[ProcessDataPacket]-Wrong packet size! function return. nCmd[178], nPacketSize[3].");
+}
+
+TEST_F(McuLinkTest, OnlyAnAnswerThatStoresSomethingRaisesItsGroup) {
+    EXPECT_TRUE(Process({138, 2, 3, 0, 0}));
+    EXPECT_FALSE(m_data.GetUpdateSRSFlag()) << "a report raises what changed";
+    EXPECT_TRUE(Process({137, 2, 3, 0, 0}));
+    EXPECT_TRUE(m_data.GetUpdateSRSFlag());
+    EXPECT_FALSE(Process({137, 2, 2, 1, 0, 13}));
+    EXPECT_FALSE(m_data.GetUpdateSrcGainFlag());
+}
+
+TEST_F(McuLinkTest, NumbersStartAgainAndPassOverPendingOnes) {
+    m_link.SendCtrCmd(8, {5, 1});
+    m_link.SendCtrCmd(8, {5, 2});
+    EXPECT_TRUE(Process({136, 0}, 1));
+    CEQMcuFileTestAccess::SetCounter(m_link, std::numeric_limits<std::int32_t>::max() - 1);
+    for (const int number : {1, 2, std::numeric_limits<std::int32_t>::max(), 1, 3}) {
+        if (number > 2 || Pending() >= 2) {
+            m_link.SendCtrCmd(8, {5, 3});
+        }
+        EXPECT_EQ(m_mcu.Receive().header.PacketNo, number);
+    }
+}
+
+TEST_F(McuLinkTest, TheOldestOfTooManyPendingPacketsIsDropped) {
+    m_mcu.HangUp();
+    for (std::size_t i = 0; i < CEQMcuFile::kMaxPending; ++i) {
+        m_link.SendCtrCmd(8, {5, 1});
+    }
+    EXPECT_EQ(TakeErrors(), "");
+    m_link.SendCtrCmd(8, {5, 1});
+    EXPECT_EQ(TakeErrors(), "_Melvane_[KeepPending]-16384 packets unacknowledged, packet no:1 is given up");
+    EXPECT_EQ(Pending(), CEQMcuFile::kMaxPending);
+    EXPECT_TRUE(Process({136, 0}, 2));
+    EXPECT_FALSE(m_link.QueryEQSettingInfo(0));
+    EXPECT_EQ(TakeErrors(), "_Melvane_[QueryEQSettingInfo]-CEQMcuFile, SendToSpiDev return false");
+}
+
+} // namespace

@@ -1,0 +1,118 @@
+#include <gtest/gtest.h>
+#include <sys/pps.h>
+
+#include "platform/pps/Line.h"
+#include "platform/pps/Object.h"
+#include "tools/ppsd/Backlog.h"
+#include "tools/ppsd/ObjectTree.h"
+
+namespace {
+
+TEST(Object, RefusesMalformedWritesWhole) {
+    const std::string tooLong = "a::" + std::string(pps::kMaxWrite, 'x');
+    for (const std::string& bad :
+         {std::string(), std::string("a:b"), std::string("a"), std::string(":n:1"), std::string("1a:n:1"),
+          std::string("a b:n:1"), std::string("[n:n:1"), std::string("[1]a:n:1"), std::string("-"), std::string("-a b"),
+          std::string("@other\na:n:1"), std::string("a:n:1\n@object"), std::string("#@object"),
+          std::string("a:n:1\n\nb:n:1"), std::string("a:n:1\0b", 7), tooLong}) {
+        pps::Object object("object");
+        object.Apply("kept:n:1");
+        EXPECT_NE(object.Apply("good:n:1\n" + bad + (bad.empty() ? "\n" : "")).error, "") << bad.substr(0, 40);
+        EXPECT_EQ(object.State(), "@object\nkept:n:1\n") << bad.substr(0, 40);
+    }
+}
+
+TEST(Object, KeepsOrderQualifiersAndColons) {
+    pps::Object object("object");
+    EXPECT_EQ(object.Apply("@object\n[n]a:json:{\"x\":1}\nb::one:two").error, "");
+    EXPECT_EQ(object.Apply("a:n:2").changes, "[n]a:n:2\n");
+    EXPECT_EQ(object.Apply("c::\n-b\n-unknown").changes, "c::\n-b\n");
+    EXPECT_EQ(object.State(), "@object\n[n]a:n:2\nc::\n");
+    EXPECT_EQ(object.PersistentState(), "@object\nc::\n");
+    object.Apply("[-n]a:n:3");
+    EXPECT_EQ(object.PersistentState(), "@object\na:n:3\nc::\n");
+    EXPECT_EQ(object.Apply("a:n:1\na:n:1").changes, "a:n:1\na:n:1\n");
+    object.Apply("[n]@object\na:n:4");
+    EXPECT_EQ(object.State(), "[n]@object\na:n:4\nc::\n");
+    EXPECT_EQ(object.PersistentState(), "");
+}
+
+TEST(Object, IsBoundedButRewritable) {
+    pps::Object object("object");
+    const std::string big(30000, 'x');
+    for (const char* name : {"a", "b", "c", "d"}) {
+        EXPECT_EQ(object.Apply(std::string(name) + "::" + big).error, "");
+    }
+    EXPECT_NE(object.Apply("e::" + big).error, "");
+    EXPECT_EQ(object.Apply("d::" + big).error, "");
+    EXPECT_EQ(object.Apply("-a\ne::" + big).error, "");
+}
+
+TEST(Parser, GivesRecordsAndGoesOnBehindMalformedLines) {
+    char text[] = "@object\n[n]a:json:{\"x\":\"y\"}\nbroken\nb::\n-c\n#@object\n|@object";
+    char* rest = text;
+    pps_attrib_t record{};
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_OBJECT);
+    EXPECT_STREQ(record.obj_name, "object");
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_ATTRIBUTE);
+    EXPECT_STREQ(record.attr_name, "a");
+    EXPECT_STREQ(record.encoding, "json");
+    EXPECT_STREQ(record.value, "{\"x\":\"y\"}");
+    EXPECT_EQ(record.options, PPS_NOPERSIST);
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_ERROR);
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_ATTRIBUTE);
+    EXPECT_STREQ(record.encoding, "");
+    EXPECT_STREQ(record.value, "");
+    EXPECT_EQ(record.options, 0);
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_ATTRIBUTE_DELETED);
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_OBJECT_TRUNCATED);
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_OBJECT_OVERFLOWED);
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_END);
+}
+
+/// Writes into the object and hands the change to the backlog, as the server does.
+void Publish(pps::Object& object, Backlog& backlog, const std::string& text) {
+    backlog.Add(std::make_shared<const std::string>(object.Head() + object.Apply(text).changes));
+}
+
+TEST(Backlog, MergesToTheNewestValuesPastItsBound) {
+    pps::Object object("object");
+    Backlog backlog;
+    Publish(object, backlog, "a:n:1");
+    EXPECT_EQ(*backlog.Next(object), "@object\na:n:1\n");
+    Publish(object, backlog, "gone:n:1");
+    const std::string big(20000, 'x');
+    for (int i = 0; i < 20; ++i) {
+        Publish(object, backlog, "b::" + std::to_string(i) + big);
+    }
+    Publish(object, backlog, "a:n:2");
+    Publish(object, backlog, "-gone");
+    EXPECT_EQ(*backlog.Next(object), "|@object\na:n:2\n-gone\nb::19" + big + "\n");
+    backlog.Taken();
+    EXPECT_TRUE(backlog.Empty());
+    Publish(object, backlog, "a:n:3");
+    EXPECT_EQ(*backlog.Next(object), "@object\na:n:3\n");
+}
+
+TEST(Backlog, TellsTheWholeStateWhenTooManyNamesWereMerged) {
+    pps::Object object("object");
+    Backlog backlog;
+    for (int i = 0; i < 8000; ++i) {
+        const std::string name = "attribute" + std::to_string(i) + std::string(40, 'x');
+        Publish(object, backlog, name + ":n:1");
+        Publish(object, backlog, "-" + name);
+    }
+    Publish(object, backlog, "left:n:1");
+    EXPECT_EQ(*backlog.Next(object), "#@object\n@object\nleft:n:1\n");
+}
+
+TEST(ObjectTree, RestoresWhatItSavedAndPassesOverWhatIsBroken) {
+    ObjectTree tree;
+    EXPECT_TRUE(tree.Load("/pps/a/b\n@b\nx:n:1\n/pps/../etc\n@etc\nx:n:1\n/pps/c\n@c\nbroken\n/pps/d").size() == 2U);
+    EXPECT_EQ(tree.PersistentText(), "/pps/a/b\n@b\nx:n:1\n/pps/c\n@c\n/pps/d\n@d\n");
+    for (const char* path : {"/pps", "/pps/", "/pps//a", "/pps/a/", "/pps/.ppsd", "/dev/a", "pps/a", "/pps/a b"}) {
+        EXPECT_FALSE(ObjectTree::IsPath(path)) << path;
+    }
+}
+
+} // namespace

@@ -1,0 +1,295 @@
+#include <gtest/gtest.h>
+
+#include "status/CEQSettingPPSModule.h"
+#include "status/CEQStatusPPSModule.h"
+#include "status/GpsStatusPPSModule.h"
+#include "status/PowerOnStatusPPSModule.h"
+#include "status/SystemDevStatusPPSModule.h"
+#include "tests/support/Bench.h"
+
+namespace {
+
+class PublisherTest : public testing::Test {
+protected:
+    PublisherTest() : m_watcher("/pps/tolvyn/eq/status?delta") {
+        EXPECT_TRUE(m_status.Open());
+        EXPECT_EQ(m_watcher.Read(), "@status\n");
+        TakeLog();
+    }
+
+    TemporaryRoot m_root;
+    LocalServer m_server;
+    PpsObjectClient m_watcher;
+    CEQStatusPPSModule m_status{nullptr};
+};
+
+TEST_F(PublisherTest, WritesEachAttributeWhole) {
+    const T_SRC_VOL volume{1, 2, 40, 1, 0, 0, {200, 20, 15, 8}, 30};
+    T_CARPLAY_VOLUME extended;
+    extended.VolType = 4;
+    extended.SrcVol[3] = 255;
+    tagSourceParam sources;
+    sources.Src[0] = {13, 5};
+    sources.Src[1] = {16, 12};
+    sources.Count = 2;
+    const std::string srcVol = R"([n]zosrc_vol:json:{"vol_type":2,"val":[200,20,15,8],"max":40,"max_power":30,)"
+                               R"("system_mute":"mute","source_mute":"unmute"})";
+    const std::string extraVol = R"([n]zoextra_vol:json:{"vol_type":4,"val":[0,0,0,255]})";
+    struct Case {
+        std::function<int(CEQStatusPPSModule&)> publish;
+        std::string text;
+    };
+    const Case cases[] = {
+        {[](auto& s) { return s.PublishVolume(10, 40, 0, 1, 30); },
+         R"(zovolume:json:{"current":10,"max":40,"max_power":30,"system_mute":"unmute","source_mute":"mute"})"},
+        {[&](auto& s) { return s.PublishAllVol(volume, extended); }, srcVol + "\n" + extraVol},
+        {[&](auto& s) { return s.PublishSrcVol(volume); }, srcVol},
+        {[&](auto& s) { return s.PublishExtendInfo(extended); }, extraVol},
+        {[](auto& s) { return s.PublishFadeBal(1, 2, 3, 4); }, R"(zofade_balance:json:{"ff":1,"fr":2,"bl":3,"br":4})"},
+        {[](auto& s) { return s.PublishSubWGain(255); }, "zosubwoofer_gain:n:255"},
+        {[](auto& s) { return s.PublishCenterGain(12); }, "zocenter_gain:n:12"},
+        {[](auto& s) { return s.PublishListenPos(3); }, "zolisten_pos:n:3"},
+        {[](auto& s) { return s.PublishSRS(4); }, "zosrs:n:4"},
+        {[](auto& s) { return s.PublishALC(255); }, "zoalc:n:255"},
+        {[](auto& s) { return s.PublishLoud(1); }, "zoloud::on"},
+        {[](auto& s) { return s.PublishDBB(0); }, "zodbb::off"},
+        {[](auto& s) { return s.PublishAudioMix(1); }, "[n]zoaudiomix::on"},
+        {[](auto& s) { return s.PublishAudioICStatus(0); }, "zoaudio::bad"},
+        {[](auto& s) { return s.PublishAudioICStatus(1); }, "zoaudio::ready"},
+        {[](auto& s) { return s.PublishEqType(6); }, "zoeq_type::type_6"},
+        {[](auto& s) { return s.PublishSubwoofer(1, 180, 3); },
+         R"(zosubwoofer:json:{"status":"on","phase":180,"filter":3})"},
+        {[](auto& s) { return s.PublishSpeakerMode(1, 4); }, R"(zospeaker_mode:json:{"mode":1,"channel":4})"},
+        {[](auto& s) { return s.PublishFrontFilter(0, 7); },
+         R"(zofront_stereo_filter:json:{"status":"off","cutoff_freq":7})"},
+        {[](auto& s) { return s.PublishRearFilter(1, 0); },
+         R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":0})"},
+        {[&](auto& s) { return s.PublishSrcGain(sources); },
+         R"(zosource_gain:json:{"count":2,"src":["btaudio","navi"],"gain":[5,12]})"},
+        {[](auto& s) { return s.PublishSrcGain({}); }, R"(zosource_gain:json:{"count":0,"src":[],"gain":[]})"},
+    };
+    for (const Case& each : cases) {
+        EXPECT_EQ(each.publish(m_status), 1) << each.text;
+        EXPECT_EQ(m_watcher.Read(), "@status\n" + each.text + "\n") << "one write, in one group";
+    }
+}
+
+TEST_F(PublisherTest, WritesNothingOfARejectedCode) {
+    T_SRC_VOL volume;
+    volume.SysMute = 2;
+    T_SRC_VOL sourceMuted;
+    sourceMuted.SrcMute = 3;
+    tagSourceParam sources;
+    sources.Src[2] = {32, 1};
+    sources.Count = 3;
+    EXPECT_EQ(m_status.PublishAllVol(volume, {}), 0);
+    EXPECT_EQ(m_status.PublishSrcVol(sourceMuted), 0);
+    EXPECT_EQ(m_status.PublishVolume(1, 2, 0, 2, 3), 0);
+    EXPECT_EQ(m_status.PublishAudioMix(2), 0);
+    EXPECT_EQ(m_status.PublishLoud(2), 0);
+    EXPECT_EQ(m_status.PublishDBB(-1), 0);
+    EXPECT_EQ(m_status.PublishSubwoofer(2, 0, 0), 0);
+    EXPECT_EQ(m_status.PublishFrontFilter(2, 0), 0);
+    EXPECT_EQ(m_status.PublishRearFilter(2, 0), 0);
+    EXPECT_EQ(m_status.PublishEqType(7), 0);
+    EXPECT_EQ(m_status.PublishEqType(-1), 0);
+    EXPECT_EQ(m_status.PublishAudioICStatus(2), 0);
+    EXPECT_EQ(m_status.PublishSrcGain(sources), 0);
+    const std::string tag = "-CEQStatusPPSModule, unknown ";
+    EXPECT_EQ(TakeErrors(),
+              "_Melvane_[PublishAllVol]" + tag + "systemMute( 0 or 1): 2\n" + //
+                  "_Melvane_[PublishSrcVol]" + tag + "srcMute( 0 or 1): 3\n" + "_Melvane_[PublishVolume]" + tag +
+                  "srcMute( 0 or 1): 2\n" + "_Melvane_[PublishAudioMix]" + tag + "mixStatus( 1 or 0): 2\n" +
+                  "_Melvane_[PublishLoud]" + tag + "loudStatus( 0 or 1): 2\n" + "_Melvane_[PublishDBB]" + tag +
+                  "dbbStatus( 0 or 1): -1\n" + "_Melvane_[PublishSubwoofer]" + tag + "subwooferStatus( 0 or 1): 2\n" +
+                  "_Melvane_[PublishFrontFilter]" + tag + "frontStatus( 0 or 1): 2\n" + "_Melvane_[PublishRearFilter]" +
+                  tag + "rearStatus( 0 or 1): 2\n" + "_Melvane_[PublishEqType]" + tag + "eqtype( 0 ~ 6 ): 7\n" +
+                  "_Melvane_[PublishEqType]" + tag + "eqtype( 0 ~ 6 ): -1\n" + "_Melvane_[PublishAudioICStatus]" + tag +
+                  "audioStatus( 0 or 1): 2\n" + "_Melvane_[PublishSrcGain]" + tag + "src ID: 32");
+    m_status.PublishSRS(1);
+    EXPECT_EQ(m_watcher.Read(), "@status\nzosrs:n:1\n") << "nothing came before";
+}
+
+TEST_F(PublisherTest, AFailedWriteIsTold) {
+    m_status.Close();
+    EXPECT_EQ(m_status.PublishVolume(1, 2, 0, 0, 3), 0);
+    EXPECT_EQ(m_status.PublishExtendInfo({}), 0);
+    EXPECT_EQ(m_status.PublishALC(1), 0);
+    EXPECT_EQ(m_status.PublishSpeakerMode(1, 1), 0);
+    EXPECT_EQ(m_status.PublishLoud(1), 0);
+    EXPECT_EQ(TakeErrors(), "_Melvane_[PublishVolume]-CEQStatusPPSModule, WritePPS return false\n"
+                            "_Melvane_[PublishExtendInfo]-CEQStatusPPSModule, WritePPS return false\n"
+                            "_Melvane_[PublishALC]-SetPPSIntAttr return false");
+}
+
+TEST(SettingPublisher, PublishesOneCurve) {
+    const TemporaryRoot root;
+    const LocalServer server;
+    CEQSettingPPSModule settings(nullptr);
+    ASSERT_TRUE(settings.Open());
+    tagEQType eq;
+    const double qs[] = {1.5, 2.0, 0.75, 1.25, 1.0};
+    for (int band = 0; band < kEqBandCount; ++band) {
+        eq.Band[6][band] = {250 + band, 3 * band, 9, qs[band]};
+    }
+    TakeLog();
+    EXPECT_EQ(settings.PublishEqSafByIndex(7, eq), 0);
+    EXPECT_EQ(settings.PublishEqSafByIndex(-1, eq), 0);
+    EXPECT_EQ(TakeErrors(), "_Melvane_[PublishEqSafByIndex]-CEQModule::UpdateEqSafByIndex(): unknown "
+                            "index(type_0,type_1,...) 7\n"
+                            "_Melvane_[PublishEqSafByIndex]-CEQModule::UpdateEqSafByIndex(): unknown "
+                            "index(type_0,type_1,...) -1");
+    EXPECT_EQ(settings.PublishEqSafByIndex(6, eq), 1);
+    EXPECT_EQ(settings.PublishEqSafByIndex(0, eq), 1);
+    EXPECT_EQ(SettledStateOf("/pps/tolvyn/eq/settings"),
+              "@settings\n"
+              "zoeqtype_6:json:{\"freqs\":[0,3,6,9,12],\"gain\":[250,251,252,253,254],\"q\":[1.5,2.0,0.75,1.25,1.0]}\n"
+              "zoeqtype_0:json:{\"freqs\":[0,0,0,0,0],\"gain\":[0,0,0,0,0],\"q\":[0.0,0.0,0.0,0.0,0.0]}\n");
+}
+
+TEST(DevStatusPublisher, ReadsMuteAsVolume255) {
+    const TemporaryRoot root;
+    const LocalServer server;
+    SystemDevStatusPPSModule device(nullptr);
+    ASSERT_TRUE(device.Open());
+    TakeLog();
+    for (const auto& [mute, volume, published] : {std::tuple(1, 17, "255"), std::tuple(0, 17, "17")}) {
+        EXPECT_EQ(device.PublishVolumeStatus(mute, volume), 1);
+        EXPECT_EQ(SettledStateOf("/pps/tolvyn/system/dev_status"),
+                  std::string("@dev_status\n[n]sysvolume:n:") + published + "\n");
+    }
+    EXPECT_EQ(device.PublishVolumeStatus(2, 3), 0);
+    EXPECT_EQ(device.PublishAudioMix(2), 0);
+    EXPECT_EQ(device.PublishAudioMix(1), 1);
+    EXPECT_EQ(SettledStateOf("/pps/tolvyn/system/dev_status"), "@dev_status\n[n]sysvolume:n:17\n[n]zoaudiomix:n:1\n");
+    device.Close();
+    EXPECT_EQ(device.PublishVolumeStatus(0, 3), 0);
+    EXPECT_EQ(TakeErrors(), "_Melvane_[PublishVolumeStatus]-SystemDevStatusPPSModule, unknown mute status(1 or 0):2\n"
+                            "_Melvane_[PublishAudioMix]-SystemDevStatusPPSModule, unknown mixStatus( 1 or 0): 2\n"
+                            "_Melvane_[PublishVolumeStatus]-SystemDevStatusPPSModule, SetPPSIntAttr return false");
+}
+
+class NavigationTest : public testing::Test {
+protected:
+    NavigationTest() {
+        m_data.SetVolumeScheme(1);
+        SetVolumes(40, 20, 0);
+        m_navigation.m_pEQData = &m_data;
+        TakeLog();
+    }
+    void SetVolumes(std::uint8_t max, std::uint8_t navigation, std::uint8_t sysMute, std::uint8_t srcMute = 0) {
+        tagSpeaker speaker;
+        speaker.tSrcVol = {0, 0, max, sysMute, 0, srcMute, {10, navigation, 15, 8}, 30};
+        m_data.SetVolumeData(speaker);
+    }
+    /// The navigation level that a request sends, or -1 where it sends nothing.
+    int Request(std::string value, std::string name = "navivolume") {
+        pps_attrib_t attribute{};
+        attribute.attr_name = name.data();
+        attribute.value = value.data();
+        std::vector<unsigned char> payload;
+        if (!m_navigation.OnGpsStatus(&attribute, payload)) {
+            EXPECT_TRUE(payload.empty());
+            return -1;
+        }
+        EXPECT_EQ(payload.size(), 16U);
+        EXPECT_EQ(payload[2], 10) << "no change mark";
+        return payload[4];
+    }
+
+    CEQData m_data;
+    GpsStatusPPSModule m_navigation{nullptr};
+};
+
+TEST_F(NavigationTest, TurnsPercentagesIntoLevels) {
+    const std::pair<const char*, int> requests[] = {{"75", 30},
+                                                    {"3", 1},
+                                                    {"100", 40},
+                                                    {"50", -1},
+                                                    {"abc", 0},
+                                                    {"", 0},
+                                                    {" 12x", 4},
+                                                    {"250", 40},
+                                                    {"-1", 0},
+                                                    {"4294967295", 0},
+                                                    {"53687091", 40},
+                                                    {"53687092", 0},
+                                                    {"107374190", 3}, // the product wraps
+                                                    {"99999999999999999999999", 0}};
+    for (const auto& [value, level] : requests) {
+        EXPECT_EQ(Request(value), level) << value;
+    }
+    SetVolumes(30, 20, 0);
+    EXPECT_EQ(Request("100"), 30);
+    EXPECT_EQ(Request("100", "[n]navivolume"), 30);
+    EXPECT_EQ(Request("100", "volume"), -1);
+    EXPECT_EQ(TakeErrors(), "");
+}
+
+TEST_F(NavigationTest, DoesNotAnswerItsOwnEcho) {
+    EXPECT_EQ(m_navigation.PublishNaviVol(10, 0), 0);
+    EXPECT_EQ(TakeErrors(4), "_Melvane_[PublishNaviVol]-nMax = 0");
+    EXPECT_EQ(Request("75"), 30);
+    m_navigation.PublishNaviVol(30, 40);
+    EXPECT_EQ(Request("75"), -1);
+    EXPECT_EQ(Request("76"), 30) << "another percentage";
+}
+
+TEST_F(NavigationTest, RefusesUnknownMutesAndMissingParts) {
+    SetVolumes(40, 20, 2);
+    EXPECT_EQ(Request("75"), -1);
+    SetVolumes(40, 20, 1, 2);
+    EXPECT_EQ(Request("75"), -1);
+    std::vector<unsigned char> payload;
+    pps_attrib_t attribute{};
+    EXPECT_FALSE(m_navigation.OnGpsStatus(nullptr, payload));
+    EXPECT_FALSE(m_navigation.OnGpsStatus(&attribute, payload));
+    char name[] = "navivolume";
+    attribute.attr_name = name;
+    EXPECT_FALSE(m_navigation.OnGpsStatus(&attribute, payload));
+    EXPECT_FALSE(m_navigation.SubcribeNaviVol(nullptr, payload));
+    m_navigation.m_pEQData = nullptr;
+    EXPECT_FALSE(m_navigation.SubcribeNaviVol(name, payload));
+    EXPECT_EQ(TakeErrors(), "_Melvane_[SubcribeNaviVol]-Param error,function return, systemMute:2\n"
+                            "_Melvane_[SubcribeNaviVol]-Param error,function return, sourceMute:2\n"
+                            "_Melvane_[OnGpsStatus]-GpsStatusPPSModule, NULL == info\n"
+                            "_Melvane_[OnGpsStatus]-GpsStatusPPSModule, NULL == info->attr_name\n"
+                            "_Melvane_[OnGpsStatus]-GpsStatusPPSModule, NULL == info->value\n"
+                            "_Melvane_[SubcribeNaviVol]-GpsStatusPPSModule, NULL == szValue\n"
+                            "_Melvane_[SubcribeNaviVol]-GpsStatusPPSModule, NULL == m_pEQData");
+}
+
+TEST(PowerWatcher, RecordsWords) {
+    CEQData data;
+    PowerOnStatusPPSModule power(nullptr);
+    power.AttachData(&data);
+    const auto report = [&](std::string value, std::string name = "zopoweroff") {
+        pps_attrib_t attribute{};
+        attribute.attr_name = name.data();
+        attribute.value = value.data();
+        return power.OnPowerStatus(&attribute);
+    };
+    const std::pair<const char*, int> words[] = {{"off", 0}, {"poweroff", 1}, {"fakepowerOff", 2}, {"fakepoweroff", 3},
+                                                 {"Off", 3}, {"", 3},         {"off", 0}};
+    for (const auto& [word, status] : words) {
+        EXPECT_TRUE(report(word));
+        EXPECT_EQ(data.GetPowerStatus(), status) << word;
+        EXPECT_EQ(data.GetFakePowerOffFlag(), status == 2) << word;
+        data.SetFakePowerOffFlag(false);
+    }
+    EXPECT_FALSE(report("poweroff", "[n]zopoweroff"));
+    EXPECT_FALSE(report("poweroff", "other"));
+    EXPECT_EQ(data.GetPowerStatus(), 0);
+    TakeLog();
+    pps_attrib_t attribute{};
+    EXPECT_FALSE(power.OnPowerStatus(nullptr));
+    EXPECT_FALSE(power.OnPowerStatus(&attribute));
+    char name[] = "zopoweroff";
+    attribute.attr_name = name;
+    EXPECT_FALSE(power.OnPowerStatus(&attribute));
+    EXPECT_EQ(TakeErrors(), "_Melvane_[OnPowerStatus]-PowerOnStatusPPSModule, NULL == info\n"
+                            "_Melvane_[OnPowerStatus]-PowerOnStatusPPSModule, NULL == info->attr_name\n"
+                            "_Melvane_[OnPowerStatus]-PowerOnStatusPPSModule, NULL == info->value");
+}
+
+} // namespace

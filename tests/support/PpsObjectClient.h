@@ -63,7 +63,7 @@ inline std::string StateOf(const std::string& path) {
 
 /// Writes lines into an object and waits until the server has applied them.
 inline bool WriteObject(const std::string& path, const std::string& text) {
-    const PpsObjectClient object(path + "?ack");
+    const PpsObjectClient object(path + (path.find('?') == std::string::npos ? "?ack" : ",ack"));
     return object.Write(text) && object.Read() == "ok";
 }
 

@@ -166,7 +166,7 @@ std::string TellPayload(const PacketHeader_s& header, const Bytes& payload) {
     case kAudioMixReport:
         return "audio-mix-report" + plain.Number("mix").Text();
     default:
-        return "unknown cmd=" + std::to_string(header.Cmd);
+        return "unknown";
     }
 }
 
@@ -194,7 +194,9 @@ bool ParsePacket(std::string_view block, Packet& packet) {
 }
 
 std::string Describe(const Packet& packet) {
-    std::string text = "no=" + std::to_string(packet.header.PacketNo) + " ";
+    std::string text = "no=" + std::to_string(packet.header.PacketNo);
+    text += " size=" + std::to_string(packet.header.PacketSize);
+    text += " cmd=" + std::to_string(packet.header.Cmd) + " ";
     text += TellPayload(packet.header, packet.payload) + " [";
     static constexpr char kDigits[] = "0123456789abcdef";
     for (std::size_t i = 0; i < packet.payload.size(); ++i) {

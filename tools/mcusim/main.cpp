@@ -1,8 +1,7 @@
-#include <CLI/CLI.hpp>
-
 #include <cstdio>
 #include <string>
 
+#include "tools/common/CommandLine.h"
 #include "tools/common/StopSignals.h"
 #include "tools/mcusim/Simulator.h"
 
@@ -19,7 +18,9 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
     app.add_option("--count", options.reportCount, "end the random reports after so many")->needs(seed);
-    CLI11_PARSE(app, argc, argv);
+    if (const auto status = ParseCommandLine(app, argc, argv)) {
+        return *status;
+    }
 
     const UniqueFd stop = StopSignals();
     mcusim::Simulator simulator(options);

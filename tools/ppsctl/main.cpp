@@ -1,5 +1,3 @@
-#include <CLI/CLI.hpp>
-
 #include <poll.h>
 
 #include <cerrno>
@@ -9,6 +7,7 @@
 #include <vector>
 
 #include "platform/host/PpsConnection.h"
+#include "tools/common/CommandLine.h"
 #include "tools/common/StopSignals.h"
 
 namespace {
@@ -141,12 +140,8 @@ int main(int argc, char** argv) {
     CLI::App* remove = app.add_subcommand("delete", "deletes the object");
     remove->add_option("OBJECT", object)->required();
 
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp& help) {
-        return app.exit(help);
-    } catch (const CLI::ParseError& error) {
-        return Fail("command line", error.what());
+    if (const auto status = ParseCommandLine(app, argc, argv)) {
+        return *status;
     }
     if (write->parsed()) {
         return Write(write->remaining());

@@ -1,8 +1,7 @@
-#include <CLI/CLI.hpp>
-
 #include <cstdio>
 #include <string>
 
+#include "tools/common/CommandLine.h"
 #include "tools/common/StopSignals.h"
 #include "tools/ppsd/Server.h"
 
@@ -12,7 +11,9 @@ int main(int argc, char** argv) {
                  "ppsd");
     int saveSeconds = 0;
     app.add_option("--save", saveSeconds, "also save the objects every so many seconds")->check(CLI::Range(1, 86400));
-    CLI11_PARSE(app, argc, argv);
+    if (const auto status = ParseCommandLine(app, argc, argv)) {
+        return *status;
+    }
 
     const UniqueFd stop = StopSignals();
     Server server{std::chrono::seconds(saveSeconds)};

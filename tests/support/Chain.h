@@ -1,0 +1,46 @@
+#ifndef TLG_TESTS_SUPPORT_CHAIN_H
+#define TLG_TESTS_SUPPORT_CHAIN_H
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <memory>
+
+#include "tests/support/PpsObjectClient.h"
+#include "tests/support/Process.h"
+#include "tests/support/TemporaryRoot.h"
+
+constexpr const char* kControl = "/pps/tolvyn/eq/control";
+constexpr const char* kStatus = "/pps/tolvyn/eq/status";
+constexpr const char* kNavigation = "/pps/tolvyn/navigation/gps_status";
+
+/// One whole chain of real processes below a root of its own: a PPS server and, when started, the service
+/// and a simulated MCU.
+struct Chain {
+    Chain() { EXPECT_TRUE(ppsd->WaitFor("ppsd: ready\n")); }
+
+    void StartMcu(const std::vector<std::string>& arguments = {"--trace"}) {
+        mcu = std::make_unique<Process>("mcusim", arguments);
+        EXPECT_TRUE(mcu->WaitFor("mcusim: ready\n"));
+    }
+    /// Starts the service and waits until it has taken the answers to its seven queries.
+    void StartService() {
+        service = std::make_unique<Process>("melvane");
+        EXPECT_TRUE(service->WaitFor("[UpdatePPS]-end", 7)) << service->Output();
+    }
+    /// Ends the service as a user would; it must have ended well.
+    void StopService() const { EXPECT_EQ(service->Stop(SIGTERM), 0) << service->Output(); }
+
+    TemporaryRoot root;
+    std::unique_ptr<Process> ppsd = std::make_unique<Process>("ppsd");
+    std::unique_ptr<Process> mcu;
+    std::unique_ptr<Process> service;
+};
+
+/// The line of one attribute, its qualifier included, in an object's text; empty where there is none.
+inline std::string LineOf(const std::string& text, const std::string& name) {
+    const std::size_t begin = ("\n" + text).find("\n" + name + ":");
+    return begin == std::string::npos ? "" : text.substr(begin, text.find('\n', begin) - begin);
+}
+
+#endif

@@ -1,0 +1,107 @@
+#include "tests/support/Process.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <chrono>
+#include <stdexcept>
+
+namespace {
+
+constexpr auto kTimeout = std::chrono::seconds(60);
+
+} // namespace
+
+Process::Process(const std::string& program, const std::vector<std::string>& arguments) {
+    std::array<int, 2> input{};
+    std::array<int, 2> output{};
+    if (::pipe2(input.data(), O_CLOEXEC) != 0 || ::pipe2(output.data(), O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    m_input.Reset(input[1]);
+    m_output.Reset(output[0]);
+    const UniqueFd theirInput(input[0]);
+    const UniqueFd theirOutput(output[1]);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, theirInput.Get(), STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, theirOutput.Get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, theirOutput.Get(), STDERR_FILENO);
+    std::string path = std::string(TLG_BIN_DIR "/") + program;
+    std::vector<char*> argv{path.data()};
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    const int error = ::posix_spawn(&m_pid, path.c_str(), &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0) {
+        throw std::runtime_error("cannot run " + path);
+    }
+    m_collector = std::thread(&Process::Collect, this);
+}
+
+Process::~Process() {
+    Stop(SIGKILL);
+}
+
+void Process::Collect() {
+    std::array<char, 65536> buffer{};
+    for (;;) {
+        const ssize_t length = ::read(m_output.Get(), buffer.data(), buffer.size());
+        if (length <= 0) {
+            return;
+        }
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_text.append(buffer.data(), static_cast<std::size_t>(length));
+        m_changed.notify_all();
+    }
+}
+
+bool Process::WaitFor(const std::string& text, std::size_t count) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_for(lock, kTimeout, [&] { return Count(m_text, text) >= count; });
+}
+
+std::string Process::Output() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_text;
+}
+
+void Process::Type(const std::string& text) const {
+    if (::write(m_input.Get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+        throw std::runtime_error("the program takes no input");
+    }
+}
+
+int Process::Stop(int signal) {
+    if (m_pid < 0) {
+        return 0;
+    }
+    if (signal != 0) {
+        ::kill(m_pid, signal);
+    }
+    int status = 0;
+    ::waitpid(m_pid, &status, 0);
+    m_pid = -1;
+    m_collector.join();
+    return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+int RunProgram(const std::string& program, const std::vector<std::string>& arguments, std::string& output) {
+    Process process(program, arguments);
+    const int status = process.WaitForEnd();
+    output = process.Output();
+    return status;
+}
+
+std::size_t Count(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) {
+        ++count;
+    }
+    return count;
+}

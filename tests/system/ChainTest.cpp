@@ -1,0 +1,232 @@
+// The whole chain with real processes: a command goes to the MCU and comes back as a status attribute.
+#include "tests/support/Chain.h"
+#include "tests/support/FakeMcu.h"
+
+namespace {
+
+TEST(ChainTest, EveryCommandReachesTheMcuAndComesBack) {
+    Chain chain;
+    const PpsObjectClient launcher("/pps/services/app-launcher?delta");
+    launcher.Read();
+    chain.StartMcu();
+    chain.StartService();
+    const PpsObjectClient status(std::string(kStatus) + "?delta");
+    const std::string start = status.Read();
+    EXPECT_EQ(Count(start, "\n"), 1U + 18U) << "all but the audio mixing state: " << start;
+    struct Row {
+        const char* command;
+        const char* sent; ///< the payload that the MCU gets
+        const char* status;
+    };
+    const Row rows[] = {
+        {"zovolume::3", "[08 02 00 01 8f 28 00 00 00 1e 00 0c 0c 0c 0c 06 06 00]",
+         R"(zovolume:json:{"current":15,"max":40,"max_power":30,"system_mute":"unmute","source_mute":"unmute"})"},
+        {"zovolume_mute:json:{\"mutetype\":\"system\",\"mute\":\"mute\"}", "[0c a0 01 00]",
+         R"(zovolume:json:{"current":15,"max":40,"max_power":30,"system_mute":"mute","source_mute":"unmute"})"},
+        {"zovolume_mute:json:{\"mutetype\":\"source\",\"mute\":\"mute\"}", "[0c a0 01 04]",
+         R"(zovolume:json:{"current":15,"max":40,"max_power":30,"system_mute":"mute","source_mute":"mute"})"},
+        {"zovolume::-50", "[08 02 00 01 80 28 00 00 00 1e 02 0c 0c 0c 0c 06 06 00]",
+         R"(zovolume:json:{"current":0,"max":40,"max_power":30,"system_mute":"unmute","source_mute":"mute"})"},
+        {"zosrc_vol:json:{\"type\":0,\"val\":99}", "[08 02 00 01 28 28 00 00 00 1e 02 0c 0c 0c 0c 06 06 00]",
+         R"([n]zosrc_vol:json:{"vol_type":5,"val":[40,0,0,0],"max":40,"max_power":30,)"
+         R"("system_mute":"unmute","source_mute":"mute"})"},
+        {"zosrc_vol:json:{\"type\":0,\"val\":9}", "[08 02 00 01 09 28 00 00 00 1e 02 0c 0c 0c 0c 06 06 00]",
+         R"([n]zosrc_vol:json:{"vol_type":5,"val":[9,0,0,0],"max":40,"max_power":30,)"
+         R"("system_mute":"unmute","source_mute":"mute"})"},
+        {"zomaxpower_vol::50", "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 0c 0c 06 06 00]",
+         R"(zovolume:json:{"current":9,"max":40,"max_power":40,"system_mute":"unmute","source_mute":"mute"})"},
+        {"zofade_balance:json:{\"ff\":12,\"fr\":12,\"bl\":0,\"br\":24}",
+         "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 00 18 06 06 00]",
+         R"(zofade_balance:json:{"ff":12,"fr":12,"bl":0,"br":24})"},
+        {"zosubwoofer_gain::255", "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 00 18 ff 06 00]", "zosubwoofer_gain:n:255"},
+        {"zocenter_gain::12", "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 00 18 ff 0c 00]", "zocenter_gain:n:12"},
+        {"zoloud::on", "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 00 18 ff 0c 01]", "zoloud::on"},
+        {"zosource_gain:json:{\"count\":2,\"src\":[\"btaudio\",\"navi\"],\"gain\":[5,12]}", "[08 02 02 02 0d 05 10 0c]",
+         R"(zosource_gain:json:{"count":2,"src":["btaudio","navi"],"gain":[5,12]})"},
+        {"zolisten_pos::2", "[08 02 03 02 00]", "zolisten_pos:n:2"},
+        {"zosrs::3", "[08 02 03 02 03]", "zosrs:n:3"},
+        {"zodbb::on", "[08 02 04 13 00 00]", "zodbb::on"},
+        {"zosubwoofer:json:{\"status\":\"off\",\"phase\":180,\"filter\":4}", "[08 02 04 25 00 00]",
+         R"(zosubwoofer:json:{"status":"off","phase":180,"filter":4})"},
+        {"zospeaker_mode:json:{\"mode\":1,\"channel\":4}", "[08 02 04 25 09 00]",
+         R"(zospeaker_mode:json:{"mode":1,"channel":4})"},
+        {"zofront_stereo_filter:json:{\"status\":\"on\",\"cutoff_freq\":7}", "[08 02 04 25 09 0f]",
+         R"(zofront_stereo_filter:json:{"status":"on","cutoff_freq":7})"},
+        {"zorear_stereo_filter:json:{\"status\":\"on\",\"cutoff_freq\":5}", "[08 02 04 25 09 df]",
+         R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":5})"},
+        {"zoalc::0", "[08 02 05 00]", "zoalc:n:0"},
+        {"zoaudiomix::on", "[32 01]", "[n]zoaudiomix::on"},
+        {"zoeqtype:json:{\"type\":\"type_3\",\"freqs\":[0,5,7,11,12],\"gain\":[-3,300,5,6,7],"
+         "\"q\":[1.5,2,0.75,1.25,1.0]}",
+         "fd 00 03 2c 05 04 05 07 00 06 0b 02 07 0c 01", "zoeq_type::type_3"},
+    };
+    for (const Row& row : rows) {
+        ASSERT_TRUE(WriteObject(kControl, row.command));
+        const std::string expected = std::string(row.status) + "\n";
+        EXPECT_NE(status.ReadUntil(expected).find(expected), std::string::npos) << row.command;
+        EXPECT_NE(chain.mcu->Output().find(row.sent), std::string::npos) << row.command;
+        const std::string name = expected.substr(0, expected.find(':'));
+        EXPECT_EQ(LineOf(StateOf(kStatus), name) + "\n", expected);
+    }
+    EXPECT_EQ(LineOf(StateOf("/pps/tolvyn/eq/settings"), "zoeqtype_3"),
+              R"(zoeqtype_3:json:{"freqs":[0,5,7,11,12],"gain":[253,44,5,6,7],"q":[1.5,2.0,0.75,1.25,1.0]})");
+    EXPECT_EQ(LineOf(StateOf("/pps/tolvyn/system/dev_status"), "[n]sysvolume"), "[n]sysvolume:n:9");
+    EXPECT_NE(launcher.ReadUntil("\"app\":\"zovolume\"").find(R"("cmd":"launch sync","app":"zovolume","dat":"null"})"),
+              std::string::npos);
+    chain.StopService();
+    EXPECT_EQ(Count("\n" + chain.service->Output(), "\n2 "), 1U) << "no configuration file, and no other error";
+}
+
+TEST(ChainTest, TwoStepsBeforeTheFirstAcknowledgementStartFromTheSameVolume) {
+    const Chain chain;
+    FakeMcu mcu;
+    Process service("melvane");
+    ASSERT_TRUE(mcu.Accept());
+    for (int i = 0; i < 7; ++i) {
+        EXPECT_EQ(mcu.Receive().payload[1], i == 6 ? 7 : i);
+    }
+    mcu.Send({137, 2, 0, 1, 10, 40, 0, 0, 0, 30, 0, 1, 2, 3, 4, 5, 6, 0});
+    ASSERT_TRUE(service.WaitFor("[UpdatePPS]-end"));
+    for (const int number : {1, 2}) {
+        ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
+        const mcusim::Packet packet = mcu.Receive();
+        EXPECT_EQ(packet.header.PacketNo, number);
+        EXPECT_EQ(packet.payload[4], 0x80 | 11) << "nothing was acknowledged yet";
+    }
+    mcu.Acknowledge(1);
+    mcu.Acknowledge(2);
+    ASSERT_TRUE(service.WaitFor("[UpdatePPS]-end", 3));
+    ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
+    EXPECT_EQ(mcu.Receive().payload[4], 0x80 | 12) << "two steps became one";
+    mcu.Acknowledge(3, 1);
+    ASSERT_TRUE(service.WaitFor("Function return error. nCmd[136], nPacketSize[2]"));
+    EXPECT_NE(StateOf(kStatus).find("\"current\":11,"), std::string::npos)
+        << "what is refused does not become a setting";
+    EXPECT_EQ(service.Stop(SIGINT), 0);
+}
+
+TEST(ChainTest, BadInputIsAnsweredAndChangesNothing) {
+    const Chain chain;
+    FakeMcu mcu;
+    Process service("melvane");
+    ASSERT_TRUE(mcu.Accept());
+    mcu.Send({137, 2, 0, 1, 10, 40, 0, 0, 0, 30, 0, 1, 2, 3, 4, 5, 6, 0});
+    ASSERT_TRUE(service.WaitFor("[UpdatePPS]-end"));
+    const std::string before = StateOf(kStatus);
+    for (const char* line : {"nonsense::1", "ZOVOLUME::1", "zofade_balance::1", "zofade_balance:json:{", "zoalc::-1",
+                             "[n]zoalc:n:256", "zodbb::On"}) {
+        ASSERT_TRUE(WriteObject(kControl, line));
+    }
+    ASSERT_TRUE(service.WaitFor("Unknown DBB state:On"));
+    mcu.SendBlock(FakeMcu::Bytes(10, 1));
+    mcu.SendBlock(FakeMcu::Bytes(28, 0));
+    mcu.SendBlock({});
+    mcu.SendBlock(FakeMcu::Bytes(100000, 7));
+    mcu.Send({99, 1});
+    mcu.Acknowledge(5);
+    mcu.Send(FakeMcu::Bytes(60000, 138));
+    mcu.Send({138, 2, 6, 0});
+    for (const char* line : {"Unknown attribute : nonsense, function return.", "EncodingIsJson isn't json",
+                             "pps_decoder_parse_json_str return", "Unknown ACL:-1", "Unknown ACL:256",
+                             "nSize[10], nHeaderSize[28]", "nSize[28], nHeaderSize[28]", "nSize[0], nHeaderSize[28]",
+                             "nPacketSize[117901063], nHeaderSize[28], nSize[100000]", "nCmd[99], nPacketSize[2]",
+                             "Can't find the packet no:5", "Unknown case:138", "Unknown case:6"}) {
+        EXPECT_TRUE(service.WaitFor(line)) << line;
+    }
+    EXPECT_EQ(StateOf(kStatus), before);
+    ASSERT_TRUE(WriteObject(kControl, "zoalc::7"));
+    for (int i = 0; i < 7; ++i) {
+        mcu.Receive();
+    }
+    EXPECT_EQ(mcu.Receive().payload, (FakeMcu::Bytes{8, 2, 5, 7})) << "the first command that was sent";
+    EXPECT_EQ(service.Stop(SIGTERM), 0);
+}
+
+TEST(ChainTest, PeersMayComeAndGo) {
+    Chain chain;
+    chain.StartMcu();
+    chain.StartService();
+    ASSERT_TRUE(WriteObject("/pps/tolvyn/system/poweron_status", "zopoweroff::off"));
+    chain.mcu.reset();
+    ASSERT_TRUE(chain.service->WaitFor("mcucom/eq lost"));
+    chain.StartMcu();
+    ASSERT_TRUE(chain.service->WaitFor("mcucom/eq is back"));
+    EXPECT_EQ(chain.ppsd->Stop(SIGTERM), 0);
+    chain.ppsd = std::make_unique<Process>("ppsd");
+    ASSERT_TRUE(chain.ppsd->WaitFor("ppsd: ready\n"));
+    ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
+    EXPECT_TRUE(chain.mcu->WaitFor("main=13*")) << chain.mcu->Output();
+    EXPECT_EQ(Count(chain.service->Output(), "eq/control?delta,nopersist lost"), 1U);
+    const PpsObjectClient status(std::string(kStatus) + "?delta");
+    EXPECT_NE(status.ReadUntil("\"current\":13").find("\"current\":13"), std::string::npos)
+        << "an output is reopened by its next write";
+    std::string output;
+    EXPECT_EQ(RunProgram("ppsctl", {"delete", kControl}, output), 0);
+    ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
+    EXPECT_TRUE(chain.mcu->WaitFor("main=14*")) << "the object was made anew";
+    PpsObjectClient(kControl, 0x302);
+    ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
+    EXPECT_TRUE(chain.mcu->WaitFor("main=15*")) << "the object was emptied";
+    chain.StopService();
+}
+
+TEST(ChainTest, WhatIsMissingAtTheStartIsNamed) {
+    std::string output;
+    {
+        const TemporaryRoot root;
+        EXPECT_EQ(RunProgram("melvane", {}, output), 0);
+        EXPECT_NE(output.find("can't open the PPS server's object /pps/tolvyn/eq/status?delta: Connection refused"),
+                  std::string::npos)
+            << output;
+    }
+    Chain chain;
+    EXPECT_EQ(RunProgram("melvane", {}, output), 0);
+    EXPECT_NE(output.find("can't open the device /dev/name/local/tolvyn/resmgr/mcucom/eq: No such file or directory"),
+              std::string::npos);
+    chain.StartMcu();
+    chain.StartService();
+    EXPECT_EQ(RunProgram("melvane", {}, output), 0);
+    EXPECT_EQ(output, "2 0x4e33 _Melvane_[DoWork]-the service already runs below this root, this one ends\n");
+    ASSERT_TRUE(WriteObject(kControl, "zoalc::9"));
+    EXPECT_TRUE(chain.mcu->WaitFor("-> no=1 size=2 cmd=136 acknowledgement status=0"));
+}
+
+TEST(ChainTest, TheCommandLineHasTwoOptions) {
+    const TemporaryRoot root;
+    const std::string version = "TolvynEQ:Melvane for MAIN_LINE_Build2015-10-20\n";
+    const std::string help = version + "  -v    get version\n  -h    get help\n";
+    const std::pair<std::vector<std::string>, std::string> cases[] = {
+        {{"-v"}, version}, {{"-v", "-h"}, version}, {{"-h", "x"}, help}, {{"-h"}, help}, {{"-x"}, help}};
+    for (const auto& [arguments, printed] : cases) {
+        std::string output;
+        EXPECT_EQ(RunProgram("melvane", arguments, output), 0);
+        EXPECT_EQ(output.substr(output.find("TolvynEQ")), printed) << "behind getopt's own diagnostic";
+    }
+}
+
+TEST(ChainTest, TheSchemeDecidesAboutNavigation) {
+    for (const char* scheme : {"0", "1"}) {
+        Chain chain;
+        chain.root.WriteFile("/zoapps/etc/volume.conf", std::string("scheme=") + scheme + ";\n");
+        chain.StartMcu();
+        chain.StartService();
+        const bool follows = *scheme == '1';
+        EXPECT_EQ(LineOf(StateOf(kNavigation), "[n]navivolume"), follows ? "[n]navivolume:n:45" : "");
+        EXPECT_EQ(Count(StateOf(kStatus), "\"val\":[12,18,15,20]"), follows ? 1U : 0U);
+        const PpsObjectClient navigation(std::string(kNavigation) + "?delta");
+        navigation.Read();
+        EXPECT_TRUE(navigation.Write("navivolume:n:75"));
+        ASSERT_TRUE(chain.service->WaitFor("cmdVector.empty()"));
+        chain.mcu->Type("volume navi 20\nvolume ext2 33\nnonsense\n");
+        ASSERT_TRUE(chain.mcu->WaitFor("not an order: 'nonsense'"));
+        ASSERT_TRUE(chain.service->WaitFor("receive MCU data", follows ? 10 : 9));
+        ASSERT_TRUE(chain.service->WaitFor("[UpdatePPS]-end", follows ? 10 : 9));
+        EXPECT_EQ(Count(chain.mcu->Output(), "navi=30 "), follows ? 1U : 0U);
+        EXPECT_EQ(StateOf(kNavigation),
+                  std::string("@gps_status\n") + (follows ? "[n]navivolume:n:50\n" : "navivolume:n:75\n"));
+        EXPECT_EQ(Count(StateOf(kStatus), "\"val\":[10,11,33,13]"), follows ? 1U : 0U);
+        chain.StopService();
+    }
+}
+
+} // namespace

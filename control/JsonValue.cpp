@@ -17,14 +17,26 @@ bool JsonValue::Enter(char* text) {
 }
 
 int JsonValue::EnterArray(const std::string& key) {
-    const bool isArray = pps_decoder_type(&m_decoder, key.c_str()) == PPS_TYPE_ARRAY;
-    // An object would let itself be entered too; the empty key's failed push keeps it out.
-    pps_decoder_push(&m_decoder, isArray ? key.c_str() : "");
-    return isArray ? pps_decoder_length(&m_decoder) : 0;
+    // Objects would let themselves be entered, too.
+    m_isInArray = pps_decoder_type(&m_decoder, key.c_str()) == PPS_TYPE_ARRAY;
+    if (!m_isInArray) {
+        m_missesArray = true;
+        return 0;
+    }
+    pps_decoder_push(&m_decoder, key.c_str());
+    return pps_decoder_length(&m_decoder);
+}
+
+void JsonValue::LeaveArray() {
+    if (m_isInArray) {
+        pps_decoder_pop(&m_decoder);
+        m_isInArray = false;
+    }
 }
 
 bool JsonValue::Check(const char* message) {
-    if (pps_decoder_status(&m_decoder, true) == PPS_DECODER_OK) {
+    const bool hasFailed = pps_decoder_status(&m_decoder, true) != PPS_DECODER_OK;
+    if (!hasFailed && !m_missesArray) {
         return true;
     }
     LOGBASE(LOG_LEV_ERROR, m_handler, "%s", message);

@@ -23,13 +23,13 @@ public:
     void Get(const std::string& key, int& value) { pps_decoder_get_int(&m_decoder, key.c_str(), &value); }
     void Get(const std::string& key, const char*& value) { pps_decoder_get_string(&m_decoder, key.c_str(), &value); }
 
-    /// Enters an array and returns its length. What is missing or no array has the length 0, and its
-    /// elements can't be read.
+    /// Enters an array and returns its length. What is missing or no array has the length 0, and
+    /// fails Check().
     int EnterArray(const std::string& key);
     void GetNext(int& value) { pps_decoder_get_int(&m_decoder, nullptr, &value); }
     void GetNext(double& value) { pps_decoder_get_double(&m_decoder, nullptr, &value); }
     void GetNext(const char*& value) { pps_decoder_get_string(&m_decoder, nullptr, &value); }
-    void LeaveArray() { pps_decoder_pop(&m_decoder); }
+    void LeaveArray();
 
     /// True when every read so far succeeded; otherwise logs @p message.
     bool Check(const char* message);
@@ -37,6 +37,8 @@ public:
 private:
     const char* m_handler;
     pps_decoder_t m_decoder{};
+    bool m_isInArray = false;
+    bool m_missesArray = false; // what should have been an array was none
 };
 
 #endif

@@ -12,7 +12,8 @@ namespace TLG::ZOCAR {
 
 namespace {
 
-constexpr int kWriteTimeoutMs = 1000;
+constexpr int kRoomTimeoutMs = 1000;
+constexpr int kRoomSliceMs = 20;
 
 /// The target's O_TRUNC. Old commands are thrown away when the service starts, but not when it finds
 /// its way back to a server that restarted: what lies there then is new.
@@ -20,28 +21,6 @@ constexpr int kTruncate = 0x200;
 
 UniqueFd OpenFile(const fileTagInfo& info, int oflag) {
     return UniqueFd(::open(info.path.c_str(), oflag, static_cast<mode_t>(info.mode)));
-}
-
-bool WriteTo(int fd, const void* data, int length) {
-    for (;;) {
-        const ssize_t written = ::write(fd, data, static_cast<std::size_t>(length));
-        if (written == length) {
-            return true;
-        }
-        if (written >= 0) {
-            errno = EMSGSIZE;
-            return false;
-        }
-        if (errno == EAGAIN) {
-            pollfd room{fd, POLLOUT, 0};
-            if (::poll(&room, 1, kWriteTimeoutMs) == 0) {
-                errno = ETIMEDOUT;
-                return false;
-            }
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
 }
 
 bool PeerWentAway(int error) {
@@ -71,8 +50,9 @@ bool FileBase::OpenLogged(const char* what) {
 }
 
 void FileBase::Close() {
-    const std::lock_guard<std::recursive_mutex> delivery(m_deliveryMutex);
+    // First of all closed, so that a delivery under way comes to its end.
     Replace(nullptr, nullptr);
+    const std::lock_guard<std::recursive_mutex> delivery(m_deliveryMutex);
 }
 
 void FileBase::Replace(Descriptor descriptor, Descriptor previous) const {
@@ -105,13 +85,47 @@ bool FileBase::Reopen(const Descriptor& lost) const {
     return true;
 }
 
+bool FileBase::WriteTo(const Descriptor& descriptor, const void* data, int length) const {
+    for (;;) {
+        const ssize_t written = ::write(descriptor->Get(), data, static_cast<std::size_t>(length));
+        if (written == length) {
+            m_isCongested = false;
+            return true;
+        }
+        if (written >= 0) {
+            errno = EMSGSIZE;
+            return false;
+        }
+        if (errno != EINTR && (errno != EAGAIN || !WaitForRoom(descriptor))) {
+            return false;
+        }
+    }
+}
+
+/// Waits until the peer takes something, or the file is closed; errno tells why not.
+bool FileBase::WaitForRoom(const Descriptor& descriptor) const {
+    for (int waited = 0; !m_isCongested && waited < kRoomTimeoutMs; waited += kRoomSliceMs) {
+        pollfd room{descriptor->Get(), POLLOUT, 0};
+        if (::poll(&room, 1, kRoomSliceMs) > 0) {
+            return true;
+        }
+        if (Current() != descriptor) {
+            errno = EBADF;
+            return false;
+        }
+    }
+    m_isCongested = true;
+    errno = ETIMEDOUT;
+    return false;
+}
+
 bool FileBase::Write(const void* data, int length) const {
     const Descriptor descriptor = Current();
     if (!descriptor) {
         errno = EBADF;
         return false;
     }
-    return WriteTo(descriptor->Get(), data, length);
+    return WriteTo(descriptor, data, length);
 }
 
 bool FileBase::WriteReopening(const void* data, int length) const {
@@ -120,7 +134,7 @@ bool FileBase::WriteReopening(const void* data, int length) const {
         errno = EBADF;
         return false;
     }
-    if (WriteTo(descriptor->Get(), data, length)) {
+    if (WriteTo(descriptor, data, length)) {
         return true;
     }
     return PeerWentAway(errno) && Reopen(descriptor) && Write(data, length);

@@ -1,6 +1,7 @@
 #ifndef TLG_FRAMEWORK_FILEBASE_H
 #define TLG_FRAMEWORK_FILEBASE_H
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -43,11 +44,14 @@ protected:
     /// Opens as Open() does; @p what names the kind of file in the log line.
     bool OpenLogged(const char* what);
 
-    /// Writes one message whole; waits a second at most for room. False on failure, with errno set.
+    /// Writes one message whole; waits a second at most for room, and not at all as long as the last
+    /// wait was in vain. False on failure, with errno set.
     bool Write(const void* data, int length) const;
 
     /// Writes like Write(), and once more after reopening a file whose peer went away.
     bool WriteReopening(const void* data, int length) const;
+
+    bool IsOpen() const { return Current() != nullptr; }
 
 private:
     friend class Multiplexer;
@@ -56,6 +60,8 @@ private:
     /// The open descriptor, kept open as long as the result lives; null when the file is closed.
     Descriptor Current() const;
     void Replace(Descriptor descriptor, Descriptor previous) const;
+    bool WriteTo(const Descriptor& descriptor, const void* data, int length) const;
+    bool WaitForRoom(const Descriptor& descriptor) const;
 
     /// Opens anew after the peer of @p lost went away. True when the file is open again, be it by
     /// another thread; false on failure and when the file was closed meanwhile.
@@ -68,6 +74,7 @@ private:
     // The one before a reopening: it stays open so that a multiplexer which watches it is told of its
     // end and turns to the new one. Guarded by m_descriptorMutex.
     mutable Descriptor m_previous;
+    mutable std::atomic<bool> m_isCongested{false}; // the last wait for room was in vain
     mutable Mutex m_reopenMutex; // held by the one thread that reopens; taken before m_descriptorMutex
 
     // Held while input is delivered, and taken by Close() to wait for that; recursive, since a delivery

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <mutex>
+#include <system_error>
 
 #include "framework/LogBase.h"
 
@@ -52,39 +52,60 @@ bool Multiplexer::Close() {
 }
 
 bool Multiplexer::Start() {
-    if (!m_wake || m_thread.joinable()) {
-        return false;
-    }
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        for (auto& [key, entry] : m_entries) {
-            Watch(key, entry);
+        if (!m_wake || m_isRunning) {
+            return false;
         }
+        for (auto& [key, entry] : m_entries) {
+            if (!Watch(key, entry)) {
+                LogUnwatched(*entry.file);
+                return false;
+            }
+        }
+        m_isRunning = true;
+        m_isStopping = false;
     }
     try {
-        m_thread = std::thread(&Multiplexer::Run, this);
+        m_threads[kDispatcher] = std::thread(&Multiplexer::Dispatch, this);
+        m_threads[kReopener] = std::thread(&Multiplexer::Reopen, this);
     } catch (const std::system_error& error) {
         LOGBASE(LOG_LEV_ERROR, "Start", "can't start the multiplexer: %s\n", error.what());
+        Join();
         return false;
     }
     return true;
 }
 
 bool Multiplexer::Stop() {
-    if (!m_thread.joinable()) {
-        return false;
-    }
-    const std::uint64_t one = 1;
-    if (::write(m_wake.Get(), &one, sizeof one) != sizeof one) {
-        LOGBASE(LOG_LEV_ERROR, "Stop", "can't wake the multiplexer: %s\n", std::strerror(errno));
-    }
-    m_thread.join();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_threadId = {};
+        if (!m_isRunning) {
+            return false;
+        }
     }
-    std::uint64_t taken = 0;
-    return ::read(m_wake.Get(), &taken, sizeof taken) == sizeof taken;
+    Join();
+    return true;
+}
+
+/// Ends the threads.
+void Multiplexer::Join() {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isStopping = true;
+        m_inputLost.notify_all();
+    }
+    ::eventfd_write(m_wake.Get(), 1);
+    for (std::thread& thread : m_threads) {
+        if (thread.joinable()) {
+            thread.join();
+        }
+    }
+    eventfd_t taken = 0;
+    ::eventfd_read(m_wake.Get(), &taken);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isRunning = false;
+    m_ids = {};
 }
 
 bool Multiplexer::Add(int key, FileBase* file) {
@@ -97,7 +118,12 @@ bool Multiplexer::Add(int key, FileBase* file) {
         return false;
     }
     entry->second.file = file;
-    return !m_thread.joinable() || Watch(key, entry->second);
+    if (m_isRunning && !Watch(key, entry->second)) {
+        LogUnwatched(*file);
+        m_entries.erase(entry);
+        return false;
+    }
+    return true;
 }
 
 bool Multiplexer::Remove(int key) {
@@ -111,10 +137,18 @@ bool Multiplexer::Remove(int key) {
         m_epoll.Remove(watched->Get());
     }
     m_entries.erase(found);
-    if (std::this_thread::get_id() != m_threadId) {
-        m_useEnds.wait(lock, [this, file] { return m_used != file; });
-    }
+    m_useEnds.wait(lock, [this, file] { return !IsUsedElsewhere(file); });
     return true;
+}
+
+/// Whether a thread other than the calling one uses the file. Called with m_mutex held.
+bool Multiplexer::IsUsedElsewhere(const FileBase* file) const {
+    for (std::size_t thread = 0; thread < kThreadCount; ++thread) {
+        if (m_used[thread] == file && m_ids[thread] != std::this_thread::get_id()) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Puts the file's present descriptor into the epoll set. Called with m_mutex held.
@@ -125,66 +159,64 @@ bool Multiplexer::Watch(int key, Entry& entry) {
     return current && m_epoll.Add(current->Get(), EPOLLIN | EPOLLRDHUP, static_cast<std::uint64_t>(key));
 }
 
-void Multiplexer::Run() {
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_threadId = std::this_thread::get_id();
-    }
-    for (bool stop = false; !stop;) {
-        m_epoll.Wait(TimeoutMs(), [&](std::uint64_t id, std::uint32_t events) {
-            stop |= id == kWakeId;
-            if (!stop) {
-                Deliver(static_cast<int>(id), events);
-            }
-        });
-        if (!stop) {
-            ReopenLost();
-        }
-    }
+void Multiplexer::LogUnwatched(const FileBase& file) const {
+    LOGBASE(LOG_LEV_ERROR, "Watch", "can't watch %s: %s\n", file.m_info.path.c_str(), std::strerror(errno));
 }
 
-/// Finds a file that is watched (or lost), and keeps it from being removed until End().
-Multiplexer::Use Multiplexer::Begin(int key, bool lost) {
+/// Finds a file that is watched (for the dispatcher) or lost (for the reopener), and keeps it from being removed
+/// until End().
+Multiplexer::Use Multiplexer::Begin(int key, Thread user) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_entries.find(key);
     if (found == m_entries.end()) {
         return {};
     }
     const Entry& entry = found->second;
-    Use use{entry.file, lost ? entry.lost : entry.watched.lock()};
+    Use use{entry.file, user == kReopener ? entry.lost : entry.watched.lock()};
     if (!use.descriptor) {
         return {};
     }
-    m_used = use.file;
+    m_used[user] = use.file;
     return use;
 }
 
-void Multiplexer::End() {
+void Multiplexer::End(Thread user) {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_used = nullptr;
+    m_used[user] = nullptr;
     m_useEnds.notify_all();
 }
 
-int Multiplexer::TimeoutMs() {
+void Multiplexer::Dispatch() {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_ids[kDispatcher] = std::this_thread::get_id();
+    }
+    for (bool stop = false; !stop;) {
+        m_epoll.Wait(-1, [&](std::uint64_t id, std::uint32_t events) {
+            stop |= id == kWakeId;
+            if (!stop) {
+                Deliver(static_cast<int>(id), events);
+            }
+        });
+        WatchForgotten();
+    }
+}
+
+/// Turns to the descriptors of files that writes reopened, whose earlier ones are gone already.
+void Multiplexer::WatchForgotten() {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    auto next = Clock::time_point::max();
-    for (const auto& [key, entry] : m_entries) {
-        if (entry.lost) {
-            next = std::min(next, entry.retryAt);
+    for (auto& [key, entry] : m_entries) {
+        if (!entry.lost && entry.watched.expired() && entry.file->IsOpen()) {
+            Watch(key, entry);
         }
     }
-    if (next == Clock::time_point::max()) {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now()).count();
-    return static_cast<int>(std::max<decltype(left)>(left, 0));
 }
 
 void Multiplexer::Deliver(int key, std::uint32_t events) {
-    const Use use = Begin(key, false);
+    const Use use = Begin(key, kDispatcher);
     if (use.file != nullptr) {
         DeliverFrom(key, events, use);
-        End();
+        End(kDispatcher);
     }
 }
 
@@ -222,29 +254,37 @@ void Multiplexer::LoseInput(int key, const Use& use, int error) {
         entry.lost = use.descriptor;
         entry.delay = kFirstDelay;
         entry.retryAt = Clock::now() + kFirstDelay;
+        m_inputLost.notify_all();
     }
 }
 
-void Multiplexer::ReopenLost() {
-    std::vector<int> due;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        for (const auto& [key, entry] : m_entries) {
-            if (entry.lost && entry.retryAt <= Clock::now()) {
-                due.push_back(key);
+void Multiplexer::Reopen() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_ids[kReopener] = std::this_thread::get_id();
+    while (!m_isStopping) {
+        const auto isEarlier = [](const auto& a, const auto& b) {
+            // Those that are not lost come last.
+            return a.second.lost && (!b.second.lost || a.second.retryAt < b.second.retryAt);
+        };
+        const auto next = std::min_element(m_entries.begin(), m_entries.end(), isEarlier);
+        if (next == m_entries.end() || !next->second.lost) {
+            m_inputLost.wait(lock);
+        } else if (next->second.retryAt > Clock::now()) {
+            m_inputLost.wait_until(lock, Clock::time_point(next->second.retryAt));
+        } else {
+            const int key = next->first;
+            lock.unlock();
+            const Use use = Begin(key, kReopener);
+            if (use.file != nullptr) {
+                ReopenOne(key, use);
+                End(kReopener);
             }
-        }
-    }
-    for (const int key : due) {
-        const Use use = Begin(key, true);
-        if (use.file != nullptr) {
-            Reopen(key, use);
-            End();
+            lock.lock();
         }
     }
 }
 
-void Multiplexer::Reopen(int key, const Use& use) {
+void Multiplexer::ReopenOne(int key, const Use& use) {
     const bool isBack = use.file->Reopen(use.descriptor);
     const bool isClosed = use.file->Current() == nullptr;
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -1,6 +1,7 @@
 #ifndef TLG_FRAMEWORK_MULTIPLEXER_H
 #define TLG_FRAMEWORK_MULTIPLEXER_H
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -15,8 +16,8 @@
 
 namespace TLG::ZOCAR {
 
-/// One thread on epoll that delivers the input of registered files, and that opens anew, with a growing
-/// delay, those whose peer went away.
+/// Delivers the input of registered files, on one thread on epoll. A second thread opens anew, with a growing
+/// delay, the files whose peer went away, so that a peer that is slow to answer holds no other input up.
 class Multiplexer {
 public:
     Multiplexer() = default;
@@ -44,33 +45,40 @@ private:
         Clock::time_point retryAt;
     };
 
-    /// A file that is in use by the thread, and what it was found with.
+    /// A file that one of the threads uses, and what it was found with.
     struct Use {
         FileBase* file = nullptr;
         Descriptor descriptor;
     };
+    enum Thread { kDispatcher, kReopener, kThreadCount };
 
-    void Run();
-    int TimeoutMs();
-    Use Begin(int key, bool lost);
-    void End();
+    void Dispatch();
+    void Reopen();
+    Use Begin(int key, Thread user);
+    void End(Thread user);
+    bool IsUsedElsewhere(const FileBase* file) const;
     void Deliver(int key, std::uint32_t events);
     void DeliverFrom(int key, std::uint32_t events, const Use& use);
     void LoseInput(int key, const Use& use, int error);
-    void ReopenLost();
-    void Reopen(int key, const Use& use);
+    void ReopenOne(int key, const Use& use);
+    void WatchForgotten();
     bool Watch(int key, Entry& entry);
+    void LogUnwatched(const FileBase& file) const;
+    void Join();
 
     host::Epoll m_epoll;
-    UniqueFd m_wake; // an eventfd: ends the thread
-    std::thread m_thread;
-    std::vector<unsigned char> m_buffer; // the thread's alone
+    UniqueFd m_wake; // an eventfd: ends the dispatcher
+    std::array<std::thread, kThreadCount> m_threads;
+    std::vector<unsigned char> m_buffer; // the dispatcher's alone
 
-    std::mutex m_mutex;                // never held while a file is called or its delivery lock is awaited
-    std::condition_variable m_useEnds; // with m_mutex
-    std::map<int, Entry> m_entries;    // guarded by m_mutex
-    const FileBase* m_used = nullptr;  // the file that the thread uses; guarded by m_mutex
-    std::thread::id m_threadId;        // of the running thread; guarded by m_mutex
+    mutable std::mutex m_mutex;          // never held while a file delivers, opens or is waited for
+    std::condition_variable m_useEnds;   // with m_mutex
+    std::condition_variable m_inputLost; // with m_mutex: wakes the reopener
+    std::map<int, Entry> m_entries;      // this and what follows: guarded by m_mutex
+    std::array<const FileBase*, kThreadCount> m_used{};
+    std::array<std::thread::id, kThreadCount> m_ids{};
+    bool m_isRunning = false;
+    bool m_isStopping = false;
 };
 
 } // namespace TLG::ZOCAR

@@ -14,6 +14,7 @@ bool PPSFileBase::Open() {
     return OpenLogged("PPS server's object");
 }
 
+/// Ends within the text where the file is closed meanwhile.
 void PPSFileBase::OnDataChange(unsigned char* data, int length) {
     if (data == nullptr || length <= 0) {
         return;
@@ -23,7 +24,8 @@ void PPSFileBase::OnDataChange(unsigned char* data, int length) {
     m_text.push_back('\0');
     char* rest = m_text.data();
     pps_attrib_t attribute{};
-    for (;;) {
+    while (IsOpen()) {
+        const char* line = rest;
         const pps_status_t status = ppsparse(&rest, nullptr, nullptr, &attribute, 0);
         if (status == PPS_END) {
             return;
@@ -31,8 +33,7 @@ void PPSFileBase::OnDataChange(unsigned char* data, int length) {
         if (status == PPS_ATTRIBUTE) {
             m_callback->OnAttributeChange(GetKey(), &attribute);
         } else if (status == PPS_ERROR) {
-            LOGBASE(LOG_LEV_ERROR, "OnDataChange", "malformed line from the PPS object %d: %s\n", GetKey(),
-                    attribute.line);
+            LOGBASE(LOG_LEV_ERROR, "OnDataChange", "malformed line from the PPS object %d: %s\n", GetKey(), line);
         } else {
             OnPPSStatusChange(status, &attribute);
         }

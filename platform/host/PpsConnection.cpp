@@ -1,6 +1,7 @@
 #include "platform/host/PpsConnection.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 
@@ -13,6 +14,8 @@
 namespace host {
 
 namespace {
+
+constexpr int kStateTimeoutMs = 2000;
 
 UniqueFd Failed(PpsReply& reply, int error) {
     // What is missing is the server, not the object.
@@ -47,7 +50,13 @@ UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply) {
         return {};
     }
     std::string_view pathOnly = path;
-    if (SplitOptions(pathOnly).wait) {
+    const PpsOptions options = SplitOptions(pathOnly);
+    if ((oflag & target_flags::kAccessMask) != target_flags::kWriteOnly && !options.acknowledge) {
+        // The state comes right behind the answer, so that the first read finds it.
+        pollfd state{connection.Get(), POLLIN, 0};
+        ::poll(&state, 1, kStateTimeoutMs);
+    }
+    if (options.wait) {
         constexpr timeval kForever{0, 0};
         ::setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &kForever, sizeof kForever);
     } else {

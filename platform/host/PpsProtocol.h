@@ -1,14 +1,14 @@
 // What a client and the PPS server say to each other over one SOCK_SEQPACKET connection:
 //
 //   request = "open " flags " " path ["?" options]     flags: the target's open flags, decimal
-//           | "list"
+//           | "list " path
 //           | "delete " path
 //   reply   = "ok" | "error " errno " " reason
 //
 // After "ok" to an open, the connection is the object: a packet to the server is a write, a packet from
 // it is what one read returns. With the option "ack" the server answers every write with a reply of its
-// own and sends nothing else. After "ok" to a list, each packet holds paths, one a line, and the server
-// closes the connection behind the last.
+// own and sends nothing else. After "ok" to a list, one packet holds the paths of objects behind the given one
+// in their order, one a line, as many as fit; none where that was the last. A list begins with an empty path.
 #ifndef TLG_PLATFORM_HOST_PPSPROTOCOL_H
 #define TLG_PLATFORM_HOST_PPSPROTOCOL_H
 

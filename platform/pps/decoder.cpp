@@ -4,7 +4,9 @@
 
 #include <rapidjson/document.h>
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <vector>
 
@@ -13,8 +15,40 @@ namespace {
 using rapidjson::SizeType;
 using rapidjson::Value;
 
-constexpr unsigned kParseFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag |
-                                 rapidjson::kParseValidateEncodingFlag | rapidjson::kParseFullPrecisionFlag;
+// Without full precision, whose code reads outside its table for numbers such as 1.111111111111111111111111e-349,
+// and without the validation of the encoding, which reads behind a text that ends within a character. Numbers of
+// up to 15 digits, and with them all quality factors, are exact all the same.
+constexpr unsigned kParseFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
+
+/// Whether the text is UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF.
+bool IsUtf8(const char* text) {
+    struct Form {
+        unsigned char first, last;             // range of the leading byte
+        unsigned char secondFirst, secondLast; // range of the byte behind it
+        int following;                         // bytes behind the leading byte
+    };
+    static constexpr Form kForms[] = {
+        {0x01, 0x7F, 0x00, 0x00, 0}, {0xC2, 0xDF, 0x80, 0xBF, 1}, {0xE0, 0xE0, 0xA0, 0xBF, 2},
+        {0xE1, 0xEC, 0x80, 0xBF, 2}, {0xED, 0xED, 0x80, 0x9F, 2}, {0xEE, 0xEF, 0x80, 0xBF, 2},
+        {0xF0, 0xF0, 0x90, 0xBF, 3}, {0xF1, 0xF3, 0x80, 0xBF, 3}, {0xF4, 0xF4, 0x80, 0x8F, 3}};
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+    while (*bytes != 0) {
+        const auto* form = std::find_if(std::begin(kForms), std::end(kForms), [bytes](const Form& each) {
+            return *bytes >= each.first && *bytes <= each.last;
+        });
+        if (form == std::end(kForms)) {
+            return false;
+        }
+        ++bytes;
+        for (int i = 0; i < form->following; ++i, ++bytes) {
+            const bool isSecond = i == 0;
+            if (*bytes < (isSecond ? form->secondFirst : 0x80) || *bytes > (isSecond ? form->secondLast : 0xBF)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
 
 /// An object or array that was entered, and which of its elements is the current one.
 struct Frame {
@@ -145,8 +179,7 @@ pps_decoder_error_t pps_decoder_parse_json_str(pps_decoder_t* decoder, char* tex
     state->frames.clear();
     state->pushSucceeded.clear();
     state->rootTaken = false;
-    state->document.ParseInsitu<kParseFlags>(text);
-    state->parsed = !state->document.HasParseError();
+    state->parsed = IsUtf8(text) && !state->document.ParseInsitu<kParseFlags>(text).HasParseError();
     return state->parsed ? PPS_DECODER_OK : state->Fail(PPS_DECODER_PARSE_ERROR);
 }
 

@@ -4,7 +4,6 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -33,7 +32,7 @@ std::string DoubleText(double value) {
 }
 
 bool IsOneLine(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) >= ' '; });
+    return text.find('\n') == std::string_view::npos;
 }
 
 } // namespace

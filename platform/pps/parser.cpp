@@ -68,7 +68,7 @@ pps_status_t ppsparse(char** ppsdata, const char* const* objnames, const char* c
     *ppsdata = text + length + (text[length] == '\n' ? 1 : 0);
     text[length] = '\0';
 
-    info->line = text;
+    ++info->line;
     info->attr_name = nullptr;
     info->attr_index = -1;
     info->encoding = nullptr;

@@ -170,6 +170,21 @@ TEST(ChainTest, PeersMayComeAndGo) {
     chain.StopService();
 }
 
+TEST(ChainTest, AnMcuThatTakesNothingHoldsNobodyUp) {
+    const Chain chain;
+    FakeMcu mcu;
+    Process service("melvane");
+    ASSERT_TRUE(mcu.Accept());
+    std::string steps;
+    for (int i = 0; i < 1500; ++i) {
+        steps += "zoalc::1\n";
+    }
+    ASSERT_TRUE(WriteObject(kControl, steps));
+    ASSERT_TRUE(service.WaitFor("packet no = 1500"));
+    ASSERT_TRUE(WriteObject(kControl, steps));
+    EXPECT_EQ(service.Stop(SIGTERM), 0);
+}
+
 TEST(ChainTest, WhatIsMissingAtTheStartIsNamed) {
     std::string output;
     {
@@ -188,7 +203,7 @@ TEST(ChainTest, WhatIsMissingAtTheStartIsNamed) {
     EXPECT_EQ(RunProgram("melvane", {}, output), 0);
     EXPECT_EQ(output, "2 0x4e33 _Melvane_[DoWork]-the service already runs below this root, this one ends\n");
     ASSERT_TRUE(WriteObject(kControl, "zoalc::9"));
-    EXPECT_TRUE(chain.mcu->WaitFor("-> no=1 size=2 cmd=136 acknowledgement status=0"));
+    EXPECT_TRUE(chain.mcu->WaitFor("-> no=1 size=2 cmd=136 reply=0,0,200,3 acknowledgement status=0"));
 }
 
 TEST(ChainTest, TheCommandLineHasTwoOptions) {
@@ -216,7 +231,8 @@ TEST(ChainTest, TheSchemeDecidesAboutNavigation) {
         const PpsObjectClient navigation(std::string(kNavigation) + "?delta");
         navigation.Read();
         EXPECT_TRUE(navigation.Write("navivolume:n:75"));
-        ASSERT_TRUE(chain.service->WaitFor("cmdVector.empty()"));
+        ASSERT_TRUE(chain.service->WaitFor(follows ? "packet no = 1" : "cmdVector.empty():1"));
+        ASSERT_TRUE(chain.service->WaitFor("[UpdatePPS]-end", follows ? 8 : 7));
         chain.mcu->Type("volume navi 20\nvolume ext2 33\nnonsense\n");
         ASSERT_TRUE(chain.mcu->WaitFor("not an order: 'nonsense'"));
         ASSERT_TRUE(chain.service->WaitFor("receive MCU data", follows ? 10 : 9));

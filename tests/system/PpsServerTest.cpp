@@ -102,6 +102,15 @@ TEST(PpsServerTest, TheClientTellsWhatItDoesAndWhyItFails) {
         EXPECT_EQ(Ctl(arguments, output), 1);
         EXPECT_EQ(output, message);
     }
+    EXPECT_EQ(Ctl({"write", "/pps/test/refused", "broken"}, output), 1);
+    std::string listed;
+    for (int i = 100; i < 400; ++i) {
+        const std::string path = "/pps/test/" + std::string(300, 'x') + std::to_string(i);
+        ASSERT_TRUE(WriteObject(path, "a::"));
+        listed += path + "\n";
+    }
+    EXPECT_EQ(Ctl({"list"}, output), 0);
+    EXPECT_EQ(output, "/pps/test/object\n" + listed) << "all, but none for a refused write";
     EXPECT_EQ(Ctl({"nonsense"}, output), 1);
     EXPECT_EQ(Count(output, "\n"), 1U) << output;
     for (const char* program : {"ppsctl", "ppsd", "mcusim"}) {

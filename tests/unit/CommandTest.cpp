@@ -153,6 +153,7 @@ TEST_F(CommandTest, SoundField) {
         {"zosource_gain", R"({"count":1,"src":[3],"gain":[1]})", "json",
          "CEQControlPPSModule, pps_decoder_*() failed."},
         {"zosource_gain", R"({"count":0})", "json", "CEQControlPPSModule, pps_decoder_*() failed."},
+        {"zosource_gain", R"({"count":0,"":[],"gain":{}})", "json", "CEQControlPPSModule, pps_decoder_*() failed."},
         {"zosource_gain", R"({"count":2,"src":["usb","USB"],"gain":[1,2]})", "json",
          "Cann't get the src id by name, name:USB."},
         {"zosource_gain", "{}", "", "EncodingIsJson isn't json"},

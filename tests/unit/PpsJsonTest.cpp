@@ -25,12 +25,30 @@ private:
 };
 
 TEST(Decoder, RefusesWhatIsNoJson) {
-    for (const char* text :
-         {"", " ", "{", "{\"a\":}", "{'a':1}", "{\"a\":1,}", "[1,]", "{\"a\":01}", "{\"a\":+1}", "{\"a\":1} x", "nul",
-          "{\"a\":\"\xC3\"}", "{\"a\":\"\xC0\x80\"}", "{\"a\":\"\\ud800\"}", "{\"a\":\"\x01\"}", "{\"a\":1e999}"}) {
+    for (const char* text : {"", " ", "{", "{\"a\":}", "{'a':1}", "{\"a\":1,}", "[1,]", "{\"a\":01}", "{\"a\":+1}",
+                             "{\"a\":1} x", "nul", "{\"a\":\"\xC3\"}", "{\"a\":\"\xC0\x80\"}", "{\"a\":\"\\ud800\"}",
+                             "{\"a\":\"\x01\"}", "{\"a\":1e999}", "\"\xF2\xAA", "\xED\xA0\x80"}) {
         EXPECT_NE(Decoder(text).Parsed(), PPS_DECODER_OK) << text;
     }
     EXPECT_EQ(Decoder("{\"\xC3\xA4\":\"\xF0\x9F\x8E\xB5\"}").Parsed(), PPS_DECODER_OK);
+}
+
+TEST(Decoder, TakesNumbersOfAnyLength) {
+    const std::string zeros(350, '0');
+    const std::pair<std::string, double> numbers[] = {{"1.111111111111111111111111e-349", 0.0},
+                                                      {"0." + zeros + "1", 0.0},
+                                                      {"0.1111111111111111111111111111111111111111e-360", 0.0},
+                                                      {"1.2500000000000000000000000000000", 1.25},
+                                                      {"0.125e1", 1.25},
+                                                      {"7500e-4", 0.75},
+                                                      {"0.75" + zeros, 0.75}};
+    for (const auto& [text, expected] : numbers) {
+        Decoder decoder("[" + text + "]");
+        pps_decoder_push(&decoder, nullptr);
+        double value = -1;
+        EXPECT_EQ(pps_decoder_get_double(&decoder, nullptr, &value), PPS_DECODER_OK) << text;
+        EXPECT_EQ(value, expected) << text;
+    }
 }
 
 TEST(Decoder, ReadsOnlyExactIntegers) {

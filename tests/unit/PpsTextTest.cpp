@@ -94,6 +94,21 @@ TEST(Backlog, MergesToTheNewestValuesPastItsBound) {
     EXPECT_EQ(*backlog.Next(object), "@object\na:n:3\n");
 }
 
+TEST(Backlog, KeepsADeletionInMind) {
+    pps::Object object("object");
+    Backlog backlog;
+    const std::string big(30000, 'x');
+    for (int i = 0; i < 20; ++i) {
+        Publish(object, backlog, "b::" + std::to_string(i) + big);
+    }
+    object.Truncate();
+    backlog.Add(std::make_shared<const std::string>(object.Head("-")));
+    EXPECT_EQ(*backlog.Next(object), "-@object\n");
+    backlog.Add(std::make_shared<const std::string>(object.Head("+")));
+    Publish(object, backlog, "a:n:1");
+    EXPECT_EQ(*backlog.Next(object), "#@object\n@object\na:n:1\n");
+}
+
 TEST(Backlog, TellsTheWholeStateWhenTooManyNamesWereMerged) {
     pps::Object object("object");
     Backlog backlog;

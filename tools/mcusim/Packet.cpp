@@ -196,7 +196,9 @@ bool ParsePacket(std::string_view block, Packet& packet) {
 std::string Describe(const Packet& packet) {
     std::string text = "no=" + std::to_string(packet.header.PacketNo);
     text += " size=" + std::to_string(packet.header.PacketSize);
-    text += " cmd=" + std::to_string(packet.header.Cmd) + " ";
+    text += " cmd=" + std::to_string(packet.header.Cmd);
+    text += " reply=" + std::to_string(packet.header.Reply) + "," + std::to_string(packet.header.Third) + "," +
+            std::to_string(packet.header.Fourth) + "," + std::to_string(packet.header.Fifth) + " ";
     text += TellPayload(packet.header, packet.payload) + " [";
     static constexpr char kDigits[] = "0123456789abcdef";
     for (std::size_t i = 0; i < packet.payload.size(); ++i) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "mcu/McuCommands.h"
+#include "model/EqTables.h"
 #include "model/RecordTypes.h"
 
 namespace mcusim {
@@ -25,7 +26,8 @@ constexpr std::size_t kLoud = 14;
 constexpr std::size_t kVolumeAndFadeSize = 15;
 
 // Bytes of the EQ data: reserved, current type, 15 bytes a type.
-constexpr std::size_t kEqTypes = 7;
+constexpr std::size_t kEqHead = 2;
+constexpr std::size_t kEqTypes = kEqTypeCount;
 
 Bytes FlatCurves() {
     Bytes data{0, 0};
@@ -46,8 +48,26 @@ bool IsAcceptableVolumeAndFade(const Bytes& data) {
                        [](std::uint8_t level) { return level <= kMaxFadeLevel; });
 }
 
+bool IsAcceptableCurves(const Bytes& data, std::size_t size) {
+    if (data.size() != size || data[1] >= kEqTypes) {
+        return false;
+    }
+    for (std::size_t i = 0; i < kEqTypes * kEqBandCount; ++i) {
+        const int band = static_cast<int>(i % kEqBandCount);
+        const std::uint8_t* bytes = data.data() + kEqHead + i * kBytesPerBand;
+        if (!IsFreqAllowed(band, bytes[1]) || !IsQIndexAllowed(band, bytes[2])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool IsAcceptableAudioSetting(const Bytes& data) {
+    return data.size() == 3 && (data[0] >> 3 & 7) <= kMaxSubwooferFilter && (data[1] >> 1 & 7) <= kMaxSpeakerChannel;
+}
+
 bool IsAcceptableSourceGain(const Bytes& data) {
-    if (data.empty() || data.size() != 1U + 2U * data[0]) {
+    if (data.empty() || data[0] > kSourceCount || data.size() != 1U + 2U * data[0]) {
         return false;
     }
     for (std::size_t i = 2; i < data.size(); i += 2) {
@@ -85,11 +105,12 @@ bool Settings::IsAcceptable(int group, const Bytes& data) const {
     case VOLUME_AND_FADE_BALANCE:
         return IsAcceptableVolumeAndFade(data);
     case EQ:
-        return data.size() == m_data[EQ].size() && data[1] < kEqTypes;
+        return IsAcceptableCurves(data, m_data[EQ].size());
     case SOURCE_GAIN:
         return IsAcceptableSourceGain(data);
-    case LISTEN_POS:
     case AUDIO_SETTING:
+        return IsAcceptableAudioSetting(data);
+    case LISTEN_POS:
     case ALC:
     case EQ_EXPEND:
         return data.size() == m_data[static_cast<std::size_t>(group)].size();

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <sstream>
+#include <utility>
 
 #include "framework/SystemFiles.h"
 #include "mcu/McuCommands.h"
@@ -22,6 +23,10 @@ constexpr std::uint64_t kListenerId = ~std::uint64_t{0};
 constexpr std::uint64_t kStopId = kListenerId - 1;
 constexpr std::uint64_t kOrdersId = kListenerId - 2;
 constexpr std::size_t kMaxBlock = 64U * 1024U;
+constexpr std::size_t kMaxOrder = 1024;
+constexpr std::size_t kMaxQuoted = 60;
+constexpr std::size_t kMaxOutbox = 1024;
+constexpr auto kLargestLag = std::chrono::milliseconds(10);
 
 std::string_view View(const Bytes& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -47,7 +52,11 @@ bool Simulator::Start(std::string& error) {
 
 void Simulator::Run(int stopFd, int commandFd) {
     m_epoll.Add(stopFd, EPOLLIN, kStopId);
-    m_epoll.Add(commandFd, EPOLLIN, kOrdersId);
+    if (!m_epoll.Add(commandFd, EPOLLIN, kOrdersId) && errno == EPERM) {
+        // A regular file is always ready and can't be watched: what it holds is obeyed at once.
+        while (TakeOrders(commandFd)) {
+        }
+    }
     m_nextReport = Clock::now();
     for (bool stop = false; !stop;) {
         m_epoll.Wait(TimeoutMs(), [&](std::uint64_t id, std::uint32_t events) {
@@ -135,6 +144,10 @@ void Simulator::Send(Connection& connection, const Bytes& payload, std::int32_t 
 }
 
 void Simulator::SendPacket(Connection& connection, const Bytes& packet) {
+    if (connection.outbox.size() >= kMaxOutbox) {
+        // A service that takes nothing misses reports, as it would on a real device.
+        return;
+    }
     Trace("->", View(packet));
     connection.outbox.push_back(packet);
     Flush(connection);
@@ -181,22 +194,31 @@ void Simulator::SendRandomReports() {
             ++m_reportsSent;
         }
     }
-    m_nextReport += std::chrono::microseconds(1000000 / m_options.reportsPerSecond);
+    // What is late, after a time without a service, is not made up for.
+    const auto interval = std::chrono::microseconds(1000000 / m_options.reportsPerSecond);
+    m_nextReport = std::max(m_nextReport + interval, Clock::now() - kLargestLag);
 }
 
-void Simulator::TakeOrders(int commandFd) {
-    std::array<char, 1024> text{};
+/// Reads and obeys orders; false at their end.
+bool Simulator::TakeOrders(int commandFd) {
+    std::array<char, kMaxOrder> text{};
     const ssize_t length = ::read(commandFd, text.data(), text.size());
     if (length <= 0) {
         m_epoll.Remove(commandFd);
-        return;
+        if (!m_orders.empty()) {
+            Obey(std::exchange(m_orders, {}));
+        }
+        return false;
     }
     m_orders.append(text.data(), static_cast<std::size_t>(length));
     for (std::size_t end = m_orders.find('\n'); end != std::string::npos; end = m_orders.find('\n')) {
         Obey(m_orders.substr(0, end));
         m_orders.erase(0, end + 1);
     }
-    m_orders.resize(std::min(m_orders.size(), text.size()));
+    if (m_orders.size() > kMaxOrder) {
+        Obey(std::exchange(m_orders, {}));
+    }
+    return true;
 }
 
 void Simulator::Obey(const std::string& line) {
@@ -204,10 +226,11 @@ void Simulator::Obey(const std::string& line) {
     std::string order;
     std::string name;
     int level = -1;
-    words >> order >> name >> level;
-    const Bytes report = order == "volume" ? m_settings.ChangeVolume(name, level) : Bytes{};
+    std::string rest;
+    const bool isOrder = words >> order >> name >> level && !(words >> rest) && order == "volume";
+    const Bytes report = isOrder ? m_settings.ChangeVolume(name, level) : Bytes{};
     if (report.empty()) {
-        std::fprintf(stderr, "mcusim: not an order: '%s' (volume NAME LEVEL)\n", line.c_str());
+        std::fprintf(stderr, "mcusim: not an order: '%s' (volume NAME LEVEL)\n", line.substr(0, kMaxQuoted).c_str());
         return;
     }
     Broadcast(report);

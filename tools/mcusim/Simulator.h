@@ -48,7 +48,7 @@ private:
     bool Flush(Connection& connection);
     void SendRandomReports();
     int TimeoutMs() const;
-    void TakeOrders(int commandFd);
+    bool TakeOrders(int commandFd);
     void Obey(const std::string& line);
     void Trace(const char* direction, std::string_view block) const;
 

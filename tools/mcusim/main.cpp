@@ -1,3 +1,4 @@
+#include <csignal>
 #include <cstdio>
 #include <string>
 
@@ -23,6 +24,8 @@ int main(int argc, char** argv) {
     }
 
     const UniqueFd stop = StopSignals();
+    // In the background of a shell, reading the terminal fails instead of stopping the program.
+    std::signal(SIGTTIN, SIG_IGN);
     mcusim::Simulator simulator(options);
     std::string error;
     if (!simulator.Start(error)) {

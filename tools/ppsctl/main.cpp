@@ -101,16 +101,23 @@ int Watch(const std::vector<std::string>& objects) {
 }
 
 int List() {
-    host::PpsReply reply;
-    const UniqueFd fd = host::RequestOfPpsServer("list", reply);
-    if (!fd) {
-        return Fail("list", reply.reason);
+    std::string last;
+    for (;;) {
+        host::PpsReply reply;
+        const UniqueFd fd = host::RequestOfPpsServer("list " + last, reply);
+        if (!fd) {
+            return Fail("list", reply.reason);
+        }
+        std::string text;
+        if (!host::ReceivePacket(fd.Get(), text)) {
+            return errno == 0 ? 0 : Fail("list", errno);
+        }
+        if (!Print(text)) {
+            return Fail("standard output", errno);
+        }
+        last = text.substr(0, text.size() - 1);
+        last.erase(0, last.rfind('\n') + 1);
     }
-    std::string text;
-    while (host::ReceivePacket(fd.Get(), text)) {
-        Print(text);
-    }
-    return errno == 0 ? 0 : Fail("list", errno);
 }
 
 int Delete(const std::string& object) {

@@ -18,16 +18,17 @@ void Backlog::Add(Packet group) {
 }
 
 void Backlog::MergeNames(std::string_view group) {
+    m_deleted = group[0] == '-' || (m_deleted && group[0] != '+');
     while (!group.empty() && !m_resync) {
         const auto line = pps::ParseLine(pps::TakeLine(group));
         const bool isChange =
             line && (line->kind == pps::LineKind::Attribute || line->kind == pps::LineKind::AttributeDeleted);
-        if (line && line->kind == pps::LineKind::Truncated) {
-            // Deletions that nobody can name any more: only the whole state is true.
+        const bool isEmptied = line && (line->kind == pps::LineKind::Truncated || line->kind == pps::LineKind::Deleted);
+        if (isEmptied) {
             m_resync = true;
         } else if (isChange && m_known.emplace(line->name).second) {
             m_names.emplace_back(line->name);
-            m_nameBytes += line->name.size();
+            m_nameBytes += line->name.size() + 2;
             m_resync = m_nameBytes > kMaxNameBytes;
         }
     }
@@ -45,7 +46,7 @@ Packet Backlog::Next(const pps::Object& object) const {
         return std::make_shared<const std::string>(object.State());
     }
     if (m_resync) {
-        return std::make_shared<const std::string>(object.Head("#") + object.State());
+        return std::make_shared<const std::string>(m_deleted ? object.Head("-") : object.Head("#") + object.State());
     }
     return std::make_shared<const std::string>(object.Head("|") + object.Lines(m_names));
 }
@@ -59,6 +60,7 @@ void Backlog::Taken() {
     m_stateDue = false;
     m_merging = false;
     m_resync = false;
+    m_deleted = false;
     m_names.clear();
     m_known.clear();
     m_nameBytes = 0;

@@ -22,7 +22,7 @@ public:
     /// Packets of more bytes than this are merged.
     static constexpr std::size_t kMaxBytes = 256U * 1024U;
     /// Where the names of merged attributes take more bytes than this, the whole state is told anew.
-    static constexpr std::size_t kMaxNameBytes = 48U * 1024U;
+    static constexpr std::size_t kMaxNameBytes = 40U * 1024U;
 
     bool Empty() const { return m_packets.empty() && !m_merging && !m_stateDue; }
 
@@ -46,7 +46,8 @@ private:
     std::size_t m_bytes = 0;
     bool m_stateDue = false;
     bool m_merging = false;
-    bool m_resync = false; // too many names to remember
+    bool m_resync = false;  // deletions that nobody can name any more
+    bool m_deleted = false; // the object was deleted meanwhile, and not made anew
     std::vector<std::string> m_names;
     std::unordered_set<std::string> m_known;
     std::size_t m_nameBytes = 0;

@@ -24,6 +24,11 @@ constexpr std::uint64_t kStopId = kListenerId - 1;
 constexpr int kPacketsPerTurn = 256;
 
 void Report(std::string_view subject, std::string_view text) {
+    // Nobody who leaves standard error unread holds the server up.
+    pollfd standardError{STDERR_FILENO, POLLOUT, 0};
+    if (::poll(&standardError, 1, 0) <= 0) {
+        return;
+    }
     std::fprintf(stderr, "ppsd: %.*s: %.*s\n", static_cast<int>(subject.size()), subject.data(),
                  static_cast<int>(text.size()), text.data());
 }
@@ -51,7 +56,12 @@ bool Server::Start(std::string& error) {
         return false;
     }
     m_receiveBuffer.resize(pps::kMaxWrite + 1);
-    std::ifstream file(host::BelowRoot(kSavedObjects), std::ios::binary);
+    const std::string saved = host::BelowRoot(kSavedObjects);
+    std::ifstream file(saved, std::ios::binary);
+    if (!file && errno != ENOENT && errno != ENOTDIR) {
+        error = "cannot read " + saved + ": " + std::strerror(errno);
+        return false;
+    }
     const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     for (const std::string& complaint : m_tree.Load(text)) {
         Report(kSavedObjects, complaint);
@@ -163,8 +173,8 @@ bool Server::Request(Client& client, std::string_view request) {
         }
         return true;
     }
-    if (request == "list") {
-        List(client);
+    if (TakeWord(request, "list ")) {
+        List(client, request);
     } else if (TakeWord(request, "delete ")) {
         Reply(client, DeleteObject(request));
     } else {
@@ -189,7 +199,8 @@ host::PpsReply Server::OpenObject(Client& client, std::string_view request) {
     if (!node->exists && (oflag & flags::kCreate) == 0) {
         return Refusal(ENOENT);
     }
-    if (!node->exists) {
+    if (!node->exists && !options.acknowledge) {
+        // With acknowledgements it is made by the first write that is not refused.
         node->exists = true;
         Publish(*node, node->object.Head("+"), nullptr);
     }
@@ -222,23 +233,15 @@ host::PpsReply Server::DeleteObject(std::string_view path) {
     return {};
 }
 
-void Server::List(Client& client) {
-    if (!Reply(client, {})) {
-        return;
-    }
+void Server::List(Client& client, std::string_view behind) {
     std::string packet;
-    const auto send = [&] {
-        ::send(client.connection.Get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        packet.clear();
-    };
     for (const std::string& path : m_tree.Paths()) {
-        if (packet.size() + path.size() + 1 > pps::kMaxWrite) {
-            send();
+        if (path > behind && packet.size() + path.size() < pps::kMaxWrite) {
+            packet.append(path).append("\n");
         }
-        packet.append(path).append("\n");
     }
-    if (!packet.empty()) {
-        send();
+    if (Reply(client, {}) && !packet.empty()) {
+        ::send(client.connection.Get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     }
 }
 
@@ -275,7 +278,7 @@ void Server::Publish(const Node& node, const std::string& group, const Client* w
         if (client == writer || !client->reads) {
             continue;
         }
-        if (client->delta) {
+        if (client->delta || group[0] == '-') {
             if (!shared) {
                 shared = std::make_shared<const std::string>(group);
             }

@@ -47,7 +47,7 @@ private:
     bool Request(Client& client, std::string_view request);
     host::PpsReply OpenObject(Client& client, std::string_view request);
     host::PpsReply DeleteObject(std::string_view path);
-    void List(Client& client);
+    void List(Client& client, std::string_view behind);
     void Write(Client& client, std::string_view text);
     /// Tells everybody but @p writer of a change.
     void Publish(const Node& node, const std::string& group, const Client* writer);

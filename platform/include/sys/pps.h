@@ -42,7 +42,7 @@ typedef struct {
     int options;     ///< the qualifiers that are set
     int option_mask; ///< the qualifiers that the line names, set or cleared
     int quality;     ///< always 0
-    char* line;      ///< start of the line
+    int line;        ///< number of the line in the text, from 1
     int reserved[3];
 } pps_attrib_t;
 

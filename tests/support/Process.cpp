@@ -5,13 +5,14 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <stdexcept>
 
 namespace {
 
-constexpr auto kTimeout = std::chrono::seconds(60);
+constexpr auto kTimeout = std::chrono::seconds(180);
 
 } // namespace
 
@@ -63,7 +64,17 @@ void Process::Collect() {
 
 bool Process::WaitFor(const std::string& text, std::size_t count) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_changed.wait_for(lock, kTimeout, [&] { return Count(m_text, text) >= count; });
+    std::size_t found = 0;
+    std::size_t behind = 0;
+    return m_changed.wait_for(lock, kTimeout, [&] {
+        for (std::size_t at = m_text.find(text, behind); at != std::string::npos; at = m_text.find(text, behind)) {
+            ++found;
+            behind = at + text.size();
+        }
+        // What is still under way may begin with the last few characters.
+        behind = std::max(behind, m_text.size() - std::min(m_text.size(), text.size()));
+        return found >= count;
+    });
 }
 
 std::string Process::Output() {

@@ -1,6 +1,7 @@
 #include "tests/system/ReferenceModel.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace {
 
@@ -24,17 +25,12 @@ std::string Number(const Bytes& value) {
     return "n:" + std::to_string(value[0]);
 }
 
-std::string OnOff(const Bytes& value) {
-    return value[0] == 1 ? ":on" : ":off";
-}
-
 std::string Mute(int code) {
     return code == 1 ? "\"mute\"" : "\"unmute\"";
 }
 
-std::string Filter(const Bytes& value) {
-    return std::string("json:{\"status\":") + (value[0] == 1 ? "\"on\"" : "\"off\"") +
-           ",\"cutoff_freq\":" + std::to_string(value[1]) + "}";
+std::string Status(const Bytes& value) {
+    return std::string("\"status\":") + (value[0] == 1 ? "\"on\"" : "\"off\"");
 }
 
 /// The first marked of four volume bytes; 5 where none is.
@@ -62,7 +58,7 @@ void ReferenceModel::Take(int command, int packetSize, const Bytes& payload) {
     if (command == 178 && packetSize == 2) {
         accepted = true;
         if (p[1] <= 1) {
-            Set("mix", {p[1]});
+            Set("[n]zoaudiomix", {p[1]});
         }
     } else if (command == 137 || command == 138) {
         accepted = Record(p);
@@ -87,7 +83,7 @@ bool ReferenceModel::Record(const Bytes& p) {
     case 2:
         return SourceGain(p);
     case 3:
-        Set("listen", {p[3]});
+        Set("listen_pos", {p[3]});
         if (p.size() > 4) {
             Set("srs", {p[4]});
         }
@@ -108,20 +104,20 @@ bool ReferenceModel::VolumeAndFade(const Bytes& p) {
     const std::size_t size = p.size();
     bool accepted = p[3] <= 1;
     if (accepted) {
-        Set("ic", {p[3]});
+        Set("audio", {p[3]});
     }
     if (size >= 11) {
         Volumes(Bytes(p.begin() + 4, p.begin() + 11));
         accepted = true;
     }
     if (size >= 15 && std::all_of(p.begin() + 11, p.begin() + 15, [](int level) { return level <= 24; })) {
-        Set("fade", Bytes(p.begin() + 11, p.begin() + 15));
+        Set("fade_balance", Bytes(p.begin() + 11, p.begin() + 15));
     }
     if (size >= 16) {
-        Set("subw", {p[15]});
+        Set("subwoofer_gain", {p[15]});
     }
     if (size >= 17 && p[16] <= 12) {
-        Set("center", {p[16]});
+        Set("center_gain", {p[16]});
     }
     if (size >= 18 && p[17] <= 1) {
         Set("loud", {p[17]});
@@ -168,7 +164,7 @@ bool ReferenceModel::Equaliser(const Bytes& p) {
     if (p.size() == 4) {
         return false;
     }
-    Set("eqtype", {p[4]});
+    Set("eq_type", {p[4]});
     const std::size_t rest = p.size() - 5;
     if (rest <= 1 || rest % 15 != 0) {
         return true;
@@ -185,7 +181,7 @@ bool ReferenceModel::Equaliser(const Bytes& p) {
         // An unreported curve differs from every acceptable one.
         if (good && m_curves[key] != curve) {
             m_curves[key] = curve;
-            m_raised.insert("curve" + std::to_string(type));
+            m_raised.insert("eqtype_" + std::to_string(type));
         }
     }
     return true;
@@ -211,7 +207,7 @@ bool ReferenceModel::SourceGain(const Bytes& p) {
     }
     if (count <= 32 && differs) {
         m_sources = sources;
-        m_raised.insert("sources");
+        m_raised.insert("source_gain");
     }
     return true;
 }
@@ -219,14 +215,14 @@ bool ReferenceModel::SourceGain(const Bytes& p) {
 bool ReferenceModel::AudioSetting(const Bytes& p) {
     Set("dbb", {p[3] % 2});
     if (p[3] / 8 % 8 <= 4) {
-        Set("sub", {p[3] / 2 % 2, p[3] / 4 % 2 * 180, p[3] / 8 % 8});
+        Set("subwoofer", {p[3] / 2 % 2, p[3] / 4 % 2 * 180, p[3] / 8 % 8});
     }
     if (p.size() > 4 && p[4] / 2 % 8 <= 4) {
-        Set("mode", {p[4] % 2, p[4] / 2 % 8});
+        Set("speaker_mode", {p[4] % 2, p[4] / 2 % 8});
     }
     if (p.size() > 5) {
-        Set("front", {p[5] / 8 % 2, p[5] % 8});
-        Set("rear", {p[5] / 128, p[5] / 16 % 8});
+        Set("front_stereo_filter", {p[5] / 8 % 2, p[5] % 8});
+        Set("rear_stereo_filter", {p[5] / 128, p[5] / 16 % 8});
     }
     return true;
 }
@@ -253,11 +249,11 @@ bool ReferenceModel::Extended(const Bytes& p) {
 
 void ReferenceModel::RaiseGroup(int group) {
     static const std::set<std::string> kGroups[] = {
-        {"ic", "volume", "fade", "subw", "center", "loud"},
-        {"eqtype", "curve0", "curve1", "curve2", "curve3", "curve4", "curve5", "curve6"},
-        {"sources"},
-        {"listen", "srs"},
-        {"dbb", "sub", "mode", "front", "rear"}};
+        {"audio", "volume", "fade_balance", "subwoofer_gain", "center_gain", "loud"},
+        {"eq_type", "eqtype_0", "eqtype_1", "eqtype_2", "eqtype_3", "eqtype_4", "eqtype_5", "eqtype_6"},
+        {"source_gain"},
+        {"listen_pos", "srs"},
+        {"dbb", "subwoofer", "speaker_mode", "front_stereo_filter", "rear_stereo_filter"}};
     if (group < 5) {
         m_raised.insert(kGroups[group].begin(), kGroups[group].end());
     }
@@ -282,66 +278,78 @@ void ReferenceModel::PublishVolumes() {
     m_launches += static_cast<int>(m_raised.count("launch"));
 }
 
+/// The value of the attribute that a group is published as; nothing where it can't be published.
+std::string ReferenceModel::Published(const std::string& group, std::string& name) {
+    const Bytes value = m_values.count(group) != 0 ? m_values[group] : Bytes{};
+    const auto member = [&value](const char* key, std::size_t i) {
+        return std::string("\"") + key + "\":" + std::to_string(value[i]);
+    };
+    name = "zo" + group;
+    if (group == "[n]zoaudiomix" || group == "loud" || group == "dbb") {
+        name = group[0] == '[' ? group : name;
+        return value[0] == 1 ? ":on" : ":off";
+    }
+    if (value.size() == 1 && group != "audio" && group != "eq_type") {
+        return Number(value);
+    }
+    if (group == "audio") {
+        return value[0] == 1 ? ":ready" : ":bad";
+    }
+    if (group == "eq_type") {
+        return value[0] <= 6 ? ":type_" + std::to_string(value[0]) : "";
+    }
+    if (group == "fade_balance") {
+        return "json:{" + member("ff", 0) + "," + member("fr", 1) + "," + member("bl", 2) + "," + member("br", 3) + "}";
+    }
+    if (group == "subwoofer") {
+        return "json:{" + Status(value) + "," + member("phase", 1) + "," + member("filter", 2) + "}";
+    }
+    if (group == "speaker_mode") {
+        return "json:{" + member("mode", 0) + "," + member("channel", 1) + "}";
+    }
+    if (group == "front_stereo_filter" || group == "rear_stereo_filter") {
+        return "json:{" + Status(value) + "," + member("cutoff_freq", 1) + "}";
+    }
+    if (group == "source_gain") {
+        return PublishedSources();
+    }
+    return group.compare(0, 7, "eqtype_") == 0 ? PublishedCurve(m_curves[group[7] - '0']) : "";
+}
+
+std::string ReferenceModel::PublishedSources() const {
+    std::string names;
+    Bytes gains;
+    for (std::size_t i = 0; i < m_sources.size(); i += 2) {
+        if (m_sources[i] >= 32) {
+            return "";
+        }
+        names += std::string(names.empty() ? "\"" : ",\"") + kSources[m_sources[i]] + "\"";
+        gains.push_back(m_sources[i + 1]);
+    }
+    return "json:{\"count\":" + std::to_string(gains.size()) + ",\"src\":[" + names + "],\"gain\":" + List(gains) + "}";
+}
+
+std::string ReferenceModel::PublishedCurve(Bytes curve) const {
+    const bool isReported = !curve.empty();
+    curve.resize(15);
+    Bytes freqs;
+    Bytes gains;
+    std::string qs;
+    for (std::size_t band = 0; band < 15; band += 3) {
+        gains.push_back(curve[band]);
+        freqs.push_back(curve[band + 1]);
+        qs += (qs.empty() ? "" : ",") + std::string(isReported ? kQs[curve[band + 2]] : "0.0");
+    }
+    return "json:{\"freqs\":" + List(freqs) + ",\"gain\":" + List(gains) + ",\"q\":[" + qs + "]}";
+}
+
 void ReferenceModel::PublishRaised() {
     PublishVolumes();
     for (const std::string& group : m_raised) {
-        const Bytes value = m_values.count(group) != 0 ? Get(group) : Bytes{};
-        if (group == "mix") {
-            Line("[n]zoaudiomix", OnOff(value));
-        } else if (group == "alc" || group == "srs") {
-            Line("zo" + group, Number(value));
-        } else if (group == "ic") {
-            Line("zoaudio", value[0] == 1 ? ":ready" : ":bad");
-        } else if (group == "fade") {
-            Line("zofade_balance", "json:{\"ff\":" + std::to_string(value[0]) + ",\"fr\":" + std::to_string(value[1]) +
-                                       ",\"bl\":" + std::to_string(value[2]) + ",\"br\":" + std::to_string(value[3]) +
-                                       "}");
-        } else if (group == "subw") {
-            Line("zosubwoofer_gain", Number(value));
-        } else if (group == "center") {
-            Line("zocenter_gain", Number(value));
-        } else if (group == "listen") {
-            Line("zolisten_pos", Number(value));
-        } else if (group == "loud" || group == "dbb") {
-            Line("zo" + group, OnOff(value));
-        } else if (group == "sub") {
-            Line("zosubwoofer", std::string("json:{\"status\":") + (value[0] == 1 ? "\"on\"" : "\"off\"") +
-                                    ",\"phase\":" + std::to_string(value[1]) +
-                                    ",\"filter\":" + std::to_string(value[2]) + "}");
-        } else if (group == "mode") {
-            Line("zospeaker_mode",
-                 "json:{\"mode\":" + std::to_string(value[0]) + ",\"channel\":" + std::to_string(value[1]) + "}");
-        } else if (group == "front" || group == "rear") {
-            Line("zo" + group + "_stereo_filter", Filter(value));
-        } else if (group == "eqtype" && value[0] <= 6) {
-            Line("zoeq_type", ":type_" + std::to_string(value[0]));
-        } else if (group == "sources") {
-            std::string names;
-            Bytes gains;
-            bool isKnown = true;
-            for (std::size_t i = 0; i < m_sources.size(); i += 2) {
-                isKnown = isKnown && m_sources[i] < 32;
-                names += std::string(names.empty() ? "\"" : ",\"") + (isKnown ? kSources[m_sources[i]] : "") + "\"";
-                gains.push_back(m_sources[i + 1]);
-            }
-            if (isKnown) {
-                Line("zosource_gain", "json:{\"count\":" + std::to_string(gains.size()) + ",\"src\":[" + names +
-                                          "],\"gain\":" + List(gains) + "}");
-            }
-        } else if (group.substr(0, 5) == "curve") {
-            Bytes curve = m_curves[group[5] - '0'];
-            const bool isReported = !curve.empty();
-            curve.resize(15);
-            Bytes freqs;
-            Bytes gains;
-            std::string qs;
-            for (std::size_t band = 0; band < 15; band += 3) {
-                gains.push_back(curve[band]);
-                freqs.push_back(curve[band + 1]);
-                qs += (qs.empty() ? "" : ",") + std::string(isReported ? kQs[curve[band + 2]] : "0.0");
-            }
-            Line("zoeqtype_" + group.substr(5),
-                 "json:{\"freqs\":" + List(freqs) + ",\"gain\":" + List(gains) + ",\"q\":[" + qs + "]}");
+        std::string name;
+        const std::string value = Published(group, name);
+        if (!value.empty()) {
+            Line(name, value);
         }
     }
     m_raised.clear();

@@ -32,20 +32,34 @@ private:
     void RaiseGroup(int group);
     void PublishRaised();
     void PublishVolumes();
+    std::string Published(const std::string& group, std::string& name);
+    std::string PublishedSources() const;
+    std::string PublishedCurve(Bytes curve) const;
 
     /// Stores a group's value and raises its flag when it differs.
     void Set(const std::string& group, const Bytes& value);
-    const Bytes& Get(const std::string& group) { return m_values[group]; }
     void Line(const std::string& name, const std::string& text) { m_lines[name] = name + ":" + text; }
 
     int m_scheme;
     int m_launches = 0;
     bool m_firstMute = true;
     std::set<std::string> m_raised;
-    std::map<std::string, Bytes> m_values{
-        {"mix", {2}},       {"alc", {255}},   {"ic", {0}},       {"fade", {0, 0, 0, 0}}, {"subw", {0}},
-        {"center", {0}},    {"loud", {0}},    {"listen", {0}},   {"srs", {0}},           {"dbb", {0}},
-        {"sub", {0, 0, 0}}, {"mode", {0, 0}}, {"front", {0, 0}}, {"rear", {0, 0}},       {"eqtype", {0}}};
+    // By the attribute's name behind "zo", where it has no qualifier.
+    std::map<std::string, Bytes> m_values{{"[n]zoaudiomix", {2}},
+                                          {"alc", {255}},
+                                          {"audio", {0}},
+                                          {"fade_balance", {0, 0, 0, 0}},
+                                          {"subwoofer_gain", {0}},
+                                          {"center_gain", {0}},
+                                          {"loud", {0}},
+                                          {"listen_pos", {0}},
+                                          {"srs", {0}},
+                                          {"dbb", {0}},
+                                          {"eq_type", {0}},
+                                          {"subwoofer", {0, 0, 0}},
+                                          {"speaker_mode", {0, 0}},
+                                          {"front_stereo_filter", {0, 0}},
+                                          {"rear_stereo_filter", {0, 0}}};
     std::map<std::string, std::string> m_lines;
     std::map<int, Bytes> m_curves; // of the EQ types, 15 bytes each; missing: all zero
     Bytes m_sources;               // id and gain of each source

@@ -272,46 +272,45 @@ TEST_F(CommandTest, DispatchSetsTheWayOfSendingWhateverTheResult) {
 }
 
 TEST_F(CommandTest, PreconditionsAreCheckedInTheHandlersOrder) {
-    struct Case {
-        const char* name;
-        const char* noValue;
-        const char* noStore; ///< null: needs none
-        const char* neither;
+    const std::string value = "CEQControlPPSModule, szValue is NULL.";
+    const std::string store = "Param error! m_pEQData is NULL.";
+    const std::string param = "Param error! szValue is NULL.";
+    const std::string module = "CEQControlPPSModule, m_pEQData is NULL.";
+    const std::string mix = "CEQControlPPSModule,  szValue is NULL.";
+    struct Group {
+        std::initializer_list<const char*> names;
+        std::string noValue, noStore, neither;
     };
-    const char* value = "CEQControlPPSModule, szValue is NULL.";
-    const char* store = "Param error! m_pEQData is NULL.";
-    const char* valueParam = "Param error! szValue is NULL.";
-    const char* storeModule = "CEQControlPPSModule, m_pEQData is NULL.";
-    for (const Case& each :
-         {Case{"zovolume", value, storeModule, value}, Case{"zovolume_mute", value, store, value},
-          Case{"zoaudiomix", "CEQControlPPSModule,  szValue is NULL.", nullptr,
-               "CEQControlPPSModule,  szValue is NULL."},
-          Case{"zosrc_vol", value, store, value}, Case{"zofade_balance", value, store, value},
-          Case{"zosubwoofer_gain", value, store, value}, Case{"zocenter_gain", value, store, value},
-          Case{"zosource_gain", value, store, value}, Case{"zolisten_pos", value, store, value},
-          Case{"zoeqtype", value, store, value}, Case{"zoloud", valueParam, store, store},
-          Case{"zodbb", valueParam, store, store}, Case{"zosubwoofer", valueParam, store, store},
-          Case{"zospeaker_mode", valueParam, store, store}, Case{"zofront_stereo_filter", valueParam, store, store},
-          Case{"zorear_stereo_filter", valueParam, store, store}, Case{"zosrs", value, store, value},
-          Case{"zoalc", value, store, value}, Case{"zomaxpower_vol", "", storeModule, storeModule}}) {
-        CEQControlPPSModule bare(nullptr);
-        std::string name = each.name;
-        std::string text = "1";
-        const auto errors = [&](CEQControlPPSModule& control, char* given) {
-            pps_attrib_t attribute{};
-            attribute.attr_name = name.data();
-            attribute.value = given;
-            unsigned char id = 0;
-            bool isKey = false;
-            std::vector<unsigned char> payload;
-            EXPECT_FALSE(control.OnPPSCmd(&attribute, id, isKey, payload)) << name;
-            const std::string logged = TakeErrors();
-            return logged.empty() ? logged : logged.substr(logged.find("]-") + 2);
-        };
-        EXPECT_EQ(errors(m_control, nullptr), each.noValue) << name;
-        EXPECT_EQ(errors(bare, nullptr), each.neither) << name;
-        if (each.noStore != nullptr) {
-            EXPECT_EQ(errors(bare, text.data()), each.noStore) << name;
+    const Group groups[] = {
+        {{"zovolume"}, value, module, value},
+        {{"zovolume_mute", "zosrc_vol", "zofade_balance", "zosource_gain", "zoeqtype", "zosubwoofer_gain",
+          "zocenter_gain", "zolisten_pos", "zosrs", "zoalc"},
+         value,
+         store,
+         value},
+        {{"zoaudiomix"}, mix, "Unknown mix status:1", mix},
+        {{"zoloud", "zodbb", "zosubwoofer", "zospeaker_mode", "zofront_stereo_filter", "zorear_stereo_filter"},
+         param,
+         store,
+         store},
+        {{"zomaxpower_vol"}, "", module, module}};
+    for (const Group& group : groups) {
+        for (std::string name : group.names) {
+            const auto errors = [&name](CEQControlPPSModule& control, std::string text) {
+                pps_attrib_t attribute{};
+                attribute.attr_name = name.data();
+                attribute.value = text.empty() ? nullptr : text.data();
+                unsigned char id = 0;
+                bool isKey = false;
+                std::vector<unsigned char> payload;
+                EXPECT_FALSE(control.OnPPSCmd(&attribute, id, isKey, payload)) << name;
+                const std::string logged = TakeErrors();
+                return logged.empty() ? logged : logged.substr(logged.find("]-") + 2);
+            };
+            CEQControlPPSModule bare(nullptr);
+            EXPECT_EQ(errors(m_control, ""), group.noValue) << name;
+            EXPECT_EQ(errors(bare, "1"), group.noStore) << name;
+            EXPECT_EQ(errors(bare, ""), group.neither) << name;
         }
     }
 }
@@ -330,9 +329,9 @@ TEST_F(CommandTest, NoMalformedJsonGetsThrough) {
                                   "{}",
                                   deep,
                                   "{\"a\":" + deep,
-                                  longText,
+                                  longText, //
                                   "{\"" + longText + "\":1}",
-                                  "{\"status\":\"\xFF\"}",
+                                  "{\"status\":\"\xFF\"}", //
                                   R"({"type":1e9,"val":99999999999999999999,"ff":1,"mode":{}})",
                                   R"({"status":"on\u0000","phase":0,"filter":0,"cutoff_freq":0})",
                                   R"({"mutetype":"system\u0000","mute":"mute"})"};

@@ -225,21 +225,6 @@ TEST_F(ControllerTest, NavigationRequestsWaitForSchemeOneAndItsFirstVolumes) {
     EXPECT_EQ(m_bench.mcu.Receive().payload, (FakeMcu::Bytes{8, 2, 5, 9})) << "the first packet that was sent";
 }
 
-TEST_F(ControllerTest, NavigationVolumeGoesBothWaysInSchemeOne) {
-    Open("1");
-    Change(5, "navivolume", "75");
-    Receive(kFirst);
-    EXPECT_EQ(StateOf("/pps/tolvyn/navigation/gps_status"), "@gps_status\n[n]navivolume:n:50\n");
-    Change(5, "navivolume", "50");
-    Change(5, "navivolume", "75");
-    const mcusim::Packet packet = m_bench.mcu.Receive();
-    EXPECT_EQ(packet.payload[6], 30);
-    EXPECT_EQ(packet.header.PacketNo, 1) << "neither the early request nor the echo was sent";
-    FakeMcu::Bytes acknowledgement = mcusim::MakePacket({136, 0}, 1);
-    m_controller.OnRecvData(acknowledgement.data(), static_cast<int>(acknowledgement.size()));
-    EXPECT_EQ(SettledStateOf("/pps/tolvyn/navigation/gps_status"), "@gps_status\n[n]navivolume:n:75\n");
-}
-
 TEST_F(ControllerTest, AFakePowerOffArmsTheFirstMuteAnew) {
     Open();
     Receive(kFirst);

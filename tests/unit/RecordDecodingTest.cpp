@@ -34,23 +34,6 @@ protected:
     CEQMcuFile m_link{nullptr};
 };
 
-TEST_F(RecordDecodingTest, VolumeAndFadeStoresEveryField) {
-    EXPECT_TRUE(Decode(VolumeAndFade()));
-    const tagSpeaker speaker = m_data.GetVolumeData();
-    EXPECT_EQ(m_data.GetAudioICStatus(), 1);
-    EXPECT_EQ(speaker.tSrcVol.SrcVol[0], 10);
-    EXPECT_EQ(speaker.tSrcVol.SrcVol[1], 0) << "not taken from the MCU in scheme 0";
-    EXPECT_EQ(speaker.tSrcVol.Max, 40);
-    EXPECT_EQ(speaker.tSrcVol.MaxPowerVol, 30);
-    EXPECT_EQ(speaker.tSrcVol.VolType, 5);
-    EXPECT_EQ(speaker.tSrcVol.ChangeStatus, 0);
-    EXPECT_EQ(speaker.SubWGain, 5);
-    EXPECT_EQ(speaker.CenterGain, 6);
-    EXPECT_EQ(speaker.Loud, 1);
-    EXPECT_TRUE(m_data.GetFadeBalData() == (tagFadeBalance{1, 2, 3, 4}));
-    EXPECT_EQ(TakeErrors(), "");
-}
-
 TEST_F(RecordDecodingTest, AnUnacceptableFieldLeavesTheOthersAlone) {
     const std::pair<std::pair<std::size_t, unsigned char>, const char*> cases[] = {
         {{1, 2}, "[DealAudioICData]-status error! function return. status[2]."},

@@ -11,31 +11,25 @@ namespace {
 
 /// Names of the raised flags, in a fixed order.
 std::string Raised(const CEQData& data) {
+    using Getter = bool (CEQData::*)() const;
+    static const std::pair<const char*, Getter> kFlags[] = {
+        {"Volume", &CEQData::GetUpdateVolumeFlag},           {"FadBal", &CEQData::GetUpdateFadBalFlag},
+        {"SubWGain", &CEQData::GetUpdateSubWGainFlag},       {"SrcGain", &CEQData::GetUpdateSrcGainFlag},
+        {"CenterGain", &CEQData::GetUpdateCenterGainFlag},   {"Loud", &CEQData::GetUpdateLoudFlag},
+        {"ListenPos", &CEQData::GetUpdateListenPosFlag},     {"DBB", &CEQData::GetUpdateDBBFlag},
+        {"Subwoofer", &CEQData::GetUpdateSubwooferFlag},     {"SpeakerMode", &CEQData::GetUpdateSpeakerModeFlag},
+        {"FrontFilter", &CEQData::GetUpdateFrontFilterFlag}, {"RearFilter", &CEQData::GetUpdateRearFilterFlag},
+        {"AudioMix", &CEQData::GetUpdateAudioMixFlag},       {"SRS", &CEQData::GetUpdateSRSFlag},
+        {"AudioIC", &CEQData::GetUpdateAudioICFlag},         {"ALC", &CEQData::GetUpdateALCFlag},
+        {"SrcMute", &CEQData::GetUpdateSrcMuteFlag},         {"Launch", &CEQData::GetUpdateLaunchVolumeFlag},
+        {"SrcVol", &CEQData::GetUpdateSrcVolFlag},           {"Extend", &CEQData::GetExtendUpdateFlag},
+        {"FakePowerOff", &CEQData::GetFakePowerOffFlag}};
     std::string names;
-    const auto add = [&names](bool raised, const std::string& name) { names += raised ? name + " " : ""; };
-    add(data.GetUpdateVolumeFlag(), "Volume");
-    add(data.GetUpdateFadBalFlag(), "FadBal");
-    add(data.GetUpdateSubWGainFlag(), "SubWGain");
-    add(data.GetUpdateSrcGainFlag(), "SrcGain");
-    add(data.GetUpdateCenterGainFlag(), "CenterGain");
-    add(data.GetUpdateLoudFlag(), "Loud");
-    add(data.GetUpdateListenPosFlag(), "ListenPos");
-    add(data.GetUpdateDBBFlag(), "DBB");
-    add(data.GetUpdateSubwooferFlag(), "Subwoofer");
-    add(data.GetUpdateSpeakerModeFlag(), "SpeakerMode");
-    add(data.GetUpdateFrontFilterFlag(), "FrontFilter");
-    add(data.GetUpdateRearFilterFlag(), "RearFilter");
-    add(data.GetUpdateAudioMixFlag(), "AudioMix");
-    add(data.GetUpdateSRSFlag(), "SRS");
-    add(data.GetUpdateAudioICFlag(), "AudioIC");
-    add(data.GetUpdateALCFlag(), "ALC");
-    add(data.GetUpdateSrcMuteFlag(), "SrcMute");
-    add(data.GetUpdateLaunchVolumeFlag(), "Launch");
-    add(data.GetUpdateSrcVolFlag(), "SrcVol");
-    add(data.GetExtendUpdateFlag(), "Extend");
-    add(data.GetFakePowerOffFlag(), "FakePowerOff");
+    for (const auto& [name, isRaised] : kFlags) {
+        names += (data.*isRaised)() ? std::string(name) + " " : "";
+    }
     for (unsigned char id = 0; id < 9; ++id) {
-        add(data.GetUpdateEqFlagByBitID(id), "Eq" + std::to_string(id));
+        names += data.GetUpdateEqFlagByBitID(id) ? "Eq" + std::to_string(id) + " " : "";
     }
     return names.empty() ? names : names.substr(0, names.size() - 1);
 }
@@ -56,56 +50,7 @@ TEST(Store, StartsWithNothingReported) {
     EXPECT_EQ(Raised(data), "");
 }
 
-TEST(Store, RaisesAFlagForAChangeOnly) {
-    const std::pair<const char*, std::function<void(CEQData&)>> setters[] = {
-        {"FadBal",
-         [](CEQData& d) {
-             d.SetFadBalData({0, 0, 0, 1});
-         }},
-        {"SubWGain", [](CEQData& d) { d.SetSubWGainData(255); }},
-        {"CenterGain", [](CEQData& d) { d.SetCenterGainData(12); }},
-        {"Loud", [](CEQData& d) { d.SetLoudData(1); }},
-        {"ListenPos", [](CEQData& d) { d.SetListenPosData(1); }},
-        {"DBB", [](CEQData& d) { d.SetDBBData(1); }},
-        {"Subwoofer",
-         [](CEQData& d) {
-             d.SetSubwooferData({0, 180, 0});
-         }},
-        {"SpeakerMode",
-         [](CEQData& d) {
-             d.SetSpeakerModeData({0, 4});
-         }},
-        {"FrontFilter",
-         [](CEQData& d) {
-             d.SetFrontFilterData({0, 7});
-         }},
-        {"RearFilter",
-         [](CEQData& d) {
-             d.SetRearFilterData({1, 0});
-         }},
-        {"AudioMix", [](CEQData& d) { d.SetAudioMixData(0); }},
-        {"SRS", [](CEQData& d) { d.SetSRSData(1); }},
-        {"AudioIC", [](CEQData& d) { d.SetAudioICStatus(1); }},
-        {"ALC", [](CEQData& d) { d.SetALCData(0); }},
-        {"Eq0", [](CEQData& d) { d.SetEqTypeData(3); }},
-        {"Eq3", [](CEQData& d) { d.SetEqDataByIndex(2, Bands(1.0)); }},
-        {"FakePowerOff", [](CEQData& d) { d.SetPowerStatus(POWER_STATUS_IS_FAKE_OFF); }},
-    };
-    for (const auto& [flag, set] : setters) {
-        CEQData data;
-        set(data);
-        EXPECT_EQ(Raised(data), flag);
-        set(data);
-        EXPECT_EQ(Raised(data), flag);
-        data.SetUpdateFadBalFlag(false);
-        data.SetFakePowerOffFlag(false);
-        data.SetUpdateEqFlagByBitID(false, 3);
-        const std::string left = Raised(data);
-        set(data);
-        EXPECT_EQ(Raised(data), left) << flag << ": an equal value raises nothing, cleared or not";
-    }
-}
-
+// That each setter raises its own flag, and for a change only, shows in the controller's tests.
 TEST(Store, ComparesCurvesByGainFreqAndQ) {
     CEQData data;
     data.SetEqDataByIndex(6, Bands(1.0));

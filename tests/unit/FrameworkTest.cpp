@@ -71,7 +71,7 @@ protected:
     }
 
     TemporaryRoot m_root;
-    LocalServer m_server;
+    std::unique_ptr<LocalServer> m_server = std::make_unique<LocalServer>();
     Listener m_listener;
     PPSFileBase m_one{kOne, &m_listener};
     PPSFileBase m_two{kTwo, &m_listener};
@@ -134,6 +134,26 @@ TEST_F(MultiplexerTest, ClosingWaitsForADeliveryUnderWay) {
     });
     mayEnd = true;
     closer.join();
+}
+
+TEST_F(MultiplexerTest, ALostInputIsSaidOnceAndReopened) {
+    TakeLog();
+    m_server.reset();
+    // An output finds its server gone, and back, by its own writes.
+    EXPECT_FALSE(m_two.SetPPSIntAttr("@two", "mine", 1));
+    m_server = std::make_unique<LocalServer>();
+    EXPECT_TRUE(m_two.SetPPSIntAttr("@two", "mine", 2));
+    WriteObject("/pps/test/one", "a::1");
+    WriteObject("/pps/test/two", "c::1");
+    std::vector<std::string> events = m_listener.Wait(2);
+    std::sort(events.begin(), events.end());
+    EXPECT_EQ(events.front(), "2 a::1");
+    EXPECT_EQ(events.back(), "4 c::1");
+    int lost = 0;
+    for (const LogLine& line : TakeLog()) {
+        lost += line.severity == 2 && line.text.find("/pps/test/one?delta lost") != std::string::npos ? 1 : 0;
+    }
+    EXPECT_EQ(lost, 1);
 }
 
 TEST_F(MultiplexerTest, AFileWithoutAReceiverIsRefused) {

@@ -19,7 +19,7 @@ void DecodeReport(benchmark::State& state, int group) {
     CEQMcuFile link(nullptr);
     link.AttachData(&data);
     mcusim::Bytes packet = mcusim::MakePacket(mcusim::Settings().Answer(group), 0);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size())));
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(packet.size()));
@@ -30,7 +30,7 @@ BENCHMARK_CAPTURE(DecodeReport, equaliser, 1);
 void CopyPacket(benchmark::State& state) {
     mcusim::Bytes packet = mcusim::MakePacket(mcusim::Settings().Answer(1), 0);
     mcusim::Bytes copy(packet.size());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         std::memcpy(copy.data(), packet.data(), packet.size());
         benchmark::DoNotOptimize(copy.data());
         benchmark::ClobberMemory();
@@ -49,7 +49,7 @@ void HandleCommand(benchmark::State& state, std::string name, const std::string&
     control.AttachData(&data);
     std::string text;
     std::vector<unsigned char> payload;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         text = value;
         pps_attrib_t attribute{};
         attribute.attr_name = name.data();
@@ -65,7 +65,7 @@ BENCHMARK_CAPTURE(HandleCommand, zoeqtype, "zoeqtype", kCurve, "json");
 
 void ParseJson(benchmark::State& state) {
     std::string text;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         text = kCurve;
         pps_decoder_t decoder{};
         pps_decoder_initialize(&decoder, text.data());

@@ -105,7 +105,7 @@ void CommandRoundTrip(benchmark::State& state) {
         const UniqueFd status = host::OpenPpsObject("/pps/tolvyn/eq/status?delta,wait", 0x102, reply);
         std::string packet;
         int value = 0;
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto _ : state) {
             value = value == 1 ? 2 : 1;
             const std::string command = "zosubwoofer_gain::" + std::to_string(value);
             const std::string published = "zosubwoofer_gain:n:" + std::to_string(value) + "\n";

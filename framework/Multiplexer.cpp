@@ -1,5 +1,6 @@
 #include "framework/Multiplexer.h"
 
+#include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -21,11 +22,16 @@ constexpr std::uint64_t kWakeId = ~std::uint64_t{0};
 constexpr auto kFirstDelay = std::chrono::milliseconds(100);
 constexpr auto kLongestDelay = std::chrono::seconds(5);
 
-/// Whether a read of no bytes is a packet without content and not the end of the input.
-bool IsEmptyPacket(int fd, std::uint32_t events) {
+/// Whether the peer of a socket has ended the connection.
+bool HasHungUp(int fd) {
+    pollfd state{fd, POLLRDHUP, 0};
+    return ::poll(&state, 1, 0) > 0 && state.revents != 0;
+}
+
+bool IsSocket(int fd) {
     int type = 0;
     socklen_t size = sizeof type;
-    return (events & (EPOLLHUP | EPOLLRDHUP)) == 0 && ::getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0;
+    return ::getsockopt(fd, SOL_SOCKET, SO_TYPE, &type, &size) == 0;
 }
 
 } // namespace
@@ -233,10 +239,22 @@ void Multiplexer::DeliverFrom(int key, std::uint32_t events, const Use& use) {
         }
         return;
     }
-    const ssize_t length = ::read(use.descriptor->Get(), m_buffer.data(), m_buffer.size());
-    if (length > 0 || (length == 0 && IsEmptyPacket(use.descriptor->Get(), events))) {
+    const int fd = use.descriptor->Get();
+    const ssize_t length = ::read(fd, m_buffer.data(), m_buffer.size());
+    if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return;
+    }
+    if (length == 0 && (events & (EPOLLHUP | EPOLLRDHUP)) == 0 && IsSocket(fd)) {
+        // A packet without content; or, where the end has come at this very moment, nothing that counts: a last
+        // packet may still be there, and the next event tells.
+        if (!HasHungUp(fd)) {
+            use.file->OnDataChange(m_buffer.data(), 0);
+        }
+        return;
+    }
+    if (length > 0) {
         use.file->OnDataChange(m_buffer.data(), static_cast<int>(length));
-    } else if (length == 0 || (errno != EAGAIN && errno != EINTR)) {
+    } else {
         LoseInput(key, use, length == 0 ? 0 : errno);
     }
 }

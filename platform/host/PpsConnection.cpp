@@ -71,6 +71,10 @@ bool ReceivePacket(int fd, std::string& packet) {
     do {
         length = ::recv(fd, packet.data(), packet.size(), 0);
     } while (length < 0 && errno == EINTR);
+    if (length == 0) {
+        // The kernel may say "end" when a last packet and the end come at this very moment.
+        length = ::recv(fd, packet.data(), packet.size(), MSG_DONTWAIT);
+    }
     packet.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
     if (length == 0) {
         errno = 0;

@@ -166,7 +166,7 @@ TEST(ChainTest, PeersMayComeAndGo) {
     EXPECT_EQ(RunProgram("ppsctl", {"delete", kControl}, output), 0);
     ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
     EXPECT_TRUE(chain.mcu->WaitFor("main=14*")) << "the object was made anew";
-    PpsObjectClient(kControl, 0x302);
+    EXPECT_TRUE(PpsObjectClient(kControl, 0x302));
     ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
     EXPECT_TRUE(chain.mcu->WaitFor("main=15*")) << "the object was emptied";
     chain.StopService();

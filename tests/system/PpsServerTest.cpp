@@ -27,7 +27,7 @@ TEST(PpsServerTest, ADeltaSubscriberGetsTheStateThenEveryPublication) {
     EXPECT_EQ(full.ReadUntil("b::y"), "@object\na:n:1\n[n]b::x\n@object\n[n]b::y\n");
     EXPECT_TRUE(delta.Write("own:n:1"));
     EXPECT_NE(full.ReadUntil("own").find("own:n:1"), std::string::npos);
-    PpsObjectClient(kObject, 0x302);
+    EXPECT_TRUE(PpsObjectClient(kObject, 0x302));
     EXPECT_EQ(delta.Read(), "#@object\n") << "not its own write, but that the object was emptied";
     EXPECT_EQ(StateOf(kObject), "@object\n");
 }

@@ -65,7 +65,7 @@ protected:
         EXPECT_TRUE(m_listener.Start());
         EXPECT_TRUE(m_listener.AddFile(m_two.GetKey(), &m_two));
     }
-    ~MultiplexerTest() override {
+    void TearDown() override {
         m_listener.Stop();
         m_listener.Close();
     }

@@ -28,7 +28,7 @@ protected:
         return record;
     }
 
-    const T_SRC_VOL Volumes() const { return m_data.GetVolumeData().tSrcVol; }
+    T_SRC_VOL Volumes() const { return m_data.GetVolumeData().tSrcVol; }
 
     CEQData m_data;
     CEQMcuFile m_link{nullptr};

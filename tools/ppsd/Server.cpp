@@ -124,7 +124,7 @@ void Server::Handle(std::uint64_t id, std::uint32_t events) {
     if ((events & EPOLLOUT) != 0) {
         Flush(client);
     }
-    const bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;
+    bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;
     for (int i = 0; i < kPacketsPerTurn; ++i) {
         const ssize_t length =
             ::recv(client.connection.Get(), m_receiveBuffer.data(), m_receiveBuffer.size(), MSG_DONTWAIT | MSG_TRUNC);
@@ -134,13 +134,15 @@ void Server::Handle(std::uint64_t id, std::uint32_t events) {
             }
             return;
         }
+        if (length == 0 && hungUp) {
+            Drop(id);
+            return;
+        }
         if (length == 0) {
-            // Either the end or an empty packet, which asks for nothing.
+            // Either the end or an empty packet, which asks for nothing. The kernel may say "end" when a last packet
+            // and the end come at this very moment: then the packet is there, and is read next.
             pollfd state{client.connection.Get(), POLLRDHUP, 0};
-            if (hungUp || (::poll(&state, 1, 0) > 0 && state.revents != 0)) {
-                Drop(id);
-                return;
-            }
+            hungUp = ::poll(&state, 1, 0) > 0 && state.revents != 0;
             continue;
         }
         const auto size = std::min(static_cast<std::size_t>(length), m_receiveBuffer.size());

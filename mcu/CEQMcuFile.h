@@ -101,6 +101,8 @@ private:
 
     bool HasStoreAnd(const char* func, const unsigned char* data) const;
     bool FieldIsThere(const char* func, const unsigned char* data, int size, int length, int& consumed) const;
+    bool StoreByte(const char* func, const unsigned char* data, int size, int& consumed,
+                   void (CEQData::*store)(unsigned char));
     bool ParseListenPosRecord(const unsigned char* data, int size);
 
     std::int32_t m_packetNumber = 0;                            // of the last numbered packet; guarded by m_mutex

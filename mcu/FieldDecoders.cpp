@@ -17,6 +17,16 @@ bool CEQMcuFile::FieldIsThere(const char* func, const unsigned char* data, int s
     return true;
 }
 
+/// Decodes a field of one byte that may have any value.
+bool CEQMcuFile::StoreByte(const char* func, const unsigned char* data, int size, int& consumed,
+                           void (CEQData::*store)(unsigned char)) {
+    if (!FieldIsThere(func, data, size, 1, consumed)) {
+        return false;
+    }
+    (m_pEQData->*store)(data[0]);
+    return true;
+}
+
 bool CEQMcuFile::DealAudioICData(const unsigned char* data, int size, int& consumed) {
     if (!FieldIsThere(__FUNCTION__, data, size, 1, consumed)) {
         return false;
@@ -45,11 +55,7 @@ bool CEQMcuFile::DealFadBalData(const unsigned char* data, int size, int& consum
 }
 
 bool CEQMcuFile::DealSubWGainData(const unsigned char* data, int size, int& consumed) {
-    if (!FieldIsThere(__FUNCTION__, data, size, 1, consumed)) {
-        return false;
-    }
-    m_pEQData->SetSubWGainData(data[0]);
-    return true;
+    return StoreByte(__FUNCTION__, data, size, consumed, &CEQData::SetSubWGainData);
 }
 
 bool CEQMcuFile::DealCenterGainData(const unsigned char* data, int size, int& consumed) {
@@ -78,28 +84,16 @@ bool CEQMcuFile::DealLoudData(const unsigned char* data, int size) {
 }
 
 bool CEQMcuFile::DealEqTypeData(const unsigned char* data, int size, int& consumed) {
-    if (!FieldIsThere(__FUNCTION__, data, size, 1, consumed)) {
-        return false;
-    }
-    m_pEQData->SetEqTypeData(data[0]);
-    return true;
+    return StoreByte(__FUNCTION__, data, size, consumed, &CEQData::SetEqTypeData);
 }
 
 bool CEQMcuFile::DealListenPosData(const unsigned char* data, int size, int& consumed) {
-    if (!FieldIsThere(__FUNCTION__, data, size, 1, consumed)) {
-        return false;
-    }
-    m_pEQData->SetListenPosData(data[0]);
-    return true;
+    return StoreByte(__FUNCTION__, data, size, consumed, &CEQData::SetListenPosData);
 }
 
 bool CEQMcuFile::DealSRSData(const unsigned char* data, int size) {
     int consumed = 0;
-    if (!FieldIsThere(__FUNCTION__, data, size, 1, consumed)) {
-        return false;
-    }
-    m_pEQData->SetSRSData(data[0]);
-    return true;
+    return StoreByte(__FUNCTION__, data, size, consumed, &CEQData::SetSRSData);
 }
 
 /// Bit 0 of the first byte of the audio setting record.

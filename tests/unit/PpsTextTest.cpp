@@ -46,6 +46,7 @@ TEST(Object, IsBoundedButRewritable) {
     EXPECT_NE(object.Apply("e::" + big).error, "");
     EXPECT_EQ(object.Apply("d::" + big).error, "");
     EXPECT_EQ(object.Apply("-a\ne::" + big).error, "");
+    EXPECT_EQ(object.Apply("e::" + big).error, "") << "what was deleted takes no room";
 }
 
 TEST(Parser, GivesRecordsAndGoesOnBehindMalformedLines) {

@@ -4,6 +4,7 @@
 #include <poll.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 #include "framework/LogBase.h"
@@ -14,6 +15,8 @@ namespace {
 
 constexpr int kRoomTimeoutMs = 1000;
 constexpr int kRoomSliceMs = 20;
+constexpr auto kLongReopening = std::chrono::milliseconds(500);
+constexpr auto kReopenPause = std::chrono::seconds(5);
 
 /// The target's O_TRUNC. Old commands are thrown away when the service starts, but not when it finds
 /// its way back to a server that restarted: what lies there then is new.
@@ -85,38 +88,44 @@ bool FileBase::Reopen(const Descriptor& lost) const {
     return true;
 }
 
-bool FileBase::WriteTo(const Descriptor& descriptor, const void* data, int length) const {
-    for (;;) {
-        const ssize_t written = ::write(descriptor->Get(), data, static_cast<std::size_t>(length));
-        if (written == length) {
-            m_isCongested = false;
-            return true;
-        }
-        if (written >= 0) {
-            errno = EMSGSIZE;
-            return false;
-        }
-        if (errno != EINTR && (errno != EAGAIN || !WaitForRoom(descriptor))) {
-            return false;
-        }
+/// Reopens for a write, unless a server that does not answer was waited for a moment ago.
+bool FileBase::ReopenSoon(const Descriptor& lost) const {
+    using Clock = std::chrono::steady_clock;
+    const auto start = Clock::now();
+    if (start.time_since_epoch().count() < m_noReopenBefore) {
+        return false;
     }
+    const bool isOpen = Reopen(lost);
+    if (!isOpen && Clock::now() - start > kLongReopening) {
+        m_noReopenBefore = (Clock::now() + kReopenPause).time_since_epoch().count();
+    }
+    return isOpen;
 }
 
-/// Waits until the peer takes something, or the file is closed; errno tells why not.
-bool FileBase::WaitForRoom(const Descriptor& descriptor) const {
-    for (int waited = 0; !m_isCongested && waited < kRoomTimeoutMs; waited += kRoomSliceMs) {
-        pollfd room{descriptor->Get(), POLLOUT, 0};
-        if (::poll(&room, 1, kRoomSliceMs) > 0) {
-            return true;
+bool FileBase::WriteTo(const Descriptor& descriptor, const void* data, int length) const {
+    for (int waited = 0;; waited += kRoomSliceMs) {
+        const ssize_t written = ::write(descriptor->Get(), data, static_cast<std::size_t>(length));
+        if (written >= 0) {
+            m_isCongested = false;
+            errno = EMSGSIZE;
+            return written == length;
         }
+        if (errno != EAGAIN && errno != EINTR) {
+            return false;
+        }
+        if (m_isCongested || waited >= kRoomTimeoutMs) {
+            m_isCongested = true;
+            errno = ETIMEDOUT;
+            return false;
+        }
+        // There may be room long before poll says so, which is why the write is tried anew after each slice.
+        pollfd room{descriptor->Get(), POLLOUT, 0};
+        ::poll(&room, 1, kRoomSliceMs);
         if (Current() != descriptor) {
             errno = EBADF;
             return false;
         }
     }
-    m_isCongested = true;
-    errno = ETIMEDOUT;
-    return false;
 }
 
 bool FileBase::Write(const void* data, int length) const {
@@ -137,7 +146,7 @@ bool FileBase::WriteReopening(const void* data, int length) const {
     if (WriteTo(descriptor, data, length)) {
         return true;
     }
-    return PeerWentAway(errno) && Reopen(descriptor) && Write(data, length);
+    return PeerWentAway(errno) && ReopenSoon(descriptor) && Write(data, length);
 }
 
 } // namespace TLG::ZOCAR

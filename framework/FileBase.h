@@ -2,6 +2,7 @@
 #define TLG_FRAMEWORK_FILEBASE_H
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 
@@ -61,7 +62,7 @@ private:
     Descriptor Current() const;
     void Replace(Descriptor descriptor, Descriptor previous) const;
     bool WriteTo(const Descriptor& descriptor, const void* data, int length) const;
-    bool WaitForRoom(const Descriptor& descriptor) const;
+    bool ReopenSoon(const Descriptor& lost) const;
 
     /// Opens anew after the peer of @p lost went away. True when the file is open again, be it by
     /// another thread; false on failure and when the file was closed meanwhile.
@@ -74,7 +75,8 @@ private:
     // The one before a reopening: it stays open so that a multiplexer which watches it is told of its
     // end and turns to the new one. Guarded by m_descriptorMutex.
     mutable Descriptor m_previous;
-    mutable std::atomic<bool> m_isCongested{false}; // the last wait for room was in vain
+    mutable std::atomic<bool> m_isCongested{false};        // the last wait for room was in vain
+    mutable std::atomic<std::int64_t> m_noReopenBefore{0}; // writes don't reopen before; a steady clock's count
     mutable Mutex m_reopenMutex; // held by the one thread that reopens; taken before m_descriptorMutex
 
     // Held while input is delivered, and taken by Close() to wait for that; recursive, since a delivery

@@ -33,7 +33,8 @@ public:
     /// called from a delivery.
     virtual bool Stop();
 
-    /// Registers an opened file. A file that cannot deliver input is refused.
+    /// Registers an opened file. A file that cannot deliver input is refused. A file that is closed must be
+    /// removed, and added again once it is open, to be heard.
     bool AddFile(int key, FileBase* file) const;
     /// Unregisters a file. Once it has returned, no input of the file is being delivered or will be,
     /// unless it was called from within the delivery itself.

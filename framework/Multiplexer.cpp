@@ -162,7 +162,18 @@ bool Multiplexer::Watch(int key, Entry& entry) {
     const Descriptor current = entry.file->Current();
     entry.watched = current;
     entry.lost = nullptr;
-    return current && m_epoll.Add(current->Get(), EPOLLIN | EPOLLRDHUP, static_cast<std::uint64_t>(key));
+    entry.watchedSince = Clock::now();
+    constexpr std::uint32_t kEvents = EPOLLIN | EPOLLRDHUP;
+    const auto id = static_cast<std::uint64_t>(key);
+    return current && (m_epoll.Add(current->Get(), kEvents, id) ||
+                       (errno == EEXIST && m_epoll.Modify(current->Get(), kEvents, id)));
+}
+
+/// Plans the next try to open a lost file, after a delay longer than the last one. Called with m_mutex held.
+void Multiplexer::Retry(Entry& entry, Clock::duration lastDelay) {
+    entry.delay = std::clamp<Clock::duration>(2 * lastDelay, kFirstDelay, kLongestDelay);
+    entry.retryAt = Clock::now() + entry.delay;
+    m_inputLost.notify_all();
 }
 
 void Multiplexer::LogUnwatched(const FileBase& file) const {
@@ -241,7 +252,8 @@ void Multiplexer::DeliverFrom(int key, std::uint32_t events, const Use& use) {
     }
     const int fd = use.descriptor->Get();
     const ssize_t length = ::read(fd, m_buffer.data(), m_buffer.size());
-    if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
+    if (length < 0 && (errno == EAGAIN || errno == EINTR || errno == ECONNRESET)) {
+        // A peer that ended without reading everything: what it wrote before is still to be had, then the end.
         return;
     }
     if (length == 0 && (events & (EPOLLHUP | EPOLLRDHUP)) == 0 && IsSocket(fd)) {
@@ -270,9 +282,8 @@ void Multiplexer::LoseInput(int key, const Use& use, int error) {
         Entry& entry = found->second;
         entry.watched.reset();
         entry.lost = use.descriptor;
-        entry.delay = kFirstDelay;
-        entry.retryAt = Clock::now() + kFirstDelay;
-        m_inputLost.notify_all();
+        const bool wasStable = Clock::now() - entry.watchedSince > kLongestDelay;
+        Retry(entry, wasStable ? Clock::duration() : entry.delay);
     }
 }
 
@@ -317,8 +328,7 @@ void Multiplexer::ReopenOne(int key, const Use& use) {
         LOGBASE(LOG_LEV_NOTICE, "OnInputBack", "input %s is back\n", use.file->m_info.path.c_str());
     } else {
         entry.lost = use.file->Current();
-        entry.delay = std::min<Clock::duration>(2 * entry.delay, kLongestDelay);
-        entry.retryAt = Clock::now() + entry.delay;
+        Retry(entry, entry.delay);
     }
 }
 

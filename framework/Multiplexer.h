@@ -41,7 +41,8 @@ private:
         FileBase* file = nullptr;
         std::weak_ptr<const UniqueFd> watched; // weak, so that closing the file closes the descriptor
         Descriptor lost;
-        Clock::duration delay{};
+        Clock::time_point watchedSince;
+        Clock::duration delay{}; // before the last try
         Clock::time_point retryAt;
     };
 
@@ -63,6 +64,7 @@ private:
     void ReopenOne(int key, const Use& use);
     void WatchForgotten();
     bool Watch(int key, Entry& entry);
+    void Retry(Entry& entry, Clock::duration lastDelay);
     void LogUnwatched(const FileBase& file) const;
     void Join();
 

@@ -1,18 +1,22 @@
 #include <sys/slog.h>
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
 namespace {
 
 constexpr int kDefaultLevel = 7;
 constexpr std::size_t kMaxLine = 4096;
+constexpr int kPatienceMs = 1000;
 
 /// The highest severity number that is logged; read once.
 int Level() {
@@ -26,6 +30,22 @@ int Level() {
         return *end == '\0' && value >= 0 && value <= kDefaultLevel ? static_cast<int>(value) : kDefaultLevel;
     }();
     return level;
+}
+
+/// Writes one line; drops it when nobody takes the log for a second, and then all until somebody does.
+int Write(std::string_view line) {
+    static std::atomic<bool> isStuck{false};
+    pollfd standardError{STDERR_FILENO, POLLOUT, 0};
+    if (::poll(&standardError, 1, isStuck ? 0 : kPatienceMs) == 0) {
+        isStuck = true;
+        return -1;
+    }
+    isStuck = false;
+    ssize_t written = 0;
+    do {
+        written = ::write(STDERR_FILENO, line.data(), line.size());
+    } while (written < 0 && errno == EINTR);
+    return static_cast<int>(written);
 }
 
 } // namespace
@@ -54,9 +74,5 @@ int slogf(int opcode, int severity, const char* format, ...) {
     }
     // A message is one line whatever a logged value holds.
     std::replace(line.begin() + head, line.begin() + static_cast<std::ptrdiff_t>(length) - 1, '\n', ' ');
-    ssize_t written = 0;
-    do {
-        written = ::write(STDERR_FILENO, line.data(), length);
-    } while (written < 0 && errno == EINTR);
-    return static_cast<int>(written);
+    return Write({line.data(), length});
 }

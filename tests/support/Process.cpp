@@ -88,6 +88,10 @@ void Process::Type(const std::string& text) const {
     }
 }
 
+void Process::Signal(int signal) const {
+    ::kill(m_pid, signal);
+}
+
 int Process::Stop(int signal) {
     if (m_pid < 0) {
         return 0;

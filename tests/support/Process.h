@@ -29,6 +29,9 @@ public:
     /// Writes to the program's standard input.
     void Type(const std::string& text) const;
 
+    /// Sends a signal and does not wait.
+    void Signal(int signal) const;
+
     /// Sends the signal, if any, and waits for the end: the exit status, or minus the signal that ended it.
     int Stop(int signal);
     int WaitForEnd() { return Stop(0); }

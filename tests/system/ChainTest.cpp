@@ -187,6 +187,29 @@ TEST(ChainTest, AnMcuThatTakesNothingHoldsNobodyUp) {
     EXPECT_EQ(service.Stop(SIGTERM), 0);
 }
 
+TEST(ChainTest, LastWordsOfThoseWhoReadNothingAreHeard) {
+    const Chain chain;
+    FakeMcu mcu;
+    Process service("melvane");
+    ASSERT_TRUE(mcu.Accept());
+    ASSERT_TRUE(chain.ppsd->WaitFor("ppsd: ready"));
+    {
+        const PpsObjectClient client("/pps/test/object?delta");
+        chain.ppsd->Signal(SIGSTOP);
+        EXPECT_TRUE(client.Write("last::1"));
+    }
+    chain.ppsd->Signal(SIGCONT);
+    EXPECT_EQ(StateOf("/pps/test/object"), "@object\nlast::1\n");
+    service.Signal(SIGSTOP);
+    for (const std::uint8_t alc : {1, 2, 3}) {
+        mcu.Send({138, 2, 5, alc});
+    }
+    mcu.HangUp();
+    service.Signal(SIGCONT);
+    EXPECT_TRUE(service.WaitFor("[UpdatePPS]-end", 3));
+    EXPECT_EQ(StateOf(kStatus), "@status\nzoalc:n:3\n");
+}
+
 TEST(ChainTest, WhatIsMissingAtTheStartIsNamed) {
     std::string output;
     {

@@ -81,6 +81,10 @@ void Simulator::AcceptAll() {
             m_connections[id].fd = std::move(fd);
         }
     }
+    if (errno != EAGAIN) {
+        // No descriptor is left: newcomers wait until a connection ends.
+        m_epoll.Modify(m_listener.Fd(), 0, kListenerId);
+    }
 }
 
 void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
@@ -96,8 +100,10 @@ void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
     const ssize_t length = ::recv(connection.fd.Get(), block.data(), block.size(), MSG_DONTWAIT);
     if (length > 0) {
         Answer(connection, {block.data(), static_cast<std::size_t>(length)});
-    } else if (length == 0 || errno != EAGAIN) {
+    } else if (length == 0 || (errno != EAGAIN && errno != ECONNRESET)) {
+        // After ECONNRESET, what was sent before is still to be had.
         m_connections.erase(found);
+        m_epoll.Modify(m_listener.Fd(), EPOLLIN, kListenerId);
     }
 }
 

@@ -3,6 +3,10 @@
 #include "platform/pps/Line.h"
 
 void Backlog::Add(Packet group) {
+    if ((*group)[0] == '-') {
+        // Of a deleted object no state is due.
+        m_stateDue = false;
+    }
     if (!m_merging && m_bytes + group->size() <= kMaxBytes) {
         m_bytes += group->size();
         m_packets.push_back(std::move(group));

@@ -22,6 +22,8 @@ constexpr std::uint64_t kStopId = kListenerId - 1;
 
 /// So many packets of one client are handled before the others have their turn.
 constexpr int kPacketsPerTurn = 256;
+constexpr int kLastTurns = 10000;
+constexpr int kAcceptRetryMs = 1000;
 
 void Report(std::string_view subject, std::string_view text) {
     // Nobody who leaves standard error unread holds the server up.
@@ -57,9 +59,11 @@ bool Server::Start(std::string& error) {
     }
     m_receiveBuffer.resize(pps::kMaxWrite + 1);
     const std::string saved = host::BelowRoot(kSavedObjects);
+    std::error_code unknown;
+    const bool isThere = std::filesystem::exists(saved, unknown);
     std::ifstream file(saved, std::ios::binary);
-    if (!file && errno != ENOENT && errno != ENOTDIR) {
-        error = "cannot read " + saved + ": " + std::strerror(errno);
+    if (isThere && (!file || !std::filesystem::is_regular_file(saved, unknown))) {
+        error = "cannot read " + saved;
         return false;
     }
     const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
@@ -73,30 +77,49 @@ bool Server::Run(int stopFd) {
     using Clock = std::chrono::steady_clock;
     m_epoll.Add(stopFd, EPOLLIN, kStopId);
     auto nextSave = Clock::now() + m_saveInterval;
-    for (bool stop = false; !stop;) {
-        // Clients come before newcomers: who writes, ends and is followed by a reader has been heard.
-        bool newcomers = false;
-        int timeoutMs = -1;
-        if (m_saveInterval.count() > 0) {
-            const auto left = std::chrono::ceil<std::chrono::milliseconds>(nextSave - Clock::now());
-            timeoutMs = static_cast<int>(std::max<std::chrono::milliseconds::rep>(left.count(), 0));
-        }
-        m_epoll.Wait(timeoutMs, [&](std::uint64_t id, std::uint32_t events) {
-            newcomers |= id == kListenerId;
-            stop |= id == kStopId;
-            if (id != kListenerId && id != kStopId) {
-                Handle(id, events);
-            }
-        });
-        if (newcomers) {
-            AcceptAll();
-        }
+    while (!Turn(TimeoutMs(nextSave - Clock::now())).stop) {
         if (m_saveInterval.count() > 0 && Clock::now() >= nextSave) {
             Save();
             nextSave = Clock::now() + m_saveInterval;
         }
     }
+    // What was written before the end is applied before the end.
+    m_epoll.Remove(stopFd);
+    m_epoll.Remove(m_listener.Fd());
+    for (int i = 0; i < kLastTurns && Turn(0).served; ++i) {
+    }
+    m_clients.clear();
     return Save();
+}
+
+int Server::TimeoutMs(std::chrono::steady_clock::duration untilSave) const {
+    if (!m_accepting) {
+        return kAcceptRetryMs;
+    }
+    if (m_saveInterval.count() == 0) {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(untilSave).count();
+    return static_cast<int>(std::max<decltype(left)>(left, 0));
+}
+
+/// Waits for events and handles them.
+Server::TurnResult Server::Turn(int timeoutMs) {
+    // Clients come before newcomers: who writes, ends and is followed by a reader has been heard.
+    TurnResult result;
+    bool newcomers = !m_accepting;
+    m_epoll.Wait(timeoutMs, [&](std::uint64_t id, std::uint32_t events) {
+        newcomers |= id == kListenerId;
+        result.stop |= id == kStopId;
+        if (id != kListenerId && id != kStopId) {
+            result.served = true;
+            Handle(id, events);
+        }
+    });
+    if (newcomers && !result.stop) {
+        AcceptAll();
+    }
+    return result;
 }
 
 void Server::AcceptAll() {
@@ -107,11 +130,12 @@ void Server::AcceptAll() {
             m_clients[id] = std::make_unique<Client>(std::move(connection));
         }
     }
-    if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-        // Newcomers wait until a client leaves.
-        Report("accept", std::strerror(errno));
-        m_epoll.Modify(m_listener.Fd(), 0, kListenerId);
-        m_accepting = false;
+    const bool isFull = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+    if (isFull == m_accepting) {
+        // Newcomers wait until there is room, which is looked for now and then.
+        m_accepting = !isFull;
+        m_epoll.Modify(m_listener.Fd(), m_accepting ? std::uint32_t{EPOLLIN} : 0U, kListenerId);
+        Report("accept", m_accepting ? "there is room again" : std::strerror(errno));
     }
 }
 
@@ -128,6 +152,11 @@ void Server::Handle(std::uint64_t id, std::uint32_t events) {
     for (int i = 0; i < kPacketsPerTurn; ++i) {
         const ssize_t length =
             ::recv(client.connection.Get(), m_receiveBuffer.data(), m_receiveBuffer.size(), MSG_DONTWAIT | MSG_TRUNC);
+        if (length < 0 && errno == ECONNRESET) {
+            // The client ended without reading everything; what it wrote before is still to be had.
+            hungUp = true;
+            continue;
+        }
         if (length < 0) {
             if (errno != EAGAIN && errno != EINTR) {
                 Drop(id);
@@ -238,7 +267,10 @@ host::PpsReply Server::DeleteObject(std::string_view path) {
 void Server::List(Client& client, std::string_view behind) {
     std::string packet;
     for (const std::string& path : m_tree.Paths()) {
-        if (path > behind && packet.size() + path.size() < pps::kMaxWrite) {
+        if (packet.size() + path.size() >= pps::kMaxWrite) {
+            break;
+        }
+        if (path > behind) {
             packet.append(path).append("\n");
         }
     }
@@ -288,7 +320,9 @@ void Server::Publish(const Node& node, const std::string& group, const Client* w
         } else {
             client->backlog.AddState();
         }
-        Flush(*client);
+        if (!client->waitsForRoom) {
+            Flush(*client);
+        }
     }
 }
 
@@ -329,9 +363,6 @@ void Server::Drop(std::uint64_t id) {
         m_tree.DropIfUnused(node);
     }
     m_clients.erase(found);
-    if (!m_accepting) {
-        m_accepting = m_epoll.Modify(m_listener.Fd(), EPOLLIN, kListenerId);
-    }
 }
 
 /// Writes the persistent objects beside the old file and puts the new one in its place.

@@ -41,6 +41,12 @@ public:
     bool Run(int stopFd);
 
 private:
+    struct TurnResult {
+        bool stop = false;   ///< the stop descriptor is readable
+        bool served = false; ///< a client had something
+    };
+    TurnResult Turn(int timeoutMs);
+    int TimeoutMs(std::chrono::steady_clock::duration untilSave) const;
     void AcceptAll();
     void Handle(std::uint64_t id, std::uint32_t events);
     bool Receive(Client& client, std::string_view packet);

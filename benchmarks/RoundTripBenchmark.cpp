@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -123,8 +122,6 @@ void CommandRoundTrip(benchmark::State& state) {
     // HMI, server, service, MCU, service, server, HMI.
     const double floor = FloorSeconds(6);
     state.counters["floor_us"] = floor * 1e6;
-    // Iterations a second times the floor: the part of the time that no service could do without.
-    state.counters["floor_share"] = benchmark::Counter(floor, benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(CommandRoundTrip)->UseRealTime()->Unit(benchmark::kMicrosecond);
 

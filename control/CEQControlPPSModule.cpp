@@ -5,20 +5,14 @@
 
 #include "framework/LogBase.h"
 #include "framework/SystemFiles.h"
-
-namespace {
-
-constexpr unsigned char kRecordCommand = 8;
-constexpr unsigned char kAudioMixCommand = 50;
-
-} // namespace
+#include "model/McuCommands.h"
 
 /// One control attribute: how its handler is called, and how its payload is sent.
 struct CEQControlPPSModule::Command {
     using PlainHandler = bool (CEQControlPPSModule::*)(char* value, Payload&);
     using JsonHandler = bool (CEQControlPPSModule::*)(char* encoding, char* value, Payload&);
 
-    constexpr Command(const char* attribute, PlainHandler handler, unsigned char id = kRecordCommand)
+    constexpr Command(const char* attribute, PlainHandler handler, unsigned char id = kControlCommand)
         : name(attribute), plain(handler), commandId(id) {}
     constexpr Command(const char* attribute, JsonHandler handler, bool isKey = false)
         : name(attribute), json(handler), keyFlag(isKey) {}
@@ -26,7 +20,7 @@ struct CEQControlPPSModule::Command {
     const char* name;
     PlainHandler plain = nullptr;
     JsonHandler json = nullptr;
-    unsigned char commandId = kRecordCommand;
+    unsigned char commandId = kControlCommand;
     bool keyFlag = false;
 };
 
@@ -67,7 +61,7 @@ bool CEQControlPPSModule::OnPPSCmd(pps_attrib_t* info, unsigned char& commandId,
     }
     LOGBASE(LOG_LEV_INFO, __FUNCTION__, "CEQControlPPSModule::OnPPSCmd, attr_name:%s\n", info->attr_name);
     keyFlag = false;
-    commandId = kRecordCommand;
+    commandId = kControlCommand;
     for (const Command& command : kCommands) {
         if (std::strcmp(command.name, info->attr_name) == 0) {
             const bool isComplete = command.json != nullptr

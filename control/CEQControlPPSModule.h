@@ -35,7 +35,9 @@ public:
     /// @return whether the payload is to be sent
     bool OnPPSCmd(pps_attrib_t* info, unsigned char& commandId, bool& keyFlag, Payload& payload);
 
-    // ---- Volume and mute ----
+    // The handlers, by the file they are in. docs/commands.md has their values and ranges.
+
+    // ---- VolumeCommands.cpp ----
     bool OnCmdMasterVolume(char* value, Payload& payload);
     bool OnCmdVolumeMute(char* encoding, char* value, Payload& payload);
     bool OnCmdSrcVol(char* encoding, char* value, Payload& payload);
@@ -44,26 +46,30 @@ public:
     bool MasterVolPacket(int volume, Payload& payload);
     void MutePacket(T_KEY_MUTE_TYPE_CHOICE type, T_MUTE_STATUS_CHOICE status, Payload& payload);
 
-    // ---- Equaliser ----
+    // ---- EqTypeCommand.cpp ----
     bool OnCmdEqtype(char* encoding, char* value, Payload& payload);
 
-    // ---- Sound field ----
+    // ---- FadeBalanceCommand.cpp, SourceGainCommand.cpp ----
     bool OnCmdFadeBalance(char* encoding, char* value, Payload& payload);
+    bool OnCmdSrcGain(char* encoding, char* value, Payload& payload);
+
+    // ---- NumberCommands.cpp ----
     bool OnCmdSubWGain(char* value, Payload& payload);
     bool OnCmdCenterGain(char* value, Payload& payload);
-    bool OnCmdSrcGain(char* encoding, char* value, Payload& payload);
     bool OnCmdListenPos(char* value, Payload& payload);
+    bool OnCmdSRS(char* value, Payload& payload);
+    bool OnCmdALC(char* value, Payload& payload);
 
-    // ---- Switches and filters ----
-    bool OnCmdAudioMix(char* value, Payload& payload);
+    // ---- SwitchCommands.cpp ----
     bool OnCmdLoud(char* value, Payload& payload);
     bool OnCmdDBB(char* value, Payload& payload);
+    bool OnCmdAudioMix(char* value, Payload& payload);
+
+    // ---- AudioSettingCommands.cpp ----
     bool OnCmdSubwoofer(char* encoding, char* value, Payload& payload);
     bool OnCmdSpeakerMode(char* encoding, char* value, Payload& payload);
     bool OnCmdFrontStereoFilter(char* encoding, char* value, Payload& payload);
     bool OnCmdRearStereoFilter(char* encoding, char* value, Payload& payload);
-    bool OnCmdSRS(char* value, Payload& payload);
-    bool OnCmdALC(char* value, Payload& payload);
 
 private:
     struct Command;

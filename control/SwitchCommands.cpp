@@ -1,5 +1,4 @@
 // Plain switches ("on" and "off"): loudness, bass boost, audio mixing.
-#include "control/AudioSettingPayload.h"
 #include "control/CEQControlPPSModule.h"
 #include "control/CommandChecks.h"
 #include "framework/LogBase.h"

@@ -18,10 +18,6 @@ constexpr int kRoomSliceMs = 20;
 constexpr auto kLongReopening = std::chrono::milliseconds(500);
 constexpr auto kReopenPause = std::chrono::seconds(5);
 
-/// The target's O_TRUNC. Old commands are thrown away when the service starts, but not when it finds
-/// its way back to a server that restarted: what lies there then is new.
-constexpr int kTruncate = 0x200;
-
 UniqueFd OpenFile(const fileTagInfo& info, int oflag) {
     return UniqueFd(::open(info.path.c_str(), oflag, static_cast<mode_t>(info.mode)));
 }
@@ -48,20 +44,20 @@ bool FileBase::OpenLogged(const char* what) {
         LOGBASE(LOG_LEV_ERROR, "Open", "can't open the %s %s: %s\n", what, m_info.path.c_str(), std::strerror(errno));
         return false;
     }
-    Replace(std::make_shared<const UniqueFd>(std::move(opened)), nullptr);
+    Replace(std::make_shared<const UniqueFd>(std::move(opened)));
     return true;
 }
 
 void FileBase::Close() {
     // First of all closed, so that a delivery under way comes to its end.
-    Replace(nullptr, nullptr);
+    Replace(nullptr);
     const std::lock_guard<std::recursive_mutex> delivery(m_deliveryMutex);
 }
 
-void FileBase::Replace(Descriptor descriptor, Descriptor previous) const {
+void FileBase::Replace(Descriptor descriptor) const {
     const std::lock_guard<Mutex> lock(m_descriptorMutex);
     m_descriptor = std::move(descriptor);
-    m_previous = std::move(previous);
+    m_previous = nullptr;
 }
 
 FileBase::Descriptor FileBase::Current() const {
@@ -75,6 +71,8 @@ bool FileBase::Reopen(const Descriptor& lost) const {
     if (current != lost) {
         return current != nullptr;
     }
+    // Old commands are thrown away when the service starts, but not when it finds its way back to a server that
+    // restarted: what lies there then is new.
     UniqueFd opened = OpenFile(m_info, m_info.oflag & ~kTruncate);
     if (!opened) {
         return false;

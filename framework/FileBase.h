@@ -60,7 +60,7 @@ private:
 
     /// The open descriptor, kept open as long as the result lives; null when the file is closed.
     Descriptor Current() const;
-    void Replace(Descriptor descriptor, Descriptor previous) const;
+    void Replace(Descriptor descriptor) const;
     bool WriteTo(const Descriptor& descriptor, const void* data, int length) const;
     bool ReopenSoon(const Descriptor& lost) const;
 

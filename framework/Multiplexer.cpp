@@ -215,12 +215,12 @@ void Multiplexer::Dispatch() {
                 Deliver(static_cast<int>(id), events);
             }
         });
-        WatchForgotten();
+        WatchReopened();
     }
 }
 
 /// Turns to the descriptors of files that writes reopened, whose earlier ones are gone already.
-void Multiplexer::WatchForgotten() {
+void Multiplexer::WatchReopened() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (auto& [key, entry] : m_entries) {
         if (!entry.lost && entry.watched.expired() && entry.file->IsOpen()) {

@@ -25,6 +25,7 @@ public:
     Multiplexer& operator=(const Multiplexer&) = delete;
     ~Multiplexer();
 
+    // As the operations of the same names of FilesControlBase say.
     bool Init();
     bool Close();
     bool Start();
@@ -62,7 +63,7 @@ private:
     void DeliverFrom(int key, std::uint32_t events, const Use& use);
     void LoseInput(int key, const Use& use, int error);
     void ReopenOne(int key, const Use& use);
-    void WatchForgotten();
+    void WatchReopened();
     bool Watch(int key, Entry& entry);
     void Retry(Entry& entry, Clock::duration lastDelay);
     void LogUnwatched(const FileBase& file) const;

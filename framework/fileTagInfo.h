@@ -5,6 +5,11 @@
 
 namespace TLG::ZOCAR {
 
+/// Open flags, the target's numbers.
+constexpr int kReadWrite = 0x2;
+constexpr int kCreate = 0x100;
+constexpr int kTruncate = 0x200;
+
 /// Describes one file of the process; a constant that outlives the file.
 struct fileTagInfo {
     int key;          ///< unique in the process; names the file in every callback

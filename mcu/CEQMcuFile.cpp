@@ -16,7 +16,8 @@
 
 #include "framework/LogBase.h"
 #include "framework/SystemFiles.h"
-#include "mcu/McuCommands.h"
+#include "model/McuCommands.h"
+#include "model/RecordTypes.h"
 
 using TLG::ZOCAR::kMcuHeaderSize;
 using TLG::ZOCAR::kMcuPayloadSize;
@@ -104,7 +105,7 @@ void CEQMcuFile::SendCtrCmd(unsigned char cmd, const std::vector<unsigned char>&
     const Guard guard(*this);
     const std::int32_t number = NextNumber();
     if (isControl) {
-        FillFrame(kControl, {kControlCommand, 2}, data, number);
+        FillFrame(kControl, {kControlCommand, kControlRecordMark}, data, number);
     } else {
         FillFrame(kAudioMix, {kAudioMixCommand}, data, number);
     }
@@ -139,7 +140,7 @@ bool CEQMcuFile::QueryEQSettingInfo(int group) {
 }
 
 bool CEQMcuFile::ProcessDataPacket(unsigned char* data, int size) {
-    if (!HasStoreAnd(__FUNCTION__, data)) {
+    if (!HasStoreAndData(__FUNCTION__, data)) {
         return false;
     }
     if (size <= kMcuHeaderSize) {
@@ -215,7 +216,7 @@ bool CEQMcuFile::ProcessAudioMixReport(const PacketHeader_s& header, const unsig
 }
 
 /// Whether there is a store to decode into and data to decode; logs in the caller's name where not.
-bool CEQMcuFile::HasStoreAnd(const char* func, const unsigned char* data) const {
+bool CEQMcuFile::HasStoreAndData(const char* func, const unsigned char* data) const {
     if (m_pEQData != nullptr && data != nullptr) {
         return true;
     }

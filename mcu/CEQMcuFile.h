@@ -99,7 +99,7 @@ private:
     bool ProcessAcknowledgement(const TLG::ZOCAR::PacketHeader_s& header, const unsigned char* payload, int size);
     bool ProcessAudioMixReport(const TLG::ZOCAR::PacketHeader_s& header, const unsigned char* payload);
 
-    bool HasStoreAnd(const char* func, const unsigned char* data) const;
+    bool HasStoreAndData(const char* func, const unsigned char* data) const;
     bool FieldIsThere(const char* func, const unsigned char* data, int size, int length, int& consumed) const;
     bool StoreByte(const char* func, const unsigned char* data, int size, int& consumed,
                    void (CEQData::*store)(unsigned char));

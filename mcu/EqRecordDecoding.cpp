@@ -8,7 +8,7 @@
 
 bool CEQMcuFile::ParseEQDataPacket(const unsigned char* data, int size) {
     if (data == nullptr) {
-        HasStoreAnd(__FUNCTION__, data);
+        HasStoreAndData(__FUNCTION__, data);
         return false;
     }
     int consumed = 0;

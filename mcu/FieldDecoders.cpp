@@ -6,7 +6,7 @@
 /// The checks before a field is looked at: store and data are there, and the record has the field's
 /// `length` bytes. `consumed` receives the length even where they are missing.
 bool CEQMcuFile::FieldIsThere(const char* func, const unsigned char* data, int size, int length, int& consumed) const {
-    if (!HasStoreAnd(func, data)) {
+    if (!HasStoreAndData(func, data)) {
         return false;
     }
     consumed = length;

@@ -10,7 +10,6 @@
 //   5     ALC                   value
 //   7     extended volumes      four volume bytes
 #include <cinttypes>
-#include <iterator>
 
 #include "framework/LogBase.h"
 #include "mcu/CEQMcuFile.h"
@@ -41,6 +40,7 @@ bool CEQMcuFile::ParseRecDataPacket(const unsigned char* payload, int size) {
         return ParseFadeDataPacket(data, dataSize);
     case EQ:
         if (size == kSmallestRecord) {
+            // The message has three places for the one size.
             LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
                     "case EQ, wrong MCU data size:%d, need > %d, pBuf[%d] saves the eq type\n", size, size, size);
             return false;
@@ -59,6 +59,7 @@ bool CEQMcuFile::ParseRecDataPacket(const unsigned char* payload, int size) {
     case ALC:
         return ParseALCDataPacket(data, dataSize);
     case EQ_EXPEND:
+        // Said for records that lack two volumes and more; the decoder refuses those that lack one, too.
         if (size < 6) {
             LOGBASE(LOG_LEV_INFO, __FUNCTION__, "case EQ_EXPEND, the data isn't enough, need %d BYTEs, only %d BYTEs\n",
                     4, size);
@@ -127,7 +128,7 @@ bool CEQMcuFile::ParseFadeDataPacket(const unsigned char* data, int size) {
 
 bool CEQMcuFile::ParseAudioSettingDataPacket(const unsigned char* data, int size) {
     if (data == nullptr) {
-        HasStoreAnd(__FUNCTION__, data);
+        HasStoreAndData(__FUNCTION__, data);
         return false;
     }
     int consumed = 0;
@@ -154,7 +155,7 @@ bool CEQMcuFile::ParseAudioSettingDataPacket(const unsigned char* data, int size
 }
 
 bool CEQMcuFile::ParseALCDataPacket(const unsigned char* data, int size) {
-    if (!HasStoreAnd(__FUNCTION__, data)) {
+    if (!HasStoreAndData(__FUNCTION__, data)) {
         return false;
     }
     if (size <= 0) {

@@ -1,5 +1,4 @@
 // The data of the source gain record: a count, then for each source its id and its gain (0 to 12).
-#include <algorithm>
 #include <cinttypes>
 
 #include "framework/LogBase.h"

@@ -108,38 +108,22 @@ public:
     TLG_UPDATE_FLAG(ALC)
 #undef TLG_UPDATE_FLAG
 
-    void SetUpdateSrcMuteFlag(bool on) {
-        SetFlag(m_updateSrcMute, on);
+#define TLG_BYTE_FLAG(Set, Get, flag) \
+    void Set(bool on) { \
+        SetFlag(flag, on); \
+    } \
+    bool Get() const { \
+        return GetFlag(flag); \
     }
-    bool GetUpdateSrcMuteFlag() const {
-        return GetFlag(m_updateSrcMute);
-    }
-    void SetUpdateLaunchVolumeFlag(bool on) {
-        SetFlag(m_updateLaunchVolume, on);
-    }
-    bool GetUpdateLaunchVolumeFlag() const {
-        return GetFlag(m_updateLaunchVolume);
-    }
-    void SetUpdateSrcVolFlag(bool on) {
-        SetFlag(m_updateSrcVol, on);
-    }
-    bool GetUpdateSrcVolFlag() const {
-        return GetFlag(m_updateSrcVol);
-    }
-    void SetUpdateExtendFlag(bool on) {
-        SetFlag(m_extendUpdate, on);
-    }
-    bool GetExtendUpdateFlag() const {
-        return GetFlag(m_extendUpdate);
-    }
-    void SetFakePowerOffFlag(bool on) {
-        SetFlag(m_fakePowerOff, on);
-    }
-    bool GetFakePowerOffFlag() const {
-        return GetFlag(m_fakePowerOff);
-    }
+    TLG_BYTE_FLAG(SetUpdateSrcMuteFlag, GetUpdateSrcMuteFlag, m_updateSrcMute)
+    TLG_BYTE_FLAG(SetUpdateLaunchVolumeFlag, GetUpdateLaunchVolumeFlag, m_updateLaunchVolume)
+    TLG_BYTE_FLAG(SetUpdateSrcVolFlag, GetUpdateSrcVolFlag, m_updateSrcVol)
+    TLG_BYTE_FLAG(SetUpdateExtendFlag, GetExtendUpdateFlag, m_extendUpdate)
+    TLG_BYTE_FLAG(SetFakePowerOffFlag, GetFakePowerOffFlag, m_fakePowerOff)
+#undef TLG_BYTE_FLAG
 
-    /// @param id 0: the current EQ type; 1 to 7: the curve of EQ type id - 1; others change nothing
+    /// @param id 0: the current EQ type; 1 to 7: the curve of EQ type id - 1; 8 belongs to no group and is
+    ///        raised only with all others; above 8 nothing changes
     void SetUpdateEqFlagByBitID(bool on, unsigned char id);
     bool GetUpdateEqFlagByBitID(unsigned char id) const;
 

@@ -22,6 +22,9 @@ enum RecordType : std::uint8_t {
     EQ_EXPEND = 7 ///< the extended volumes
 };
 
+/// Byte 1 of a record in a control command.
+constexpr std::uint8_t kControlRecordMark = 2;
+
 /// A volume byte: bits 0 to 6 are the level, bit 7 says that the user changed this volume.
 constexpr std::uint8_t kLevelMask = 0x7F;
 constexpr std::uint8_t kChangeMark = 0x80;

@@ -31,7 +31,7 @@ struct tagEQBand {
 };
 
 struct tagEQType {
-    std::uint8_t Type = 0;               ///< the current EQ type, 0 to 6
+    std::uint8_t Type = 0;               ///< the current EQ type; 0 to 6 have a name
     std::int32_t TypeNum = kEqTypeCount; ///< number of EQ types the MCU reported, 0 to 7
     tagEQBand Band[kEqTypeCount][kEqBandCount] = {};
 };
@@ -45,7 +45,7 @@ struct T_SRC_VOL {
     std::uint8_t SysMuteFirst = 0; ///< 1 until the first report after construction or a fake power-off
     std::uint8_t SrcMute = 0;
     std::uint8_t SrcVol[kVolumeCount] = {}; ///< main, navigation, call, voice
-    std::uint8_t MaxPowerVol = 0;           ///< 0 to Max
+    std::uint8_t MaxPowerVol = 0;           ///< 0 to Max in commands; reports are not checked
 };
 
 /// The extended volumes; only ChangeStatus, VolType (4: no report yet) and SrcVol are used.

@@ -49,7 +49,7 @@ void CEQData::SetVolumeData(const tagSpeaker& speaker) {
         const bool mainLevel = Take(stored.SrcVol[0], report.SrcVol[0]);
         LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "speakerVolume.tSrcVol.Max:%d", report.Max);
         const bool max = Take(stored.Max, report.Max);
-        // The first system mute after start only tells how things are; nobody changed it.
+        // The first system mute after start or a fake power-off only tells how things are; nobody changed it.
         const bool isFirst = stored.SysMuteFirst != 0;
         stored.SysMuteFirst = 0;
         const bool systemMute = Take(stored.SysMute, report.SysMute);

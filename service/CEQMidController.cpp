@@ -2,6 +2,7 @@
 
 #include "framework/LogBase.h"
 #include "framework/SystemFiles.h"
+#include "model/McuCommands.h"
 #include "model/RecordTypes.h"
 #include "service/ConfigurationFile.h"
 
@@ -73,7 +74,8 @@ void CEQMidController::OnAttributeChange(int key, pps_attrib_t* attrib) {
         LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "CEQMidController, info == NULL\n");
         return;
     }
-    unsigned char commandId = 255;
+    constexpr unsigned char kNoCommand = 255;
+    unsigned char commandId = kNoCommand;
     bool keyFlag = false;
     std::vector<unsigned char> cmdVector;
     bool isComplete = false;
@@ -81,7 +83,7 @@ void CEQMidController::OnAttributeChange(int key, pps_attrib_t* attrib) {
         isComplete = m_EQControl.OnPPSCmd(attrib, commandId, keyFlag, cmdVector);
     } else if (key == TLG::ZOCAR::g_gpsStatusPPSInfo.key) {
         if (m_bNaviVolEnabled) {
-            commandId = 8;
+            commandId = kControlCommand;
             isComplete = m_gpsStatus.OnGpsStatus(attrib, cmdVector);
         }
     } else if (key == TLG::ZOCAR::g_PowerPPSInfo.key) {

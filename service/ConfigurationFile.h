@@ -11,7 +11,7 @@ public:
     virtual ~ConfigurationFile() = default;
 
     /// Fills @p buffer with zeros and reads at most @p size - 1 bytes of the file into it. False, logged,
-    /// when the file can't be opened and when it is empty.
+    /// when the file can't be opened and when it is empty; a read that fails leaves zeros and gives true.
     static bool ReadFile(const std::string& path, char* buffer, int size);
 
     /// The decimal numbers in the text, in order; signs count as any other character, and a number wraps

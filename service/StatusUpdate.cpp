@@ -1,6 +1,6 @@
 // The update cycle: walks the store's update flags in a fixed order. For each raised flag it clears the flag
-// and calls the group's publisher with values from the store. Nothing is locked meanwhile; a publisher that
-// fails does not stop the cycle.
+// and calls the group's publisher with values from the store (for the main volume the other way round). Nothing is
+// locked meanwhile; a publisher that fails does not stop the cycle.
 #include "framework/LogBase.h"
 #include "service/CEQMidController.h"
 #include "service/SyncLaunch.h"

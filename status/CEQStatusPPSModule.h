@@ -21,11 +21,14 @@ public:
     int PublishVolume(int current, int max, unsigned char sysMute, unsigned char srcMute, int maxPower);
     /// The source volumes and the extended volumes, in one write.
     int PublishAllVol(const T_SRC_VOL& srcVol, T_CARPLAY_VOLUME extraVol);
+    /// Each of the two alone; the update cycle writes both together.
     int PublishSrcVol(const T_SRC_VOL& srcVol);
     int PublishExtendInfo(T_CARPLAY_VOLUME extraVol);
     int PublishFadeBal(int ff, int fr, int bl, int br);
+    /// @param phase 0 or 180 degrees; @param filter 0 to 4
     int PublishSubwoofer(unsigned char on, int phase, int filter);
     int PublishSpeakerMode(int mode, int channel);
+    /// @param cutoff 0 to 7
     int PublishFrontFilter(unsigned char on, int cutoff);
     int PublishRearFilter(unsigned char on, int cutoff);
     int PublishSrcGain(const tagSourceParam& src);

@@ -17,7 +17,8 @@ public:
     /// @return 0 for a rejected code and a failed write, otherwise 1
     int PublishVolumeStatus(int sysMute, int volume);
 
-    /// Publishes the audio mixing state as a number.
+    /// Publishes the audio mixing state as a number. The update cycle leaves it out: mixing reaches the HMI
+    /// through the EQ status object.
     /// @param mix 0 or 1; any other code is logged and written nothing of
     int PublishAudioMix(unsigned char mix);
 

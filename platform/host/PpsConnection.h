@@ -12,7 +12,7 @@ namespace host {
 ///
 /// @param request as in PpsProtocol.h
 /// @param reply   receives the server's answer, or why there is none; a missing server is ECONNREFUSED
-/// @return the connection; empty unless the reply is "ok". It blocks, for two seconds at most.
+/// @return the connection; empty unless the reply is "ok". It blocks, for two seconds at most in each step.
 UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply);
 
 /// Opens a PPS object as on the target: the descriptor is read, written and polled, and reads do not

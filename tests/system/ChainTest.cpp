@@ -163,6 +163,8 @@ TEST(ChainTest, PeersMayComeAndGo) {
     EXPECT_NE(status.ReadUntil("\"current\":13").find("\"current\":13"), std::string::npos)
         << "an output is reopened by its next write";
     std::string output;
+    EXPECT_EQ(RunProgram("ppsctl", {"delete", "/pps/tolvyn/system/poweron_status"}, output), 0);
+    EXPECT_EQ(RunProgram("ppsctl", {"delete", kNavigation}, output), 0);
     EXPECT_EQ(RunProgram("ppsctl", {"delete", kControl}, output), 0);
     ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
     EXPECT_TRUE(chain.mcu->WaitFor("main=14*")) << "the object was made anew";
@@ -201,7 +203,7 @@ TEST(ChainTest, LastWordsOfThoseWhoReadNothingAreHeard) {
     chain.ppsd->Signal(SIGCONT);
     EXPECT_EQ(StateOf("/pps/test/object"), "@object\nlast::1\n");
     service.Signal(SIGSTOP);
-    for (const std::uint8_t alc : {1, 2, 3}) {
+    for (std::uint8_t alc = 1; alc <= 3; ++alc) {
         mcu.Send({138, 2, 5, alc});
     }
     mcu.HangUp();

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "mcu/McuCommands.h"
+#include "model/McuCommands.h"
 #include "model/RecordTypes.h"
 
 namespace mcusim {

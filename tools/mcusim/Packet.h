@@ -13,7 +13,7 @@ namespace mcusim {
 using Bytes = std::vector<std::uint8_t>;
 
 /// A packet of the MCU's: header and payload as they go over the device. Byte 0 of the payload is the
-/// command id; a packet that answers nothing has the number 0.
+/// command id; a packet that belongs to no numbered one has the number 0.
 Bytes MakePacket(const Bytes& payload, std::int32_t number);
 
 /// A received packet. The payload is what the header announces, cut to what there is.

@@ -1,9 +1,8 @@
 #include "tools/mcusim/RandomReports.h"
 
-#include <algorithm>
 #include <cstring>
 
-#include "mcu/McuCommands.h"
+#include "model/McuCommands.h"
 #include "model/RecordTypes.h"
 
 namespace mcusim {

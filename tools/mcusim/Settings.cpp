@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "mcu/McuCommands.h"
 #include "model/EqTables.h"
+#include "model/McuCommands.h"
 #include "model/RecordTypes.h"
 
 namespace mcusim {
@@ -12,7 +12,6 @@ namespace mcusim {
 namespace {
 
 constexpr std::size_t kDataOffset = 3;
-constexpr std::uint8_t kRecordMark = 2; // byte 1 of every record
 
 // Bytes of the volume and fade data.
 constexpr std::size_t kAudioIc = 0;
@@ -95,7 +94,7 @@ Bytes Settings::Answer(int group) const {
         return {};
     }
     const Bytes& data = m_data[static_cast<std::size_t>(group)];
-    Bytes payload{kQueryAnswer, kRecordMark, static_cast<std::uint8_t>(group)};
+    Bytes payload{kQueryAnswer, kControlRecordMark, static_cast<std::uint8_t>(group)};
     payload.insert(payload.end(), data.begin(), data.end());
     return payload;
 }
@@ -120,7 +119,7 @@ bool Settings::IsAcceptable(int group, const Bytes& data) const {
 }
 
 bool Settings::Apply(const Bytes& payload) {
-    if (payload.size() <= kDataOffset || payload[1] != kRecordMark) {
+    if (payload.size() <= kDataOffset || payload[1] != kControlRecordMark) {
         return false;
     }
     const int group = payload[2];

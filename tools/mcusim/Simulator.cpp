@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "framework/SystemFiles.h"
-#include "mcu/McuCommands.h"
+#include "model/McuCommands.h"
 #include "platform/host/Root.h"
 
 namespace mcusim {

@@ -18,7 +18,9 @@ int main(int argc, char** argv) {
         ->needs(seed)
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
-    app.add_option("--count", options.reportCount, "end the random reports after so many")->needs(seed);
+    app.add_option("--count", options.reportCount, "end the random reports after so many")
+        ->needs(seed)
+        ->check(CLI::NonNegativeNumber);
     if (const auto status = ParseCommandLine(app, argc, argv)) {
         return *status;
     }

@@ -1,49 +1,9 @@
-// Where the sound sits: fade and balance, centre and subwoofer gain, listening position, source gains.
+// Plain numbers: subwoofer and centre gain, listening position, surround effect, ALC.
 #include "control/CEQControlPPSModule.h"
 #include "control/CommandChecks.h"
-#include "control/ControlKeys.h"
-#include "control/JsonValue.h"
 #include "framework/LogBase.h"
 #include "model/RecordTypes.h"
 #include "model/VolumeAndFadePayload.h"
-
-bool CEQControlPPSModule::OnCmdFadeBalance(char* encoding, char* value, Payload& payload) {
-    if (!Check(__FUNCTION__, {{value != nullptr, "CEQControlPPSModule, szValue is NULL.\n"},
-                              {m_pEQData != nullptr, "Param error! m_pEQData is NULL.\n"},
-                              {EncodingIsJson(encoding), "EncodingIsJson isn't json\n"}})) {
-        return false;
-    }
-    VolumeAndFadePayload record(*m_pEQData);
-    if (!MutesAreKnown(__FUNCTION__, record.speaker.tSrcVol,
-                       {"Function return, systemMute:%d\n", "Function return, sourceMute:%d\n"})) {
-        return false;
-    }
-    int ff = -1;
-    int fr = -1;
-    int bl = -1;
-    int br = -1;
-    JsonValue json(__FUNCTION__);
-    if (!json.Enter(value)) {
-        return false;
-    }
-    json.Get(FADE_BALANCE_FF, ff);
-    json.Get(FADE_BALANCE_FR, fr);
-    json.Get(FADE_BALANCE_BL, bl);
-    json.Get(FADE_BALANCE_BR, br);
-    if (!json.Check(" pps_decoder_status() failed.\n")) {
-        return false;
-    }
-    const auto isLevel = [](int level) { return level >= 0 && level <= kMaxFadeLevel; };
-    if (!isLevel(ff) || !isLevel(fr) || !isLevel(bl) || !isLevel(br)) {
-        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "Fade balance's value is wrong(0~%d), ff:%d, fr:%d, bl:%d, br:%d\n",
-                kMaxFadeLevel, ff, fr, bl, br);
-        return false;
-    }
-    record.fade = {static_cast<std::uint8_t>(ff), static_cast<std::uint8_t>(fr), static_cast<std::uint8_t>(bl),
-                   static_cast<std::uint8_t>(br)};
-    record.WriteTo(payload);
-    return true;
-}
 
 /// A plain number that replaces one gain of the volume and fade payload.
 struct CEQControlPPSModule::GainRule {

@@ -1,8 +1,10 @@
-#ifndef TLG_MCU_MCUCOMMANDS_H
-#define TLG_MCU_MCUCOMMANDS_H
+#ifndef TLG_MODEL_MCUCOMMANDS_H
+#define TLG_MODEL_MCUCOMMANDS_H
+
+#include <cstdint>
 
 /// Command ids of packets, which are also byte 0 of their payloads.
-enum McuCommand : int {
+enum McuCommand : std::uint8_t {
     kControlCommand = 8,       ///< to the MCU: a setting record; numbered and kept pending
     kQueryCommand = 9,         ///< to the MCU: asks for one setting group
     kKeyCommand = 12,          ///< to the MCU: the mute key; not numbered

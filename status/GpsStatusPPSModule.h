@@ -31,7 +31,9 @@ private:
     std::string m_volumeName;
 
 public:
-    CEQData* m_pEQData = nullptr; ///< the settings store, not owned; set before the first change arrives
+    /// The settings store, not owned. The controller sets it itself, before the first change arrives: this class has
+    /// no attach operation, and the members keep their order.
+    CEQData* m_pEQData = nullptr;
 
 private:
     int m_lastPercentage = -1; // last published; -1 before the first

@@ -106,11 +106,11 @@ TEST_F(MultiplexerTest, ADeliveryMayCloseAndRemoveItsOwnFile) {
         m_one.Close();
         m_listener.RemoveFile(2);
     };
-    WriteObject("/pps/test/one", "a::1");
+    WriteObject("/pps/test/one", "a::1\nb::1");
     m_listener.Wait(1);
     WriteObject("/pps/test/one", "a::2");
     WriteObject("/pps/test/two", "c::1");
-    EXPECT_EQ(m_listener.Wait(2).back(), "4 c::1");
+    EXPECT_EQ(m_listener.Wait(2), (std::vector<std::string>{"2 a::1", "4 c::1"})) << "nor the rest of the text";
 }
 
 TEST_F(MultiplexerTest, ClosingWaitsForADeliveryUnderWay) {
@@ -132,6 +132,9 @@ TEST_F(MultiplexerTest, ClosingWaitsForADeliveryUnderWay) {
         m_one.Close();
         EXPECT_TRUE(hasEnded);
     });
+    while (m_one.SetPPSIntAttr("@one", "open", 1)) {
+        std::this_thread::yield(); // until the closing is under way
+    }
     mayEnd = true;
     closer.join();
 }

@@ -1,36 +1,32 @@
 #include "framework/InstanceGuard.h"
 
-#include <sys/socket.h>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
-#include <algorithm>
 #include <cerrno>
-#include <cstddef>
-#include <cstdlib>
 #include <cstring>
 #include <string>
+
+#include "framework/LogBase.h"
+#include "framework/fileTagInfo.h"
 
 namespace TLG::ZOCAR {
 
 bool InstanceGuard::Hold() {
-    const char* root = std::getenv("TLG_ROOT");
-    struct stat status {};
-    if (::stat(root == nullptr || *root == '\0' ? "/" : root, &status) != 0) {
-        // Without a root nothing can be opened, as opening will tell.
+    const std::string path = std::string("/run/") + program_invocation_short_name + ".lock";
+    m_lock.Reset(::open(path.c_str(), kReadWrite | kCreate, 0600));
+    if (!m_lock && errno == ENOENT) {
+        // Nothing runs below this root yet, and nothing can be opened, as opening will tell.
         return true;
     }
-    // An abstract socket address: a leading zero, and no file.
-    std::string name(1, '\0');
-    name.append("tlg.").append(program_invocation_short_name).append(".");
-    name.append(std::to_string(status.st_dev)).append(".").append(std::to_string(status.st_ino));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    name.resize(std::min(name.size(), sizeof address.sun_path));
-    std::memcpy(address.sun_path, name.data(), name.size());
-    m_name.Reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-    const auto length = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + name.size());
-    return ::bind(m_name.Get(), reinterpret_cast<const sockaddr*>(&address), length) == 0 || errno != EADDRINUSE;
+    struct stat status {};
+    if (!m_lock || ::fstat(m_lock.Get(), &status) != 0 || status.st_uid != ::geteuid()) {
+        LOGBASE(LOG_LEV_ERROR, "Hold", "%s keeps no second service out: %s\n", path.c_str(),
+                m_lock ? "it belongs to another user" : std::strerror(errno));
+        return true;
+    }
+    return ::flock(m_lock.Get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 } // namespace TLG::ZOCAR

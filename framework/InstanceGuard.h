@@ -5,15 +5,16 @@
 
 namespace TLG::ZOCAR {
 
-/// Keeps a second process of this program from working below the same root: it holds a name that the
-/// kernel gives to one process at a time and takes back when the process ends, however it ends.
+/// Keeps a second process of this program from working below the same root: it holds a lock on a file below the
+/// root that only the root's owner can open. The kernel takes the lock back when the process ends, however it ends.
 class InstanceGuard {
 public:
-    /// False when another process holds the name.
+    /// False when another process holds the lock. Where there can be no lock, which is logged, every process may
+    /// run.
     bool Hold();
 
 private:
-    UniqueFd m_name;
+    UniqueFd m_lock;
 };
 
 } // namespace TLG::ZOCAR

@@ -9,22 +9,26 @@ namespace TLG::ZOCAR {
 
 namespace {
 
-sigset_t BlockStopSignals() {
-    std::signal(SIGPIPE, SIG_IGN);
+sigset_t StopSignals() {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     return signals;
 }
 
 } // namespace
 
+void RunService::BlockStopSignals() {
+    std::signal(SIGPIPE, SIG_IGN);
+    const sigset_t signals = StopSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 void RunService::DealAbnormalProcess(int /*reason*/) {}
 
 void RunService::DoWork() {
-    const sigset_t stopSignals = BlockStopSignals();
+    BlockStopSignals();
     InstanceGuard guard;
     if (!guard.Hold()) {
         LOGBASE(LOG_LEV_ERROR, "DoWork", "the service already runs below this root, this one ends\n");
@@ -36,6 +40,7 @@ void RunService::DoWork() {
         return;
     }
     if (Start()) {
+        const sigset_t stopSignals = StopSignals();
         int signal = 0;
         sigwait(&stopSignals, &signal);
     } else {

@@ -25,8 +25,12 @@ public:
     /// Runs the service on the calling thread: Init(), Start(), then a wait for SIGTERM or SIGINT, then
     /// Stop() and Close(). When Init() fails, only Close() follows; when Start() fails, Stop() and
     /// Close(). Of the services of one program that would work below the same root one runs; the others
-    /// end with a line in the log. Both signals are blocked and SIGPIPE is ignored from the call on.
+    /// end with a line in the log. The signals are blocked, and SIGPIPE is ignored, from the call on.
     void DoWork();
+
+    /// Blocks SIGTERM and SIGINT, which DoWork() takes, and ignores SIGPIPE. A program calls it before anything
+    /// that may take time, so that a signal ends it in order whenever it comes.
+    static void BlockStopSignals();
 };
 
 } // namespace TLG::ZOCAR

@@ -1,18 +1,13 @@
 #ifndef TLG_FRAMEWORK_FILEBASE_H
 #define TLG_FRAMEWORK_FILEBASE_H
 
-#include <atomic>
-#include <cstdint>
 #include <memory>
 #include <mutex>
 
+#include "framework/Connection.h"
 #include "framework/fileTagInfo.h"
-#include "platform/posix/Mutex.h"
-#include "platform/posix/UniqueFd.h"
 
 namespace TLG::ZOCAR {
-
-class Multiplexer;
 
 /// Base of every file of the process. Its owner is the controller; a multiplexer that watches it keeps a
 /// plain pointer. Opening, closing and writing may happen on any thread; input is delivered on the
@@ -20,7 +15,7 @@ class Multiplexer;
 class FileBase {
 public:
     /// @param info must outlive the file
-    explicit FileBase(const fileTagInfo& info) : m_info(info) {}
+    explicit FileBase(const fileTagInfo& info) : FileBase(info, Blocks::kWhole) {}
     FileBase(const FileBase&) = delete;
     FileBase& operator=(const FileBase&) = delete;
     virtual ~FileBase() = default;
@@ -42,42 +37,26 @@ public:
     int GetKey() const { return m_info.key; }
 
 protected:
+    /// How a multiplexer may deliver what one read gave.
+    enum class Blocks {
+        kWhole, ///< as it is
+        kLines  ///< in parts that end where a line ends, with the input of other files between them
+    };
+
+    FileBase(const fileTagInfo& info, Blocks blocks)
+        : m_info(info), m_blocks(blocks), m_connection(std::make_shared<Connection>(info)) {}
+
     /// Opens as Open() does; @p what names the kind of file in the log line.
     bool OpenLogged(const char* what);
 
-    /// Writes one message whole; waits a second at most for room, and not at all as long as the last
-    /// wait was in vain. False on failure, with errno set.
-    bool Write(const void* data, int length) const;
-
-    /// Writes like Write(), and once more after reopening a file whose peer went away.
-    bool WriteReopening(const void* data, int length) const;
-
-    bool IsOpen() const { return Current() != nullptr; }
+    Connection& Link() const { return *m_connection; }
 
 private:
     friend class Multiplexer;
-    using Descriptor = std::shared_ptr<const UniqueFd>;
-
-    /// The open descriptor, kept open as long as the result lives; null when the file is closed.
-    Descriptor Current() const;
-    void Replace(Descriptor descriptor) const;
-    bool WriteTo(const Descriptor& descriptor, const void* data, int length) const;
-    bool ReopenSoon(const Descriptor& lost) const;
-
-    /// Opens anew after the peer of @p lost went away. True when the file is open again, be it by
-    /// another thread; false on failure and when the file was closed meanwhile.
-    bool Reopen(const Descriptor& lost) const;
 
     const fileTagInfo& m_info;
-
-    mutable Mutex m_descriptorMutex;
-    mutable Descriptor m_descriptor; // guarded by m_descriptorMutex
-    // The one before a reopening: it stays open so that a multiplexer which watches it is told of its
-    // end and turns to the new one. Guarded by m_descriptorMutex.
-    mutable Descriptor m_previous;
-    mutable std::atomic<bool> m_isCongested{false};        // the last wait for room was in vain
-    mutable std::atomic<std::int64_t> m_noReopenBefore{0}; // writes don't reopen before; a steady clock's count
-    mutable Mutex m_reopenMutex; // held by the one thread that reopens; taken before m_descriptorMutex
+    const Blocks m_blocks;
+    const std::shared_ptr<Connection> m_connection; // shared with the thread that opens it again
 
     // Held while input is delivered, and taken by Close() to wait for that; recursive, since a delivery
     // may close its own file. Taken before all other locks.

@@ -28,8 +28,28 @@ bool FilesControlBase::AddFile(int key, FileBase* file) const {
     return m_multiplexer->Add(key, file);
 }
 
+bool FilesControlBase::AddOutput(int key, FileBase* file) const {
+    return m_multiplexer->AddOutput(key, file);
+}
+
 bool FilesControlBase::RemoveFile(int key) const {
     return m_multiplexer->Remove(key);
+}
+
+void FilesControlBase::HoldInput(int key) const {
+    m_multiplexer->Hold(key, true);
+}
+
+void FilesControlBase::ResumeInput(int key) const {
+    m_multiplexer->Hold(key, false);
+}
+
+void FilesControlBase::SetReturnHandler(std::function<void(const std::vector<int>& keys)> handler) const {
+    m_multiplexer->OnReturn(std::move(handler));
+}
+
+void FilesControlBase::SetTimer(std::chrono::milliseconds delay, std::function<void()> handler) const {
+    m_multiplexer->SetTimer(delay, std::move(handler));
 }
 
 } // namespace TLG::ZOCAR

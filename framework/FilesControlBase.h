@@ -1,7 +1,10 @@
 #ifndef TLG_FRAMEWORK_FILESCONTROLBASE_H
 #define TLG_FRAMEWORK_FILESCONTROLBASE_H
 
+#include <chrono>
+#include <functional>
 #include <memory>
+#include <vector>
 
 #include "framework/IPPSOnChange.h"
 
@@ -34,11 +37,27 @@ public:
     virtual bool Stop();
 
     /// Registers an opened file. A file that cannot deliver input is refused. A file that is closed must be
-    /// removed, and added again once it is open, to be heard.
+    /// removed, and added again once it is open, to be heard. Where its peer goes away, the file is opened again
+    /// as soon as the peer is back.
     bool AddFile(int key, FileBase* file) const;
+    /// Has the connection of an opened file that is only written to kept in the same way; nothing is read from it.
+    bool AddOutput(int key, FileBase* file) const;
     /// Unregisters a file. Once it has returned, no input of the file is being delivered or will be,
     /// unless it was called from within the delivery itself.
     bool RemoveFile(int key) const;
+
+    /// Lets the input of a registered file wait with its peer, whole and in order, and has it delivered again.
+    void HoldInput(int key) const;
+    void ResumeInput(int key) const;
+
+    /// Who hears, between two deliveries and on their thread, that connections came back, or that outputs for
+    /// which there was no room have room again. To be set before Start().
+    /// @param handler gets the keys of the files
+    void SetReturnHandler(std::function<void(const std::vector<int>& keys)> handler) const;
+
+    /// Calls @p handler once, on the thread of the deliveries, after @p delay; takes the place of an earlier call that
+    /// has not come yet.
+    void SetTimer(std::chrono::milliseconds delay, std::function<void()> handler) const;
 
 private:
     std::unique_ptr<Multiplexer> m_multiplexer;

@@ -16,7 +16,7 @@ void McuFileBase::PacketHeader(PacketHeader_s& header, int command, int reply, i
 }
 
 bool McuFileBase::SendToSpiDev(const unsigned char* data, int length) const {
-    return data != nullptr && length > 0 && Write(data, length);
+    return data != nullptr && length > 0 && Link().Send(data, static_cast<std::size_t>(length));
 }
 
 } // namespace TLG::ZOCAR

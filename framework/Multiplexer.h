@@ -1,29 +1,55 @@
+// One thread delivers the input of all files, and nothing that it does waits for a peer.
+//
+// A turn of that thread: it waits for events; delivers, of each file that has input, a bounded part; then, between
+// two deliveries, takes over the connections that came back and says so; then runs the timer. So a file with much
+// input, be it many packets or one long text, holds up the others for a part's time only, and whoever hears of a
+// return (the handler of OnReturn) is heard before any later input.
+//
+//     what happens                         who notices            what follows
+//     a file has input                     epoll                  FileBase::OnDataChange
+//     its peer ended                       a read; or, for an     Connection::Lose; one line; Reopener::OnLost
+//                                          output, epoll
+//     it could be opened again             the peer's Reopener    eventfd; Connection::TakeOver; the return handler
+//     a write found no room                Connection             epoll watches for room; Connection::Flush; where
+//                                                                 something was not written: the return handler
+//     input is held or resumed             the caller             the file leaves or joins the epoll set
+//
+// It can't deadlock: the dispatcher holds a file's delivery lock while it delivers, and its own lock only to look
+// something up. Locks are taken in this order: delivery, multiplexer, connection; reopeners' locks are taken with
+// any of them held and hold nothing themselves. Who removes a file waits until it is not being delivered, with no lock
+// held, and not at all on the dispatcher itself.
 #ifndef TLG_FRAMEWORK_MULTIPLEXER_H
 #define TLG_FRAMEWORK_MULTIPLEXER_H
 
-#include <array>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "framework/FileBase.h"
+#include "framework/Reopener.h"
 #include "platform/host/Epoll.h"
 
 namespace TLG::ZOCAR {
 
-/// Delivers the input of registered files, on one thread on epoll. A second thread opens anew, with a growing
-/// delay, the files whose peer went away, so that a peer that is slow to answer holds no other input up.
-class Multiplexer {
+/// Delivers the input of registered files on one thread, and keeps their connections.
+class Multiplexer : private ConnectionObserver {
 public:
+    using ReturnHandler = std::function<void(const std::vector<int>& keys)>;
+
     Multiplexer() = default;
     Multiplexer(const Multiplexer&) = delete;
     Multiplexer& operator=(const Multiplexer&) = delete;
-    ~Multiplexer();
+    ~Multiplexer() override;
 
     // As the operations of the same names of FilesControlBase say.
     bool Init();
@@ -31,57 +57,81 @@ public:
     bool Start();
     bool Stop();
     bool Add(int key, FileBase* file);
+    bool AddOutput(int key, FileBase* file);
     bool Remove(int key);
+    void Hold(int key, bool isHeld);
+    void OnReturn(ReturnHandler handler);
+    void SetTimer(std::chrono::milliseconds delay, std::function<void()> handler);
 
 private:
     using Clock = std::chrono::steady_clock;
-    using Descriptor = FileBase::Descriptor;
 
-    /// A registered file: watched, or waiting to be reopened while `lost` is set.
+    static constexpr std::uint64_t kWakeId = ~std::uint64_t{0}; // in the epoll set; other ids are keys
+
+    /// What the dispatcher keeps of a file's input. Shared by the entry and a delivery that outlives it.
+    struct Input {
+        std::atomic<bool> isHeld{false};
+        std::vector<unsigned char> rest; // lines that were read and not delivered yet; the dispatcher's alone
+        std::size_t delivered = 0;       // bytes of them that were
+        bool HasRest() const { return delivered < rest.size(); }
+    };
+
     struct Entry {
         FileBase* file = nullptr;
-        std::weak_ptr<const UniqueFd> watched; // weak, so that closing the file closes the descriptor
-        Descriptor lost;
-        Clock::time_point watchedSince;
-        Clock::duration delay{}; // before the last try
-        Clock::time_point retryAt;
+        std::shared_ptr<Connection> connection;
+        std::shared_ptr<Input> input; // null for an output
+        Reopener* reopener = nullptr;
+        std::uint32_t watched = 0; // the events that the epoll set has
+        bool awaitsAnswer = false; // came back, and nothing was read from it yet
     };
 
-    /// A file that one of the threads uses, and what it was found with.
-    struct Use {
-        FileBase* file = nullptr;
-        Descriptor descriptor;
-    };
-    enum Thread { kDispatcher, kReopener, kThreadCount };
+    bool AddEntry(int key, FileBase* file, bool isOutput);
+    bool StartThreads();
+    void Join();
+    Reopener& ReopenerOf(const std::string& path);
+
+    void OnRoomNeeded() override;
+    void OnWriteLost() override;
+    void Attend();
+    void Wake() const;
 
     void Dispatch();
-    void Reopen();
-    Use Begin(int key, Thread user);
-    void End(Thread user);
-    bool IsUsedElsewhere(const FileBase* file) const;
+    int TimeoutMs();
+    void OnEvent(std::uint64_t id, std::uint32_t events);
+    std::optional<Entry> Claim(int key);
+    void Release();
     void Deliver(int key, std::uint32_t events);
-    void DeliverFrom(int key, std::uint32_t events, const Use& use);
-    void LoseInput(int key, const Use& use, int error);
-    void ReopenOne(int key, const Use& use);
-    void WatchReopened();
-    bool Watch(int key, Entry& entry);
-    void Retry(Entry& entry, Clock::duration lastDelay);
-    void LogUnwatched(const FileBase& file) const;
-    void Join();
+    void Receive(int key, Entry& entry);
+    void DeliverBlock(const Entry& entry, std::size_t length);
+    void DeliverLines(const Entry& entry, unsigned char* text, std::size_t length);
+    void DeliverRests();
+    void LoseConnection(int key, const Entry& entry, int error);
+    void NoteAnswer(int key, Entry& entry);
+    void TakeOver();
+    void UpdateWatches();
+    bool UpdateWatch(int key, Entry& entry) const;
+    void RunTimer();
 
     host::Epoll m_epoll;
-    UniqueFd m_wake; // an eventfd: ends the dispatcher
-    std::array<std::thread, kThreadCount> m_threads;
-    std::vector<unsigned char> m_buffer; // the dispatcher's alone
+    UniqueFd m_wake; // an eventfd
+    std::thread m_dispatcher;
+    std::atomic<std::thread::id> m_dispatcherId{};
+    std::atomic<bool> m_isStopping{false};
+    std::atomic<bool> m_needsAttention{false}; // something changed that watches or connections follow
+    std::atomic<bool> m_wasWriteLost{false};
+    std::vector<unsigned char> m_buffer; // this and what follows: the dispatcher's alone
+    std::set<int> m_relieved;            // outputs that have room again after a write that found none
+    bool m_hasRests = false;
 
-    mutable std::mutex m_mutex;          // never held while a file delivers, opens or is waited for
-    std::condition_variable m_useEnds;   // with m_mutex
-    std::condition_variable m_inputLost; // with m_mutex: wakes the reopener
-    std::map<int, Entry> m_entries;      // this and what follows: guarded by m_mutex
-    std::array<const FileBase*, kThreadCount> m_used{};
-    std::array<std::thread::id, kThreadCount> m_ids{};
+    std::mutex m_mutex;                                           // never held while a file delivers or opens
+    std::condition_variable m_released;                           // with m_mutex
+    std::map<int, Entry> m_entries;                               // this and what follows: guarded by m_mutex
+    std::map<std::string, std::unique_ptr<Reopener>> m_reopeners; // by the peer's directory
+    const FileBase* m_delivering = nullptr;
     bool m_isRunning = false;
-    bool m_isStopping = false;
+    ReturnHandler m_onReturn;
+    std::optional<Clock::time_point> m_timerDue;
+    std::function<void()> m_timerHandler;
 };
 
 } // namespace TLG::ZOCAR

@@ -1,5 +1,6 @@
 #include "framework/PPSFileBase.h"
 
+#include <cerrno>
 #include <string>
 
 #include "framework/LogBase.h"
@@ -24,7 +25,7 @@ void PPSFileBase::OnDataChange(unsigned char* data, int length) {
     m_text.push_back('\0');
     char* rest = m_text.data();
     pps_attrib_t attribute{};
-    while (IsOpen()) {
+    while (Link().CurrentState() != Connection::State::kClosed) {
         const char* line = rest;
         const pps_status_t status = ppsparse(&rest, nullptr, nullptr, &attribute, 0);
         if (status == PPS_END) {
@@ -45,7 +46,20 @@ void PPSFileBase::OnPPSStatusChange(pps_status_t status, pps_attrib_t* attrib) {
 }
 
 bool PPSFileBase::WritePPS(const char* data, int length) const {
-    return data != nullptr && length > 0 && WriteReopening(data, length);
+    if (data == nullptr || length <= 0) {
+        return false;
+    }
+    const auto size = static_cast<std::size_t>(length);
+    if (Link().Write(data, size)) {
+        return true;
+    }
+    if ((errno != EPIPE && errno != ECONNRESET && errno != ENOTCONN) || Link().IsObserved()) {
+        return false;
+    }
+    // No multiplexer sees that the server went away.
+    Link().Lose();
+    Link().Reopen();
+    return Link().TakeOver() && Link().Write(data, size);
 }
 
 bool PPSFileBase::SetPPSIntAttr(const char* object, const char* attribute, int value) const {

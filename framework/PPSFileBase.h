@@ -12,12 +12,14 @@
 namespace TLG::ZOCAR {
 
 /// A PPS object: what is read from it goes to the callback as attributes, what is written to it is PPS
-/// text. Writing may happen on any thread; a write to an object whose server went away opens it anew.
+/// text. Writing may happen on any thread and waits for nobody. A write to an object whose server went away
+/// has it opened again: by the multiplexer that cares for it, or at once where there is none.
 class PPSFileBase : public FileBase {
 public:
     /// @param info     must outlive the object
     /// @param callback receives the changes; not owned
-    PPSFileBase(const fileTagInfo& info, IPPSOnChange* callback) : FileBase(info), m_callback(callback) {}
+    PPSFileBase(const fileTagInfo& info, IPPSOnChange* callback)
+        : FileBase(info, Blocks::kLines), m_callback(callback) {}
 
     /// True when there is a callback for the changes.
     bool Init() override;

@@ -178,6 +178,19 @@ bool CEQMcuFile::ProcessDataPacket(unsigned char* data, int size) {
     }
 }
 
+std::optional<int> CEQMcuFile::AnsweredGroup(const unsigned char* data, int size) {
+    constexpr int kGroupByte = 2;
+    PacketHeader_s header{};
+    if (data == nullptr || size <= kMcuHeaderSize + kGroupByte) {
+        return std::nullopt;
+    }
+    std::memcpy(&header, data, sizeof header);
+    if (header.Cmd != kQueryAnswer || header.PacketSize <= kGroupByte || header.PacketSize > size - kMcuHeaderSize) {
+        return std::nullopt;
+    }
+    return data[kMcuHeaderSize + kGroupByte];
+}
+
 /// Decodes the remembered record of an accepted command into the store.
 bool CEQMcuFile::ProcessAcknowledgement(const PacketHeader_s& header, const unsigned char* payload, int size) {
     constexpr const char* kFunc = "ProcessDataPacket";

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "framework/McuFileBase.h"
@@ -44,6 +45,10 @@ public:
     /// Handles one received packet at the start of the block. True when it was understood and at least
     /// one field of its record was accepted (an audio mixing report: whenever it is well-formed).
     bool ProcessDataPacket(unsigned char* data, int size);
+
+    /// The setting group that a received packet answers a query for, whatever its record holds; nothing for any
+    /// other packet.
+    static std::optional<int> AnsweredGroup(const unsigned char* data, int size);
 
     // ---- Record decoding: true when at least one field was accepted and handed to the store ----
 

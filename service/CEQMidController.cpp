@@ -3,7 +3,6 @@
 #include "framework/LogBase.h"
 #include "framework/SystemFiles.h"
 #include "model/McuCommands.h"
-#include "model/RecordTypes.h"
 #include "service/ConfigurationFile.h"
 
 CEQMidController::CEQMidController()
@@ -41,12 +40,15 @@ bool CEQMidController::Start() {
     AddFile(m_powerStatus.GetKey(), &m_powerStatus);
     AddFile(m_EQMcu.GetKey(), &m_EQMcu);
     AddFile(m_gpsStatus.GetKey(), &m_gpsStatus);
+    AddOutput(m_EQStatus.GetKey(), &m_EQStatus);
+    AddOutput(m_EQSetting.GetKey(), &m_EQSetting);
+    AddOutput(m_systemDevStatus.GetKey(), &m_systemDevStatus);
+    SetReturnHandler([this](const std::vector<int>& keys) { OnFilesReturned(keys); });
+    HoldCommands();
     if (!FilesControlBase::Start()) {
         return false;
     }
-    for (const int group : {VOLUME_AND_FADE_BALANCE, EQ, SOURCE_GAIN, LISTEN_POS, AUDIO_SETTING, ALC, EQ_EXPEND}) {
-        m_EQMcu.QueryEQSettingInfo(group);
-    }
+    QuerySettings();
     return true;
 }
 
@@ -62,6 +64,9 @@ bool CEQMidController::Stop() {
     RemoveFile(m_powerStatus.GetKey());
     RemoveFile(m_EQMcu.GetKey());
     RemoveFile(m_gpsStatus.GetKey());
+    RemoveFile(m_EQStatus.GetKey());
+    RemoveFile(m_EQSetting.GetKey());
+    RemoveFile(m_systemDevStatus.GetKey());
     return FilesControlBase::Stop();
 }
 
@@ -110,6 +115,10 @@ void CEQMidController::OnRecvData(unsigned char* data, int length) {
     LOGBASE(LOG_LEV_INFO, __FUNCTION__, "receive MCU data\n");
     if (m_EQMcu.ProcessDataPacket(data, length)) {
         UpdatePPS();
+    }
+    const std::optional<int> group = CEQMcuFile::AnsweredGroup(data, length);
+    if (group && m_settingsWait.OnAnswer(*group)) {
+        ResumeCommands();
     }
 }
 

@@ -6,6 +6,8 @@
 #include "framework/IMcuRecvData.h"
 #include "mcu/CEQMcuFile.h"
 #include "model/CEQData.h"
+#include "service/PublishedGroups.h"
+#include "service/SettingsWait.h"
 #include "status/CEQSettingPPSModule.h"
 #include "status/CEQStatusPPSModule.h"
 #include "status/GpsStatusPPSModule.h"
@@ -27,7 +29,8 @@ public:
     /// are open all the same.
     bool Init() override;
     bool Close() override;
-    /// Registers the inputs, starts the multiplexer and asks the MCU for all setting groups.
+    /// Registers the files, starts the multiplexer and asks the MCU for all setting groups. The input of the
+    /// control and the navigation object waits until the MCU has answered.
     bool Start() override;
     /// Closes and unregisters the files and stops the multiplexer.
     bool Stop() override;
@@ -42,7 +45,13 @@ public:
 
 private:
     using FlagGetter = bool (CEQData::*)() const;
-    using FlagSetter = void (CEQData::*)(bool);
+    using FlagSetter = PublishedGroups::FlagSetter;
+
+    void HoldCommands();
+    void ResumeCommands();
+    void QuerySettings();
+    void OnAnswerTimeout();
+    void OnFilesReturned(const std::vector<int>& keys);
 
     template <typename Publish>
     void UpdateGroup(FlagGetter isRaised, FlagSetter set, Publish publish);
@@ -60,6 +69,8 @@ private:
     CEQMcuFile m_EQMcu;
     CEQData m_EQData;
     bool m_bNaviVolEnabled = false; ///< whether navigation volume requests are forwarded; never reset
+    SettingsWait m_settingsWait;
+    PublishedGroups m_publishedGroups;
 };
 
 #endif

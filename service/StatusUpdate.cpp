@@ -9,6 +9,7 @@ template <typename Publish>
 void CEQMidController::UpdateGroup(FlagGetter isRaised, FlagSetter set, Publish publish) {
     if ((m_EQData.*isRaised)()) {
         (m_EQData.*set)(false);
+        m_publishedGroups.Add(set);
         publish();
     }
 }
@@ -35,12 +36,16 @@ void CEQMidController::UpdateVolumes(const tagSpeaker& speaker) {
         m_systemDevStatus.PublishVolumeStatus(volume.SysMute, volume.SrcVol[0]);
         m_EQData.SetUpdateVolumeFlag(false);
         m_EQData.SetUpdateSrcMuteFlag(false);
+        m_publishedGroups.Add(&CEQData::SetUpdateVolumeFlag);
     }
-    UpdateGroup(&CEQData::GetUpdateLaunchVolumeFlag, &CEQData::SetUpdateLaunchVolumeFlag,
-                [] { SyncLaunch::ShowModule("zovolume", "null"); });
+    if (m_EQData.GetUpdateLaunchVolumeFlag()) {
+        m_EQData.SetUpdateLaunchVolumeFlag(false);
+        SyncLaunch::ShowModule("zovolume", "null");
+    }
     if (m_EQData.GetUpdateSrcVolFlag() || m_EQData.GetExtendUpdateFlag()) {
         m_EQData.SetUpdateExtendFlag(false);
         m_EQData.SetUpdateSrcVolFlag(false);
+        m_publishedGroups.Add(&CEQData::SetUpdateSrcVolFlag);
         m_EQStatus.PublishAllVol(volume, speaker.tCarPlayVol);
         if (m_EQData.GetVolumeScheme() == 1) {
             m_bNaviVolEnabled = true;
@@ -86,11 +91,13 @@ void CEQMidController::UpdateEqualiser() {
     const tagEQType equaliser = m_EQData.GetEqTypeDate();
     if (m_EQData.GetUpdateEqFlagByBitID(0)) {
         m_EQData.SetUpdateEqFlagByBitID(false, 0);
+        m_publishedGroups.AddEq(0);
         m_EQStatus.PublishEqType(equaliser.Type);
     }
     for (unsigned char flag = 1; flag <= kEqTypeCount; ++flag) {
         if (m_EQData.GetUpdateEqFlagByBitID(flag)) {
             m_EQData.SetUpdateEqFlagByBitID(false, flag);
+            m_publishedGroups.AddEq(flag);
             m_EQSetting.PublishEqSafByIndex(flag - 1, equaliser);
         }
     }

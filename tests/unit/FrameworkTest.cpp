@@ -1,56 +1,21 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
-#include <condition_variable>
 #include <csignal>
-#include <functional>
 #include <memory>
-#include <mutex>
 
 #include "framework/FilesControlBase.h"
 #include "framework/McuFileBase.h"
 #include "framework/PPSFileBase.h"
 #include "framework/RunService.h"
 #include "tests/support/Bench.h"
+#include "tests/support/NotingController.h"
 
 namespace {
 
 using TLG::ZOCAR::fileTagInfo;
 using TLG::ZOCAR::PPSFileBase;
-
-/// A controller that keeps what is delivered, and may hold a delivery up.
-class Listener : public TLG::ZOCAR::FilesControlBase, public TLG::ZOCAR::IMcuRecvData {
-public:
-    void OnAttributeChange(int key, pps_attrib_t* attrib) override {
-        Note(std::to_string(key) + " " + attrib->attr_name + ":" + attrib->encoding + ":" + attrib->value);
-        if (m_during) {
-            m_during();
-        }
-    }
-    void OnRecvData(unsigned char* data, int length) override {
-        Note("mcu " + std::string(reinterpret_cast<char*>(data), static_cast<std::size_t>(length)));
-    }
-
-    /// Waits until so many events were delivered; then returns them all.
-    std::vector<std::string> Wait(std::size_t count) {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        m_changed.wait_for(lock, std::chrono::milliseconds(kTestTimeoutMs), [&] { return m_events.size() >= count; });
-        return m_events;
-    }
-
-    std::function<void()> m_during;
-
-private:
-    void Note(const std::string& event) {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_events.push_back(event);
-        m_changed.notify_all();
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::vector<std::string> m_events;
-};
 
 const fileTagInfo kOne{2, "/pps/test/one?delta", 0x302, 0666};
 const fileTagInfo kTwo{4, "/pps/test/two?delta", 0x102, 0666};
@@ -72,7 +37,7 @@ protected:
 
     TemporaryRoot m_root;
     std::unique_ptr<LocalServer> m_server = std::make_unique<LocalServer>();
-    Listener m_listener;
+    NotingController m_listener;
     PPSFileBase m_one{kOne, &m_listener};
     PPSFileBase m_two{kTwo, &m_listener};
 };
@@ -142,13 +107,12 @@ TEST_F(MultiplexerTest, ClosingWaitsForADeliveryUnderWay) {
 TEST_F(MultiplexerTest, ALostInputIsSaidOnceAndReopened) {
     TakeLog();
     m_server.reset();
-    // An output finds its server gone, and back, by its own writes.
     EXPECT_FALSE(m_two.SetPPSIntAttr("@two", "mine", 1));
     m_server = std::make_unique<LocalServer>();
-    EXPECT_TRUE(m_two.SetPPSIntAttr("@two", "mine", 2));
     WriteObject("/pps/test/one", "a::1");
     WriteObject("/pps/test/two", "c::1");
     std::vector<std::string> events = m_listener.Wait(2);
+    EXPECT_TRUE(m_two.SetPPSIntAttr("@two", "mine", 2));
     std::sort(events.begin(), events.end());
     EXPECT_EQ(events.front(), "2 a::1");
     EXPECT_EQ(events.back(), "4 c::1");
@@ -169,7 +133,7 @@ TEST_F(MultiplexerTest, AFileWithoutAReceiverIsRefused) {
 TEST(McuFile, DeliversBlocksAsTheyAreAndComesBack) {
     const TemporaryRoot root;
     auto mcu = std::make_unique<FakeMcu>();
-    Listener listener;
+    NotingController listener;
     TLG::ZOCAR::McuFileBase file(TLG::ZOCAR::g_eqMCU, &listener);
     ASSERT_TRUE(file.Open());
     ASSERT_TRUE(listener.Init());

@@ -1,0 +1,122 @@
+// One file's connection to the peer that serves it, from its opening to its end.
+//
+//                 Open()                      Lose()                    Reopen()
+//     closed ───────────────▶ open ───────────────────▶ lost ─────────────────────▶ reopening
+//        ▲                     ▲                          ▲                           │     │
+//        │ Close(),            │ TakeOver()               └──────── can't be opened ──┘     │
+//        │ from any state      └──────────────────── returned ◀────────── is opened ────────┘
+//
+// Who does it: the thread that delivers input finds that the peer has ended (Lose) and takes the new connection
+// over between two deliveries (TakeOver); a thread of the Reopener waits and opens (Reopen), since opening may
+// wait for a peer. The old descriptor is closed before the new one is opened, and until it is taken over nothing can
+// be read from or written to the new one: what was built from the state before the return can't reach the peer
+// after it.
+//
+// Nobody waits for a peer to take something: reads and writes never block. A packet of Send() is kept until
+// there is room; a write of Write() fails, and the observer hears of the room that comes later.
+#ifndef TLG_FRAMEWORK_CONNECTION_H
+#define TLG_FRAMEWORK_CONNECTION_H
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <mutex>
+
+#include "framework/Outbox.h"
+#include "framework/fileTagInfo.h"
+#include "platform/posix/Mutex.h"
+#include "platform/posix/UniqueFd.h"
+
+namespace TLG::ZOCAR {
+
+/// Hears what a connection needs. Called with the connection's lock held, on the thread that writes: it must
+/// neither wait nor call back.
+class ConnectionObserver {
+public:
+    virtual ~ConnectionObserver() = default;
+    /// Something waits for room. The observer calls Flush() when there is some.
+    virtual void OnRoomNeeded() = 0;
+    /// A write found that the connection is lost.
+    virtual void OnWriteLost() = 0;
+};
+
+/// What one read gave.
+struct ReadResult {
+    enum Kind { kBlock, kNothing, kEnded };
+    Kind kind = kNothing;
+    std::size_t length = 0; ///< of a block; packets may be empty
+    int error = 0;          ///< why the connection ended; 0: its peer closed it
+};
+
+/// Every operation may be called on any thread. The lock is held during a read or a write, which don't block,
+/// and never during an opening.
+class Connection {
+public:
+    enum class State { kClosed, kOpen, kLost, kReopening, kReturned };
+
+    explicit Connection(const fileTagInfo& info) : m_info(info), m_outbox(info.path) {}
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+    ~Connection() = default;
+
+    const std::string& Path() const { return m_info.path; }
+    State CurrentState() const { return m_state; }
+
+    /// Who hears of what the connection needs from now on; null: nobody. Not owned.
+    void Observe(ConnectionObserver* observer);
+    bool IsObserved() const;
+
+    /// closed -> open. False with errno set when the file can't be opened. It may wait for the peer.
+    bool Open();
+    /// any state -> closed.
+    void Close();
+    /// open -> lost; what waits for room counts as lost.
+    void Lose();
+    /// lost -> reopening -> returned, or lost again. The result is 0 or an errno number; 0 also where there is
+    /// nothing to reopen. It may wait for the peer.
+    int Reopen();
+    /// returned -> open; false in any other state.
+    bool TakeOver();
+
+    ReadResult Read(unsigned char* buffer, std::size_t size);
+
+    /// Writes a whole message or nothing. False with errno set: EAGAIN where there is no room, ENOTCONN or EPIPE
+    /// where the peer went away, EBADF where the file is closed.
+    bool Write(const void* data, std::size_t length);
+
+    /// Writes a packet, or keeps it until there is room; false when it is lost.
+    bool Send(const unsigned char* data, std::size_t length);
+
+    /// Writes what was kept, as far as there is room. True when a message of Write() found no room since the last
+    /// call and there is some now.
+    bool Flush();
+
+    bool NeedsRoom() const;
+    /// Whether the peer has ended the connection, whatever is still to be read.
+    bool HasPeerEnded() const;
+
+    /// Calls @p use(descriptor) while the descriptor can't be closed, and returns its result; false with errno
+    /// EBADF where the connection is not open.
+    template <typename Use>
+    bool WithDescriptor(Use use) const {
+        const std::lock_guard<Mutex> lock(m_mutex);
+        errno = EBADF;
+        return m_state == State::kOpen && use(m_descriptor.Get());
+    }
+
+private:
+    UniqueFd OpenDescriptor(int oflag) const;
+    void FlushOutbox();
+
+    const fileTagInfo m_info; // a copy: an opening under way may outlive the file
+    mutable Mutex m_mutex;
+    std::atomic<State> m_state{State::kClosed}; // written with m_mutex held
+    UniqueFd m_descriptor;                      // this and what follows: guarded by m_mutex
+    Outbox m_outbox;
+    bool m_isStarved = false; // a message of Write() found no room
+    ConnectionObserver* m_observer = nullptr;
+};
+
+} // namespace TLG::ZOCAR
+
+#endif

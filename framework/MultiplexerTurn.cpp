@@ -1,0 +1,282 @@
+// A turn of the dispatching thread.
+#include <sys/eventfd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "framework/LogBase.h"
+#include "framework/Multiplexer.h"
+
+namespace TLG::ZOCAR {
+
+namespace {
+
+// The part of a file's input that is delivered before the others have their turn.
+constexpr int kBlocksPerTurn = 32;
+constexpr int kLinesPerTurn = 32;
+
+/// The length of the first lines of a text.
+std::size_t LengthOfLines(const unsigned char* text, std::size_t length, int lines) {
+    const unsigned char* const end = text + length;
+    const unsigned char* at = text;
+    for (int line = 0; line < lines && at != end; ++line) {
+        const unsigned char* const feed = std::find(at, end, '\n');
+        at = feed == end ? end : feed + 1;
+    }
+    return static_cast<std::size_t>(at - text);
+}
+
+} // namespace
+
+void Multiplexer::Dispatch() {
+    m_dispatcherId = std::this_thread::get_id();
+    while (!m_isStopping) {
+        m_epoll.Wait(TimeoutMs(), [this](std::uint64_t id, std::uint32_t events) { OnEvent(id, events); });
+        if (m_hasRests) {
+            DeliverRests();
+        }
+        if (m_needsAttention.exchange(false)) {
+            TakeOver();
+            UpdateWatches();
+        }
+        RunTimer();
+    }
+}
+
+/// How long to wait for events: not at all while lines wait for their turn.
+int Multiplexer::TimeoutMs() {
+    if (m_hasRests || m_needsAttention) {
+        return 0;
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!m_timerDue) {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*m_timerDue - Clock::now()).count();
+    return static_cast<int>(std::max<decltype(left)>(left, 0));
+}
+
+void Multiplexer::OnEvent(std::uint64_t id, std::uint32_t events) {
+    if (id == kWakeId) {
+        eventfd_t taken = 0;
+        ::eventfd_read(m_wake.Get(), &taken);
+    } else if (!m_isStopping) {
+        Deliver(static_cast<int>(id), events);
+    }
+}
+
+/// Finds a file and keeps it from being removed until Release().
+std::optional<Multiplexer::Entry> Multiplexer::Claim(int key) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_entries.find(key);
+    if (found == m_entries.end()) {
+        return std::nullopt;
+    }
+    m_delivering = found->second.file;
+    return found->second;
+}
+
+void Multiplexer::Release() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_delivering = nullptr;
+    m_released.notify_all();
+}
+
+void Multiplexer::Deliver(int key, std::uint32_t events) {
+    std::optional<Entry> entry = Claim(key);
+    if (!entry) {
+        return;
+    }
+    {
+        const std::lock_guard<std::recursive_mutex> delivery(entry->file->m_deliveryMutex);
+        if ((events & EPOLLOUT) != 0) {
+            if (entry->connection->Flush()) {
+                m_relieved.insert(key);
+            }
+            m_needsAttention = true;
+        }
+        if (entry->input) {
+            Receive(key, *entry);
+        } else if ((events & ~std::uint32_t{EPOLLOUT}) != 0 && entry->connection->HasPeerEnded()) {
+            LoseConnection(key, *entry, 0);
+        }
+    }
+    Release();
+}
+
+/// Reads and hands over blocks, up to a turn's part.
+void Multiplexer::Receive(int key, Entry& entry) {
+    for (int block = 0; block < kBlocksPerTurn && !entry.input->isHeld && !entry.input->HasRest(); ++block) {
+        const ReadResult read = entry.connection->Read(m_buffer.data(), m_buffer.size());
+        if (read.kind == ReadResult::kNothing) {
+            return;
+        }
+        if (read.kind == ReadResult::kEnded) {
+            LoseConnection(key, entry, read.error);
+            return;
+        }
+        NoteAnswer(key, entry);
+        DeliverBlock(entry, read.length);
+    }
+}
+
+void Multiplexer::DeliverBlock(const Entry& entry, std::size_t length) {
+    if (entry.file->m_blocks == FileBase::Blocks::kLines) {
+        DeliverLines(entry, m_buffer.data(), length);
+    } else {
+        entry.file->OnDataChange(m_buffer.data(), static_cast<int>(length));
+    }
+}
+
+/// Delivers the first lines of a text that was just read, and keeps the others for the next turns.
+void Multiplexer::DeliverLines(const Entry& entry, unsigned char* text, std::size_t length) {
+    const std::size_t part = LengthOfLines(text, length, kLinesPerTurn);
+    if (part < length) {
+        entry.input->rest.assign(text + part, text + length);
+        entry.input->delivered = 0;
+        m_hasRests = true;
+        m_needsAttention = true;
+    }
+    entry.file->OnDataChange(text, static_cast<int>(part));
+}
+
+/// Delivers the next lines of each file that has some left.
+void Multiplexer::DeliverRests() {
+    std::vector<int> keys;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (const auto& [key, entry] : m_entries) {
+            if (entry.input && entry.input->HasRest() && !entry.input->isHeld) {
+                keys.push_back(key);
+            }
+        }
+    }
+    m_hasRests = !keys.empty();
+    for (const int key : keys) {
+        const std::optional<Entry> entry = m_isStopping ? std::nullopt : Claim(key);
+        if (!entry) {
+            continue;
+        }
+        {
+            const std::lock_guard<std::recursive_mutex> delivery(entry->file->m_deliveryMutex);
+            Input& input = *entry->input;
+            unsigned char* const text = input.rest.data() + input.delivered;
+            const std::size_t part = LengthOfLines(text, input.rest.size() - input.delivered, kLinesPerTurn);
+            input.delivered += part;
+            m_needsAttention = m_needsAttention || !input.HasRest();
+            entry->file->OnDataChange(text, static_cast<int>(part));
+        }
+        Release();
+    }
+}
+
+void Multiplexer::LoseConnection(int key, const Entry& entry, int error) {
+    const char* path = entry.file->m_info.path.c_str();
+    const char* reason = error == 0 ? "closed by its peer" : std::strerror(error);
+    if (entry.input) {
+        LOGBASE(LOG_LEV_ERROR, "OnInputLost", "input %s lost (%s), it is reopened as soon as it is back\n", path,
+                reason);
+    } else {
+        LOGBASE(LOG_LEV_NOTICE, "OnOutputLost", "output %s lost (%s)\n", path, reason);
+    }
+    entry.connection->Lose();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto found = m_entries.find(key);
+        if (found != m_entries.end()) {
+            found->second.watched = 0;
+        }
+    }
+    entry.reopener->OnLost();
+}
+
+/// A peer that has answered since it came back is really there.
+void Multiplexer::NoteAnswer(int key, Entry& entry) {
+    if (!entry.awaitsAnswer) {
+        return;
+    }
+    entry.awaitsAnswer = false;
+    entry.reopener->OnAnswer();
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_entries.find(key);
+    if (found != m_entries.end()) {
+        found->second.awaitsAnswer = false;
+    }
+}
+
+/// Turns to connections that came back, and has those that wrote to a lost one opened soon.
+void Multiplexer::TakeOver() {
+    const bool wasWriteLost = m_wasWriteLost.exchange(false);
+    std::vector<int> returned(m_relieved.begin(), m_relieved.end());
+    m_relieved.clear();
+    ReturnHandler onReturn;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (auto& [key, entry] : m_entries) {
+            if (entry.connection->CurrentState() == Connection::State::kReturned && entry.connection->TakeOver()) {
+                entry.watched = 0;
+                entry.awaitsAnswer = true;
+                returned.push_back(key);
+                LOGBASE(LOG_LEV_NOTICE, entry.input ? "OnInputBack" : "OnOutputBack", "%s %s is back\n",
+                        entry.input ? "input" : "output", entry.file->m_info.path.c_str());
+            } else if (wasWriteLost && !entry.input && entry.connection->CurrentState() == Connection::State::kLost) {
+                entry.reopener->Hurry();
+            }
+        }
+        onReturn = m_onReturn;
+    }
+    if (!returned.empty() && onReturn) {
+        onReturn(returned);
+    }
+}
+
+void Multiplexer::UpdateWatches() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (auto& [key, entry] : m_entries) {
+        UpdateWatch(key, entry);
+        m_hasRests = m_hasRests || (entry.input && !entry.input->isHeld && entry.input->HasRest());
+    }
+}
+
+/// Brings the epoll set in line with what is to be heard of a file. Called with m_mutex held.
+bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
+    const bool isQuiet = entry.input && (entry.input->isHeld || entry.input->HasRest());
+    std::uint32_t wanted = 0;
+    if (!isQuiet) {
+        wanted = (entry.input ? EPOLLIN | EPOLLRDHUP : EPOLLRDHUP) | (entry.connection->NeedsRoom() ? EPOLLOUT : 0U);
+    }
+    const auto id = static_cast<std::uint64_t>(key);
+    if (wanted == entry.watched) {
+        return true;
+    }
+    const bool isOpen = entry.connection->CurrentState() == Connection::State::kOpen;
+    const bool isWatched = entry.connection->WithDescriptor([&](int fd) {
+        if (wanted == 0) {
+            return m_epoll.Remove(fd);
+        }
+        return entry.watched == 0 ? m_epoll.Add(fd, wanted, id) : m_epoll.Modify(fd, wanted, id);
+    });
+    if (isWatched) {
+        entry.watched = wanted;
+    } else if (isOpen || !m_isRunning) {
+        LOGBASE(LOG_LEV_ERROR, "Watch", "can't watch %s: %s\n", entry.file->m_info.path.c_str(), std::strerror(errno));
+    }
+    return isWatched;
+}
+
+void Multiplexer::RunTimer() {
+    std::function<void()> handler;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        if (m_timerDue && *m_timerDue <= Clock::now()) {
+            m_timerDue.reset();
+            handler = std::move(m_timerHandler);
+        }
+    }
+    if (handler) {
+        handler();
+    }
+}
+
+} // namespace TLG::ZOCAR

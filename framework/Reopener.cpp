@@ -1,0 +1,130 @@
+#include "framework/Reopener.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "framework/LogBase.h"
+
+namespace TLG::ZOCAR {
+
+namespace {
+
+// The longest delay leaves a peer that has just missed a pass time to be of use within a second.
+constexpr auto kFirstDelay = std::chrono::milliseconds(100);
+constexpr auto kLongestDelay = std::chrono::milliseconds(800);
+
+} // namespace
+
+Reopener::Reopener(std::function<void()> onReturn) : m_onReturn(std::move(onReturn)), m_delay(kFirstDelay) {}
+
+void Reopener::Start() {
+    m_isStopping = false;
+    m_thread = std::thread(&Reopener::Run, this);
+}
+
+void Reopener::Stop() {
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_isStopping = true;
+        m_changed.notify_all();
+    }
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void Reopener::Add(std::shared_ptr<Connection> connection) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_files.push_back({std::move(connection), 0});
+}
+
+void Reopener::Remove(const std::shared_ptr<Connection>& connection) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_files.erase(
+        std::remove_if(m_files.begin(), m_files.end(), [&](const File& file) { return file.connection == connection; }),
+        m_files.end());
+}
+
+void Reopener::OnLost() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_changed.notify_all();
+}
+
+void Reopener::Hurry() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_isHurried = true;
+    m_changed.notify_all();
+}
+
+void Reopener::OnAnswer() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_delay = kFirstDelay;
+}
+
+/// Called with the lock held.
+bool Reopener::IsAnyLost() const {
+    return std::any_of(m_files.begin(), m_files.end(),
+                       [](const File& file) { return file.connection->CurrentState() == Connection::State::kLost; });
+}
+
+void Reopener::Run() {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_isStopping) {
+        m_isHurried = false;
+        m_changed.wait(lock, [this] { return m_isStopping || IsAnyLost(); });
+        WaitForPass(lock);
+        if (m_isStopping) {
+            return;
+        }
+        // Until an answer tells otherwise, this pass leads to nothing.
+        m_delay = std::min<Clock::duration>(2 * m_delay, kLongestDelay);
+        const std::vector<File> files = m_files;
+        lock.unlock();
+        if (Pass(files)) {
+            m_onReturn();
+        }
+        lock.lock();
+    }
+}
+
+void Reopener::WaitForPass(std::unique_lock<std::mutex>& lock) {
+    const auto begin = Clock::now();
+    for (;;) {
+        const auto due = begin + (m_isHurried ? Clock::duration(kFirstDelay) : m_delay);
+        if (m_isStopping || Clock::now() >= due) {
+            return;
+        }
+        m_changed.wait_until(lock, due);
+    }
+}
+
+/// Tries each lost file once; true when one was opened.
+bool Reopener::Pass(const std::vector<File>& files) {
+    bool isAnyOpen = false;
+    for (const File& file : files) {
+        if (file.connection->CurrentState() != Connection::State::kLost) {
+            continue;
+        }
+        const int error = file.connection->Reopen();
+        isAnyOpen |= file.connection->CurrentState() == Connection::State::kReturned;
+        SayOnce(*file.connection, error);
+    }
+    return isAnyOpen;
+}
+
+/// Says why a file can't be opened, unless that was said since it was lost.
+void Reopener::SayOnce(const Connection& connection, int error) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    for (File& file : m_files) {
+        if (file.connection.get() != &connection || file.toldError == error) {
+            continue;
+        }
+        file.toldError = error;
+        if (error != 0) {
+            LOGBASE(LOG_LEV_NOTICE, "Reopen", "can't open %s yet: %s\n", connection.Path().c_str(),
+                    std::strerror(error));
+        }
+    }
+}
+
+} // namespace TLG::ZOCAR

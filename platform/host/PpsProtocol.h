@@ -32,7 +32,7 @@ constexpr int kNonBlocking = 0x80;
 } // namespace target_flags
 
 /// The server's socket, below the root.
-constexpr std::string_view kPpsSocket = "/pps/.ppsd";
+constexpr std::string_view kPpsSocket = "/run/ppsd";
 
 /// No packet in either direction is larger, in bytes.
 constexpr std::size_t kMaxPacket = 192U * 1024U;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/un.h>
 
@@ -34,6 +35,23 @@ UniqueFd OpenDirectory(const std::filesystem::path& path) {
     return UniqueFd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
+/// Makes a directory and those above it that are missing; others may look into those it made, whatever the umask.
+bool MakeDirectories(const std::filesystem::path& path) {
+    constexpr mode_t kMode = 0755;
+    struct stat status {};
+    if (path.empty() || ::stat(path.c_str(), &status) == 0) {
+        return true;
+    }
+    if (path.has_relative_path() && !MakeDirectories(path.parent_path())) {
+        return false;
+    }
+    if (::mkdir(path.c_str(), kMode) != 0) {
+        return errno == EEXIST;
+    }
+    const UniqueFd made(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    return made && ::fchmod(made.Get(), kMode) == 0;
+}
+
 const sockaddr* Generic(const sockaddr_un& address) {
     return reinterpret_cast<const sockaddr*>(&address);
 }
@@ -61,37 +79,74 @@ UniqueFd ConnectTo(const std::string& path) {
 
 bool Listener::Open(const std::string& path) {
     const std::filesystem::path full(path);
-    std::error_code error;
-    std::filesystem::create_directories(full.parent_path(), error);
-    if (error) {
-        errno = error.value();
+    if (!MakeDirectories(full.parent_path())) {
         return false;
     }
     m_directory = OpenDirectory(full.parent_path());
-    if (!m_directory) {
-        return false;
-    }
-    if (::flock(m_directory.Get(), LOCK_EX | LOCK_NB) != 0) {
-        errno = errno == EWOULDBLOCK ? EADDRINUSE : errno;
-        return false;
-    }
+    const std::string name = full.filename();
     sockaddr_un address{};
-    if (!AddressIn(m_directory.Get(), full.filename(), address)) {
+    if (!m_directory || !AddressIn(m_directory.Get(), name, address) || !Lock("." + name + ".lock")) {
         return false;
     }
-    // With the lock held, a socket that is still there belongs to nobody.
-    ::unlink(path.c_str());
+    // With the lock held, a socket that is still there belongs to nobody. Anything else is not ours to remove.
+    struct stat status {};
+    if (::fstatat(m_directory.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
+        if (!S_ISSOCK(status.st_mode)) {
+            errno = EEXIST;
+            return false;
+        }
+        ::unlinkat(m_directory.Get(), name.c_str(), 0);
+    }
     m_socket.Reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!m_socket || ::bind(m_socket.Get(), Generic(address), sizeof address) != 0) {
         return false;
     }
-    m_path = path;
+    m_name = name;
     return ::listen(m_socket.Get(), SOMAXCONN) == 0;
 }
 
+/// Takes the lock of the file @p name beside the socket. Who can't open the file can't lock it either, so it is
+/// readable by its owner alone. It stays at the end: whoever removed it would take the lock from under another.
+bool Listener::Lock(const std::string& name) {
+    constexpr mode_t kOwnerOnly = 0600;
+    m_lock.Reset(
+        ::openat(m_directory.Get(), name.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, kOwnerOnly));
+    struct stat status {};
+    if (!m_lock || ::fstat(m_lock.Get(), &status) != 0) {
+        return false;
+    }
+    if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
+        errno = EPERM;
+        return false;
+    }
+    if (::fchmod(m_lock.Get(), kOwnerOnly) != 0) {
+        return false;
+    }
+    if (::flock(m_lock.Get(), LOCK_EX | LOCK_NB) != 0) {
+        errno = errno == EWOULDBLOCK ? EADDRINUSE : errno;
+        return false;
+    }
+    return true;
+}
+
+bool Listener::ShareWithAll() const {
+    constexpr mode_t kEverybody = 0666;
+    // By a descriptor, so that the mode of the socket is changed and never that of what a link points to.
+    const UniqueFd file(::openat(m_directory.Get(), m_name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    struct stat status {};
+    if (!file || ::fstat(file.Get(), &status) != 0) {
+        return false;
+    }
+    if (!S_ISSOCK(status.st_mode)) {
+        errno = ENOTSOCK;
+        return false;
+    }
+    return ::chmod(("/proc/self/fd/" + std::to_string(file.Get())).c_str(), kEverybody) == 0;
+}
+
 Listener::~Listener() {
-    if (!m_path.empty()) {
-        ::unlink(m_path.c_str());
+    if (!m_name.empty()) {
+        ::unlinkat(m_directory.Get(), m_name.c_str(), 0);
     }
 }
 

@@ -12,8 +12,8 @@ namespace host {
 /// EAGAIN. Empty on failure, with errno set.
 UniqueFd ConnectTo(const std::string& path);
 
-/// A listening socket at a path. It holds a lock on the path's directory as long as it lives, so that
-/// one process at a time serves the path, and removes the socket at the end.
+/// A listening socket at a path. As long as it lives it holds the lock of the file ".NAME.lock" beside the
+/// socket, so that one process at a time serves the path, and it removes the socket at the end. Not thread-safe.
 class Listener {
 public:
     Listener() = default;
@@ -21,9 +21,13 @@ public:
     Listener& operator=(const Listener&) = delete;
     ~Listener();
 
-    /// Listens at @p path. Missing directories are made; what a dead server left is replaced.
-    /// False with errno set on failure; EADDRINUSE when another process serves the path.
+    /// Listens at @p path. Missing directories are made with mode 0755; the socket that a dead server left is
+    /// replaced. False with errno set on failure: EADDRINUSE when another process serves the path, EPERM when the
+    /// lock file is not this user's, EEXIST when something else than a socket is there.
     bool Open(const std::string& path);
+
+    /// Lets every user of the machine connect. False with errno set on failure.
+    bool ShareWithAll() const;
 
     int Fd() const { return m_socket.Get(); }
 
@@ -31,8 +35,11 @@ public:
     UniqueFd Accept() const;
 
 private:
-    std::string m_path;
-    UniqueFd m_directory; // holds the lock
+    bool Lock(const std::string& name);
+
+    UniqueFd m_directory;
+    UniqueFd m_lock;
+    std::string m_name; // of the socket in the directory; empty before there is one
     UniqueFd m_socket;
 };
 

@@ -52,7 +52,8 @@ bool TakeWord(std::string_view& text, std::string_view word) {
 
 bool Server::Start(std::string& error) {
     const std::string socket = host::BelowRoot(host::kPpsSocket);
-    if (!m_listener.Open(socket) || !m_epoll.Open() || !m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId)) {
+    if (!m_listener.Open(socket) || !m_listener.ShareWithAll() || !m_epoll.Open() ||
+        !m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId)) {
         error = "cannot listen at " + socket + ": " +
                 (errno == EADDRINUSE ? "another server runs there" : std::strerror(errno));
         return false;

@@ -27,11 +27,11 @@ public:
         return ::write(m_fd.Get(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
     }
 
-    /// The next packet; empty when none comes in @p timeoutMs.
+    /// The next packet; empty when none comes in @p timeoutMs, and where the object is not open.
     std::string Read(int timeoutMs = kTestTimeoutMs) const {
         pollfd state{m_fd.Get(), POLLIN, 0};
         std::string packet;
-        if (::poll(&state, 1, timeoutMs) > 0) {
+        if (m_fd && ::poll(&state, 1, timeoutMs) > 0) {
             host::ReceivePacket(m_fd.Get(), packet);
         }
         return packet;

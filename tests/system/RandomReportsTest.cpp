@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "tests/support/Chain.h"
+#include "tests/support/Published.h"
 #include "tests/system/ReferenceModel.h"
 
 namespace {
@@ -90,22 +91,8 @@ void TakeTrace(const std::string& trace, ReferenceModel& reference) {
         std::string word;
         numbers >> size >> word;
         command = std::stoi(word.substr(4));
-        std::istringstream hex(line.substr(bytes + 1));
-        hex >> std::hex;
-        std::vector<int> payload;
-        for (int byte = 0; hex >> byte;) {
-            payload.push_back(byte);
-        }
-        reference.Take(command, size, payload);
+        reference.Take(command, size, PayloadIn(line));
     }
-}
-
-std::string TextOf(const std::map<std::string, std::string>& lines) {
-    std::string text;
-    for (const auto& [name, line] : lines) {
-        text += line + "\n";
-    }
-    return text;
 }
 
 class RandomReportsTest : public testing::TestWithParam<int> {};
@@ -136,16 +123,7 @@ TEST_P(RandomReportsTest, ThePublishedObjectsFollowTheRules) {
     ReferenceModel reference(scheme);
     TakeTrace(chain.mcu->Output(), reference);
     reference.Take(138, 4, {138, 2, 5, 201});
-    const char* const objects[] = {kStatus, "/pps/tolvyn/eq/settings", "/pps/tolvyn/system/dev_status", kNavigation};
-    std::map<std::string, std::string> published;
-    for (const char* object : objects) {
-        std::istringstream lines(StateOf(object));
-        for (std::string line; std::getline(lines, line);) {
-            if (line[0] != '@') {
-                published[line.substr(0, line.find(':'))] = line;
-            }
-        }
-    }
+    const std::map<std::string, std::string> published = PublishedLines();
     EXPECT_EQ(TextOf(published), TextOf(reference.Lines()));
     EXPECT_GE(published.size(), 18U + 7U + 1U);
     EXPECT_TRUE(launches.WaitFor("req:json:", static_cast<std::size_t>(reference.Launches())));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <random>
 
 #include "model/EqTables.h"
 #include "model/McuCommands.h"
@@ -18,8 +19,10 @@ constexpr std::size_t kAudioIc = 0;
 constexpr std::size_t kMain = 1;
 constexpr std::size_t kMax = 2;
 constexpr std::size_t kVoice = 5;
+constexpr std::size_t kMaxPower = 6;
 constexpr std::size_t kMutes = 7;
 constexpr std::size_t kFades = 8;
+constexpr std::size_t kSubwooferGain = 12;
 constexpr std::size_t kCenterGain = 13;
 constexpr std::size_t kLoud = 14;
 constexpr std::size_t kVolumeAndFadeSize = 15;
@@ -87,6 +90,38 @@ Settings::Settings() {
     m_data[AUDIO_SETTING] = {0x12, 0x00, 0x00}; // subwoofer on, filter 2
     m_data[ALC] = {1};
     m_data[EQ_EXPEND] = {10, 11, 12, 13};
+}
+
+Settings::Settings(std::uint32_t seed) : Settings() {
+    std::mt19937 random(seed);
+    const auto upTo = [&random](int most) {
+        return static_cast<std::uint8_t>(random() % (static_cast<std::uint32_t>(most) + 1U));
+    };
+    Bytes& volumes = m_data[VOLUME_AND_FADE_BALANCE];
+    volumes[kMax] = static_cast<std::uint8_t>(30 + upTo(10));
+    for (const std::size_t level : {kMain, kMax + 1, kMax + 2, kVoice, kMaxPower}) {
+        volumes[level] = upTo(volumes[kMax]);
+    }
+    volumes[kMutes] = upTo(3);
+    std::generate_n(volumes.begin() + kFades, 4, [&] { return upTo(kMaxFadeLevel); });
+    volumes[kSubwooferGain] = upTo(255);
+    volumes[kCenterGain] = upTo(kMaxCenterGain);
+    volumes[kLoud] = upTo(1);
+    m_data[EQ][1] = upTo(kEqTypes - 1);
+    for (std::size_t gain = kEqHead; gain < m_data[EQ].size(); gain += kBytesPerBand) {
+        m_data[EQ][gain] = upTo(255);
+    }
+    m_data[SOURCE_GAIN] = {upTo(10)};
+    for (std::uint8_t source = 0; source < m_data[SOURCE_GAIN][0]; ++source) {
+        m_data[SOURCE_GAIN].insert(m_data[SOURCE_GAIN].end(), {source, upTo(kMaxSourceGain)});
+    }
+    m_data[LISTEN_POS] = {upTo(255), upTo(255)};
+    const auto filter = static_cast<std::uint8_t>(upTo(kMaxSubwooferFilter) << 3);
+    const auto channel = static_cast<std::uint8_t>(upTo(kMaxSpeakerChannel) << 1);
+    m_data[AUDIO_SETTING] = {static_cast<std::uint8_t>(upTo(7) | filter), static_cast<std::uint8_t>(upTo(1) | channel),
+                             upTo(255)};
+    m_data[ALC] = {upTo(254)};
+    std::generate(m_data[EQ_EXPEND].begin(), m_data[EQ_EXPEND].end(), [&] { return upTo(kLevelMask); });
 }
 
 Bytes Settings::Answer(int group) const {

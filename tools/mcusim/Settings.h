@@ -12,7 +12,11 @@ namespace mcusim {
 /// byte. Change marks belong to the reports and are not kept.
 class Settings {
 public:
+    static constexpr int kGroupCount = 8;
+
     Settings();
+    /// Other settings, which follow from the seed.
+    explicit Settings(std::uint32_t seed);
 
     /// The payload of a query's answer: the whole record of the group; empty for an unknown group.
     Bytes Answer(int group) const;
@@ -35,8 +39,6 @@ public:
     Bytes ChangeVolume(const std::string& name, int level);
 
 private:
-    static constexpr int kGroupCount = 8;
-
     bool IsAcceptable(int group, const Bytes& data) const;
     Bytes Report(int group, std::size_t markedByte) const;
 

@@ -1,6 +1,8 @@
 #include "tools/mcusim/Simulator.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,12 +10,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <sstream>
 #include <utility>
 
 #include "framework/SystemFiles.h"
 #include "model/McuCommands.h"
 #include "platform/host/Root.h"
+#include "tools/mcusim/Orders.h"
 
 namespace mcusim {
 
@@ -21,15 +23,28 @@ namespace {
 
 constexpr std::uint64_t kListenerId = ~std::uint64_t{0};
 constexpr std::uint64_t kStopId = kListenerId - 1;
-constexpr std::uint64_t kOrdersId = kListenerId - 2;
+constexpr std::uint64_t kInputId = kListenerId - 2;
+constexpr std::uint64_t kOrdersId = kListenerId - 3;
 constexpr std::size_t kMaxBlock = 64U * 1024U;
 constexpr std::size_t kMaxOrder = 1024;
-constexpr std::size_t kMaxQuoted = 60;
-constexpr std::size_t kMaxOutbox = 1024;
+constexpr int kBlocksPerTurn = 64;
 constexpr auto kLargestLag = std::chrono::milliseconds(10);
+constexpr std::int32_t kOtherNumber = 100000; // so far from its own is the number of a renumbered answer
+
+// A service that takes nothing misses reports, as it would on a real device; answers are kept much longer.
+constexpr std::size_t kMaxWaitingReports = 1024;
+constexpr std::size_t kMaxWaiting = 65536;
 
 std::string_view View(const Bytes& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+bool Listen(host::Listener& listener, const std::string& path, std::string& error) {
+    if (listener.Open(path)) {
+        return true;
+    }
+    error = "cannot listen at " + path + ": " + (errno == EADDRINUSE ? "another MCU runs there" : std::strerror(errno));
+    return false;
 }
 
 } // namespace
@@ -41,10 +56,13 @@ Simulator::Simulator(const Options& options) : m_options(options) {
 }
 
 bool Simulator::Start(std::string& error) {
-    const std::string path = host::BelowRoot(TLG::ZOCAR::g_eqMCU.path);
-    if (!m_listener.Open(path) || !m_epoll.Open() || !m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId)) {
-        error =
-            "cannot listen at " + path + ": " + (errno == EADDRINUSE ? "another MCU runs there" : std::strerror(errno));
+    const std::string path = m_options.at.empty() ? host::BelowRoot(TLG::ZOCAR::g_eqMCU.path) : m_options.at;
+    if (!Listen(m_listener, path, error) || !Listen(m_orderListener, host::BelowRoot(kOrderSocket), error)) {
+        return false;
+    }
+    if (!m_epoll.Open() || !m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId) ||
+        !m_epoll.Add(m_orderListener.Fd(), EPOLLIN, kOrdersId)) {
+        error = std::string("cannot wait for connections: ") + std::strerror(errno);
         return false;
     }
     return true;
@@ -52,7 +70,7 @@ bool Simulator::Start(std::string& error) {
 
 void Simulator::Run(int stopFd, int commandFd) {
     m_epoll.Add(stopFd, EPOLLIN, kStopId);
-    if (!m_epoll.Add(commandFd, EPOLLIN, kOrdersId) && errno == EPERM) {
+    if (!m_epoll.Add(commandFd, EPOLLIN, kInputId) && errno == EPERM) {
         // A regular file is always ready and can't be watched: what it holds is obeyed at once.
         while (TakeOrders(commandFd)) {
         }
@@ -64,21 +82,26 @@ void Simulator::Run(int stopFd, int commandFd) {
                 stop = true;
             } else if (id == kListenerId) {
                 AcceptAll();
-            } else if (id == kOrdersId) {
+            } else if (id == kInputId) {
                 TakeOrders(commandFd);
+            } else if (id == kOrdersId) {
+                AcceptOrder();
             } else {
                 Handle(id, events);
             }
         });
+        SendLater();
         SendRandomReports();
     }
 }
 
 void Simulator::AcceptAll() {
     while (UniqueFd fd = m_listener.Accept()) {
-        const auto id = static_cast<std::uint64_t>(fd.Get());
+        const std::uint64_t id = m_nextConnection++;
         if (m_epoll.Add(fd.Get(), EPOLLIN, id)) {
-            m_connections[id].fd = std::move(fd);
+            Connection& connection = m_connections[id];
+            connection.fd = std::move(fd);
+            Watch(connection);
         }
     }
     if (errno != EAGAIN) {
@@ -87,55 +110,80 @@ void Simulator::AcceptAll() {
     }
 }
 
-void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
-    const auto found = m_connections.find(id);
-    if (found == m_connections.end()) {
-        return;
-    }
-    Connection& connection = found->second;
-    if ((events & EPOLLOUT) != 0 && !Flush(connection)) {
-        return;
-    }
-    std::array<char, kMaxBlock> block{};
-    const ssize_t length = ::recv(connection.fd.Get(), block.data(), block.size(), MSG_DONTWAIT);
-    if (length > 0) {
-        Answer(connection, {block.data(), static_cast<std::size_t>(length)});
-    } else if (length == 0 || (errno != EAGAIN && errno != ECONNRESET)) {
-        // After ECONNRESET, what was sent before is still to be had.
-        m_connections.erase(found);
-        m_epoll.Modify(m_listener.Fd(), EPOLLIN, kListenerId);
+/// Takes one order, answers it and ends the connection.
+void Simulator::AcceptOrder() {
+    while (const UniqueFd fd = m_orderListener.Accept()) {
+        std::array<char, kMaxOrder> text{};
+        constexpr timeval kPatience{1, 0};
+        ::setsockopt(fd.Get(), SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
+        ::fcntl(fd.Get(), F_SETFL, 0);
+        const ssize_t length = ::recv(fd.Get(), text.data(), text.size(), 0);
+        const OrderResult result = Obey(*this, {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
+        const std::string answer = (result.isObeyed ? "ok " : "no ") + result.text;
+        ::send(fd.Get(), answer.data(), answer.size(), MSG_NOSIGNAL);
     }
 }
 
-void Simulator::Answer(Connection& connection, std::string_view block) {
+void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
+    for (int block = 0; block < kBlocksPerTurn; ++block) {
+        const auto found = m_connections.find(id);
+        if (found == m_connections.end()) {
+            return;
+        }
+        if ((events & EPOLLOUT) != 0) {
+            Flush(found->second);
+            events &= ~std::uint32_t{EPOLLOUT};
+        }
+        if (m_faults.IsOn(Fault::kDeaf) && (events & (EPOLLHUP | EPOLLERR)) == 0) {
+            return;
+        }
+        std::array<char, kMaxBlock> text{};
+        const ssize_t length = ::recv(found->second.fd.Get(), text.data(), text.size(), MSG_DONTWAIT);
+        if (length > 0) {
+            Answer(id, {text.data(), static_cast<std::size_t>(length)});
+        } else if (length == 0 || (errno != EAGAIN && errno != ECONNRESET)) {
+            // After ECONNRESET, what was sent before is still to be had.
+            m_connections.erase(found);
+            m_epoll.Modify(m_listener.Fd(), EPOLLIN, kListenerId);
+        } else if (errno == EAGAIN) {
+            return;
+        }
+    }
+}
+
+void Simulator::Answer(std::uint64_t id, std::string_view block) {
     Trace("<-", block);
     Packet packet;
     if (!ParsePacket(block, packet) || packet.payload.empty()) {
         return;
     }
     const std::int32_t number = packet.header.PacketNo;
-    const auto acknowledge = [&](bool accepted) {
-        Send(connection, {kAcknowledgement, static_cast<std::uint8_t>(accepted ? 0 : 1)}, number);
+    const auto acknowledge = [&](bool isAccepted) {
+        Reply(id, {kAcknowledgement, static_cast<std::uint8_t>(isAccepted ? 0 : 1)}, number);
     };
     switch (packet.header.Cmd) {
     case kControlCommand:
-        acknowledge(m_settings.Apply(packet.payload));
+        ++m_counts.commands;
+        acknowledge(!m_faults.Happens(Fault::kRefuse) && m_settings.Apply(packet.payload));
         break;
     case kQueryCommand:
+        ++m_counts.queries;
         if (const Bytes answer = m_settings.Answer(packet.payload.size() < 2 ? -1 : packet.payload[1]);
             !answer.empty()) {
-            Send(connection, answer, 0);
+            Reply(id, answer, 0);
         }
         break;
     case kKeyCommand:
+        ++m_counts.keys;
         if (const Bytes report = m_settings.PressKey(packet.payload); !report.empty()) {
             Broadcast(report);
         }
         break;
     case kAudioMixCommand:
+        ++m_counts.commands;
         // Answered by the report alone, unless the state is unknown.
-        if (const Bytes report = Settings::Mix(packet.payload); !report.empty()) {
-            Send(connection, report, number);
+        if (const Bytes report = Settings::Mix(packet.payload); !report.empty() && !m_faults.Happens(Fault::kRefuse)) {
+            Reply(id, report, number);
         } else {
             acknowledge(false);
         }
@@ -145,13 +193,45 @@ void Simulator::Answer(Connection& connection, std::string_view block) {
     }
 }
 
-void Simulator::Send(Connection& connection, const Bytes& payload, std::int32_t number) {
-    SendPacket(connection, MakePacket(payload, number));
+/// Sends an answer, with the faults that happen to answers.
+void Simulator::Reply(std::uint64_t id, const Bytes& payload, std::int32_t number) {
+    if (m_faults.Happens(Fault::kDrop)) {
+        return;
+    }
+    Bytes packet = MakePacket(payload, number + (m_faults.Happens(Fault::kRenumber) ? kOtherNumber : 0));
+    if (m_faults.Happens(Fault::kCorrupt)) {
+        // The announced length no longer fits what comes, or there is not even a header.
+        packet.resize(m_counts.commands % 2 == 0 ? packet.size() - 1 : sizeof(TLG::ZOCAR::PacketHeader_s) - 1);
+    }
+    const int times = m_faults.Happens(Fault::kDuplicate) ? 2 : 1;
+    for (int i = 0; i < times; ++i) {
+        if (m_faults.delay.count() > 0 || !m_later.empty()) {
+            m_later.push_back({Clock::now() + m_faults.delay, id, packet});
+        } else {
+            Deliver(id, packet);
+        }
+    }
+}
+
+/// Sends an answer now, or after the next one.
+void Simulator::Deliver(std::uint64_t id, const Bytes& packet) {
+    const auto found = m_connections.find(id);
+    if (found == m_connections.end()) {
+        return;
+    }
+    Connection& connection = found->second;
+    if (!connection.heldBack && m_faults.Happens(Fault::kReorder)) {
+        connection.heldBack = packet;
+        return;
+    }
+    SendPacket(connection, packet);
+    if (const std::optional<Bytes> earlier = std::exchange(connection.heldBack, std::nullopt)) {
+        SendPacket(connection, *earlier);
+    }
 }
 
 void Simulator::SendPacket(Connection& connection, const Bytes& packet) {
-    if (connection.outbox.size() >= kMaxOutbox) {
-        // A service that takes nothing misses reports, as it would on a real device.
+    if (connection.outbox.size() >= kMaxWaiting || m_faults.IsOn(Fault::kSilence)) {
         return;
     }
     Trace("->", View(packet));
@@ -161,36 +241,63 @@ void Simulator::SendPacket(Connection& connection, const Bytes& packet) {
 
 void Simulator::Broadcast(const Bytes& payload) {
     for (auto& [id, connection] : m_connections) {
-        Send(connection, payload, 0);
+        if (connection.outbox.size() < kMaxWaitingReports) {
+            SendPacket(connection, MakePacket(payload, 0));
+        }
     }
 }
 
-/// Sends what there is room for; true when all of it went out.
-bool Simulator::Flush(Connection& connection) {
-    const int fd = connection.fd.Get();
-    const auto id = static_cast<std::uint64_t>(fd);
+/// Sends what there is room for.
+void Simulator::Flush(Connection& connection) {
     while (!connection.outbox.empty()) {
         const Bytes& packet = connection.outbox.front();
-        if (::send(fd, packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0 && errno == EAGAIN) {
-            m_epoll.Modify(fd, EPOLLOUT, id);
-            return false;
+        if (::send(connection.fd.Get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT) < 0 &&
+            errno == EAGAIN) {
+            break;
         }
         connection.outbox.pop_front();
     }
-    m_epoll.Modify(fd, EPOLLIN, id);
-    return true;
+    Watch(connection);
+}
+
+void Simulator::Watch(const Connection& connection) const {
+    const auto isThis = [&](const auto& each) { return &each.second == &connection; };
+    const auto found = std::find_if(m_connections.begin(), m_connections.end(), isThis);
+    const std::uint32_t events =
+        (m_faults.IsOn(Fault::kDeaf) ? 0U : EPOLLIN) | (connection.outbox.empty() ? 0U : EPOLLOUT);
+    m_epoll.Modify(connection.fd.Get(), events, found->first);
+}
+
+bool Simulator::IsReportDue() const {
+    return m_random && !m_connections.empty() && !(m_options.reportCount && m_reportsSent >= *m_options.reportCount);
 }
 
 int Simulator::TimeoutMs() const {
-    if (!m_random || m_connections.empty() || (m_options.reportCount && m_reportsSent >= *m_options.reportCount)) {
+    std::optional<Clock::time_point> due;
+    if (IsReportDue()) {
+        due = m_nextReport;
+    }
+    if (!m_later.empty()) {
+        due = due ? std::min(*due, m_later.front().due) : m_later.front().due;
+    }
+    if (!due) {
         return -1;
     }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(m_nextReport - Clock::now()).count();
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now()).count();
     return static_cast<int>(std::max<decltype(left)>(left, 0));
 }
 
+/// Sends the answers whose time has come.
+void Simulator::SendLater() {
+    while (!m_later.empty() && m_later.front().due <= Clock::now()) {
+        const Later later = std::move(m_later.front());
+        m_later.pop_front();
+        Deliver(later.connection, later.packet);
+    }
+}
+
 void Simulator::SendRandomReports() {
-    if (TimeoutMs() != 0) {
+    if (!IsReportDue() || m_nextReport > Clock::now()) {
         return;
     }
     for (auto& [id, connection] : m_connections) {
@@ -205,6 +312,55 @@ void Simulator::SendRandomReports() {
     m_nextReport = std::max(m_nextReport + interval, Clock::now() - kLargestLag);
 }
 
+bool Simulator::ChangeVolume(const std::string& name, int level) {
+    const Bytes report = m_settings.ChangeVolume(name, level);
+    if (!report.empty()) {
+        Broadcast(report);
+    }
+    return !report.empty();
+}
+
+void Simulator::SetFault(Fault fault, long count) {
+    m_faults.Set(fault, count);
+    for (auto& [id, connection] : m_connections) {
+        if (!m_faults.IsOn(Fault::kReorder)) {
+            if (const std::optional<Bytes> earlier = std::exchange(connection.heldBack, std::nullopt)) {
+                SendPacket(connection, *earlier);
+            }
+        }
+        Watch(connection);
+    }
+}
+
+void Simulator::ClearFaults() {
+    m_faults.Clear();
+    SetFault(Fault::kReorder, 0);
+}
+
+void Simulator::HangUp() {
+    m_connections.clear();
+    m_later.clear();
+}
+
+void Simulator::Restart(std::optional<std::uint32_t> seed) {
+    HangUp();
+    m_faults.Clear();
+    m_settings = seed ? Settings(*seed) : Settings();
+}
+
+std::string Simulator::Show() const {
+    std::string text;
+    for (int group = 0; group < Settings::kGroupCount; ++group) {
+        const Bytes answer = m_settings.Answer(group);
+        Packet packet;
+        if (!answer.empty() && ParsePacket(View(MakePacket(answer, 0)), packet)) {
+            text += Describe(packet) + "\n";
+        }
+    }
+    return text + "received commands=" + std::to_string(m_counts.commands) + " keys=" + std::to_string(m_counts.keys) +
+           " queries=" + std::to_string(m_counts.queries);
+}
+
 /// Reads and obeys orders; false at their end.
 bool Simulator::TakeOrders(int commandFd) {
     std::array<char, kMaxOrder> text{};
@@ -212,34 +368,28 @@ bool Simulator::TakeOrders(int commandFd) {
     if (length <= 0) {
         m_epoll.Remove(commandFd);
         if (!m_orders.empty()) {
-            Obey(std::exchange(m_orders, {}));
+            ObeyTyped(std::exchange(m_orders, {}));
         }
         return false;
     }
     m_orders.append(text.data(), static_cast<std::size_t>(length));
     for (std::size_t end = m_orders.find('\n'); end != std::string::npos; end = m_orders.find('\n')) {
-        Obey(m_orders.substr(0, end));
+        ObeyTyped(m_orders.substr(0, end));
         m_orders.erase(0, end + 1);
     }
     if (m_orders.size() > kMaxOrder) {
-        Obey(std::exchange(m_orders, {}));
+        ObeyTyped(std::exchange(m_orders, {}));
     }
     return true;
 }
 
-void Simulator::Obey(const std::string& line) {
-    std::istringstream words(line);
-    std::string order;
-    std::string name;
-    int level = -1;
-    std::string rest;
-    const bool isOrder = words >> order >> name >> level && !(words >> rest) && order == "volume";
-    const Bytes report = isOrder ? m_settings.ChangeVolume(name, level) : Bytes{};
-    if (report.empty()) {
-        std::fprintf(stderr, "mcusim: not an order: '%s' (volume NAME LEVEL)\n", line.substr(0, kMaxQuoted).c_str());
-        return;
+void Simulator::ObeyTyped(const std::string& line) {
+    const OrderResult result = Obey(*this, line);
+    std::FILE* out = result.isObeyed ? stdout : stderr;
+    if (!result.text.empty()) {
+        std::fprintf(out, "%s%s\n", result.isObeyed ? "" : "mcusim: ", result.text.c_str());
+        std::fflush(out);
     }
-    Broadcast(report);
 }
 
 void Simulator::Trace(const char* direction, std::string_view block) const {

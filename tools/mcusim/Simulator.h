@@ -9,56 +9,98 @@
 
 #include "platform/host/Epoll.h"
 #include "platform/host/UnixSocket.h"
+#include "tools/mcusim/Faults.h"
 #include "tools/mcusim/RandomReports.h"
 #include "tools/mcusim/Settings.h"
 
 namespace mcusim {
 
 struct Options {
+    std::string at;                    ///< the socket to listen at; empty: the MCU device below the root
     bool trace = false;                ///< print every packet
     std::optional<std::uint32_t> seed; ///< send random reports
     int reportsPerSecond = 200;        ///< so many, where the service takes them
     std::optional<long> reportCount;   ///< and then no more
 };
 
-/// The simulated audio MCU: one epoll loop on the thread that calls Run.
+/// Where orders are taken, below the root.
+constexpr std::string_view kOrderSocket = "/run/mcusim";
+
+/// The simulated audio MCU: one epoll loop on the thread that calls Run. It reads whatever comes, also while it can't
+/// send.
 class Simulator {
 public:
     explicit Simulator(const Options& options);
 
-    /// Listens at the MCU device below the root. False, with the reason in @p error, on failure.
+    /// Listens at the MCU device and for orders. False, with the reason in @p error, on failure.
     bool Start(std::string& error);
 
     /// Serves until @p stopFd is readable. Lines from @p commandFd are orders such as "volume navi 20".
     void Run(int stopFd, int commandFd);
 
+    // ---- What orders do; on the thread of Run ----
+
+    /// As Settings::ChangeVolume, and reports it. False for an unknown name or level.
+    bool ChangeVolume(const std::string& name, int level);
+    /// @param count how often from now on; 0: no more; Faults::kAlways: until told otherwise
+    void SetFault(Fault fault, long count);
+    void SetDelay(std::chrono::milliseconds delay) { m_faults.delay = delay; }
+    void ClearFaults();
+    /// Ends all connections.
+    void HangUp();
+    /// Hangs up and goes on with the settings it was built with, or with others that follow from the seed. Faults end.
+    void Restart(std::optional<std::uint32_t> seed);
+    /// The settings, a record a line as Describe() tells it, and what was received so far.
+    std::string Show() const;
+
 private:
+    using Clock = std::chrono::steady_clock;
+
     struct Connection {
         UniqueFd fd;
-        std::deque<Bytes> outbox; // what waits for room; meanwhile nothing is taken in
+        std::deque<Bytes> outbox; // what waits for room
+        std::optional<Bytes> heldBack;
+    };
+    struct Later {
+        Clock::time_point due;
+        std::uint64_t connection;
+        Bytes packet;
+    };
+    struct Counts {
+        long commands = 0; ///< numbered ones
+        long keys = 0;
+        long queries = 0;
     };
 
     void AcceptAll();
+    void AcceptOrder();
     void Handle(std::uint64_t id, std::uint32_t events);
-    void Answer(Connection& connection, std::string_view block);
-    void Send(Connection& connection, const Bytes& payload, std::int32_t number);
+    void Answer(std::uint64_t id, std::string_view block);
+    void Reply(std::uint64_t id, const Bytes& payload, std::int32_t number);
+    void Deliver(std::uint64_t id, const Bytes& packet);
     void SendPacket(Connection& connection, const Bytes& packet);
     void Broadcast(const Bytes& payload);
-    bool Flush(Connection& connection);
+    void Flush(Connection& connection);
+    void Watch(const Connection& connection) const;
+    void SendLater();
     void SendRandomReports();
+    bool IsReportDue() const;
     int TimeoutMs() const;
     bool TakeOrders(int commandFd);
-    void Obey(const std::string& line);
+    void ObeyTyped(const std::string& line);
     void Trace(const char* direction, std::string_view block) const;
-
-    using Clock = std::chrono::steady_clock;
 
     Options m_options;
     Settings m_settings;
+    Faults m_faults;
+    Counts m_counts;
     host::Epoll m_epoll;
     host::Listener m_listener;
-    std::map<std::uint64_t, Connection> m_connections; // by descriptor
-    std::string m_orders;                              // the unfinished line
+    host::Listener m_orderListener;
+    std::map<std::uint64_t, Connection> m_connections; // by number, which is never used again
+    std::uint64_t m_nextConnection = 0;
+    std::deque<Later> m_later; // in the order of their time
+    std::string m_orders;      // the unfinished line
     std::optional<RandomReports> m_random;
     long m_reportsSent = 0;
     Clock::time_point m_nextReport;

@@ -1,30 +1,32 @@
 #include <csignal>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "tools/common/CommandLine.h"
 #include "tools/common/StopSignals.h"
+#include "tools/mcusim/Orders.h"
 #include "tools/mcusim/Simulator.h"
 
-int main(int argc, char** argv) {
-    CLI::App app("The simulated audio MCU of a test bench, at the MCU device below $TLG_ROOT. It answers queries, "
-                 "acknowledges commands and keeps its own settings. A line 'volume NAME LEVEL' on standard input "
-                 "changes a volume (main, max, navi, call, voice, ext0 to ext3; 0 to 127) as a user at the unit would.",
-                 "mcusim");
-    mcusim::Options options;
-    app.add_flag("--trace", options.trace, "print every packet, decoded field by field, on one line");
-    auto* seed = app.add_option("--seed", options.seed, "send random reports, valid and invalid, from this seed");
-    app.add_option("--rate", options.reportsPerSecond, "random reports a second")
-        ->needs(seed)
-        ->check(CLI::Range(1, 1000000))
-        ->capture_default_str();
-    app.add_option("--count", options.reportCount, "end the random reports after so many")
-        ->needs(seed)
-        ->check(CLI::NonNegativeNumber);
-    if (const auto status = ParseCommandLine(app, argc, argv)) {
-        return *status;
-    }
+namespace {
 
+int Order(const std::vector<std::string>& words) {
+    std::string line;
+    for (const std::string& word : words) {
+        line.append(line.empty() ? "" : " ").append(word);
+    }
+    const mcusim::OrderResult result = mcusim::GiveOrder(line);
+    if (!result.isObeyed) {
+        std::fprintf(stderr, "mcusim: %s\n", result.text.c_str());
+        return 1;
+    }
+    if (!result.text.empty()) {
+        std::puts(result.text.c_str());
+    }
+    return 0;
+}
+
+int Simulate(const mcusim::Options& options) {
     const UniqueFd stop = StopSignals();
     // In the background of a shell, reading the terminal fails instead of stopping the program.
     std::signal(SIGTTIN, SIG_IGN);
@@ -38,4 +40,31 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     simulator.Run(stop.Get(), STDIN_FILENO);
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("The simulated audio MCU of a test bench, at the MCU device below $TLG_ROOT. It answers queries, "
+                 "acknowledges commands and keeps its own settings. Lines on standard input are orders: knobs to turn "
+                 "and faults to show; 'help' lists them.",
+                 "mcusim");
+    mcusim::Options options;
+    app.add_option("--at", options.at, "listen at this socket instead of the MCU device below $TLG_ROOT");
+    app.add_flag("--trace", options.trace, "print every packet, decoded field by field, on one line");
+    auto* seed = app.add_option("--seed", options.seed, "send random reports, valid and invalid, from this seed");
+    app.add_option("--rate", options.reportsPerSecond, "random reports a second")
+        ->needs(seed)
+        ->check(CLI::Range(1, 1000000))
+        ->capture_default_str();
+    app.add_option("--count", options.reportCount, "end the random reports after so many")
+        ->needs(seed)
+        ->check(CLI::NonNegativeNumber);
+    std::vector<std::string> words;
+    CLI::App* order = app.add_subcommand("order", "gives one order to the simulator that runs below $TLG_ROOT");
+    order->add_option("WORD", words, "the order; 'mcusim order help' lists them")->required();
+    if (const auto status = ParseCommandLine(app, argc, argv)) {
+        return *status;
+    }
+    return order->parsed() ? Order(words) : Simulate(options);
 }

@@ -1,0 +1,342 @@
+// What is published is what the MCU has, whatever went wrong: each fault is injected while commands stream in, ends,
+// and leaves nothing behind. TLG_FAULT_ROUNDS in the environment says how often each is tried.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "tests/support/Chain.h"
+#include "tests/support/Published.h"
+#include "tests/system/ReferenceModel.h"
+#include "tools/mcusim/Orders.h"
+#include "tools/mcusim/Settings.h"
+
+namespace {
+
+using Payload = std::vector<int>;
+
+int Rounds() {
+    const char* rounds = std::getenv("TLG_FAULT_ROUNDS");
+    return rounds == nullptr ? 1 : std::stoi(rounds);
+}
+
+void Order(const std::string& line) {
+    const mcusim::OrderResult result = mcusim::GiveOrder(line);
+    EXPECT_TRUE(result.isObeyed) << line << ": " << result.text;
+}
+
+/// The simulator's setting records, as answers, by their group.
+std::map<int, Payload> McuRecords() {
+    std::map<int, Payload> records;
+    std::istringstream lines(mcusim::GiveOrder("show").text);
+    for (std::string line; std::getline(lines, line);) {
+        const Payload payload = line.find('[') == std::string::npos ? Payload{} : PayloadIn(line);
+        if (payload.size() > 3) {
+            records[payload[2]] = payload;
+        }
+    }
+    return records;
+}
+
+/// How many queries the simulator has received.
+int Queries() {
+    const std::string text = mcusim::GiveOrder("show").text;
+    const std::size_t count = text.rfind("queries=");
+    return count == std::string::npos ? 0 : std::stoi(text.substr(count + 8));
+}
+
+/// Waits until the service has found a restarted MCU and asked it for all settings.
+void WaitForQueries(int queries) {
+    while (Queries() < queries) {
+        std::this_thread::yield();
+    }
+}
+
+/// Which volume changed last is history, not a setting.
+std::string WithoutVolType(std::string line) {
+    const std::size_t begin = line.find("\"vol_type\":");
+    return begin == std::string::npos ? line : line.erase(begin, line.find(',', begin) - begin + 1);
+}
+
+/// What must be published where the MCU has these records.
+std::string Expected(const std::map<int, Payload>& records) {
+    ReferenceModel reference(1);
+    for (const auto& [group, payload] : records) {
+        reference.Take(137, static_cast<int>(payload.size()), payload);
+    }
+    std::string text;
+    for (const auto& [name, line] : reference.Lines()) {
+        text += WithoutVolType(line) + "\n";
+    }
+    return text;
+}
+
+std::string Published() {
+    std::string text;
+    for (const auto& [name, line] : PublishedLines()) {
+        text += WithoutVolType(line) + "\n";
+    }
+    return text;
+}
+
+/// What no command of the stream changes: all but the subwoofer and centre gain and the loudness of group 0, SRS, DBB
+/// and ALC.
+std::map<int, Payload> Untouched(std::map<int, Payload> records) {
+    const std::pair<int, std::size_t> touched[] = {{0, 15}, {0, 16}, {0, 17}, {3, 4}, {4, 3}, {5, 3}};
+    for (const auto& [group, byte] : touched) {
+        if (byte < records[group].size()) {
+            records[group][byte] &= group == 4 ? 0xFE : 0;
+        }
+    }
+    return records;
+}
+
+/// One command for each record that the stream changes.
+std::vector<std::string> Commands(int number) {
+    const std::string n = std::to_string(number % 250 + 1);
+    return {"zosubwoofer_gain::" + n,
+            "zosrs::" + n,
+            "zodbb::" + std::string(number % 2 == 0 ? "on" : "off"),
+            "zoalc::" + n,
+            "zocenter_gain::" + std::to_string(number % 13),
+            "zoloud::" + std::string(number % 2 == 0 ? "off" : "on")};
+}
+
+/// Writes commands without end, each as soon as the server has the one before; a server that is away is waited for.
+class CommandStream {
+public:
+    CommandStream() : m_thread([this] { Run(); }) {}
+    ~CommandStream() { Stop(); }
+    CommandStream(const CommandStream&) = delete;
+    CommandStream& operator=(const CommandStream&) = delete;
+
+    void Stop() {
+        m_isStopping = true;
+        if (m_thread.joinable()) {
+            m_thread.join();
+        }
+    }
+    int Written() const { return m_written; }
+
+private:
+    void Run() {
+        for (int number = 0; !m_isStopping; ++number) {
+            for (const std::string& command : Commands(number)) {
+                m_written += !m_isStopping && WriteObject(kControl, command) ? 1 : 0;
+            }
+            // So slow that a stopped MCU does not have more waiting than the service keeps.
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    }
+
+    std::atomic<bool> m_isStopping{false};
+    std::atomic<int> m_written{0};
+    std::thread m_thread;
+};
+
+class Bench : public Chain {
+public:
+    Bench() {
+        root.WriteFile("/zoapps/etc/volume.conf", "scheme=1;");
+        // Nobody reads what this many packets would print.
+        StartMcu({});
+        StartService();
+    }
+
+    void KillMcu() { mcu.reset(); }
+    void ReviveMcu() {
+        StartMcu({});
+        WaitForQueries(7);
+    }
+    void RestartMcu(const std::string& order) const {
+        const int queries = Queries();
+        Order(order);
+        WaitForQueries(queries + 7);
+    }
+    void RestartServer(int signal) {
+        ppsd->Stop(signal);
+        ppsd = std::make_unique<Process>("ppsd");
+        EXPECT_TRUE(ppsd->WaitFor("ppsd: ready\n"));
+    }
+    void RestartService(int signal) {
+        service->Stop(signal);
+        service = std::make_unique<Process>("melvane");
+    }
+
+    /// Waits until so many more commands went in.
+    void LetPass(const CommandStream& stream, int commands) const {
+        const int until = stream.Written() + commands;
+        while (stream.Written() < until) {
+            std::this_thread::yield();
+        }
+    }
+};
+
+/// Waits until what is published is what the MCU has; false where that never comes.
+testing::AssertionResult IsTrueSoon() {
+    const auto begin = std::chrono::steady_clock::now();
+    std::string expected;
+    std::string published;
+    do {
+        expected = Expected(McuRecords());
+        published = Published();
+        if (expected == published && expected == Expected(McuRecords())) {
+            return testing::AssertionSuccess();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    } while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(kTestTimeoutMs));
+    return testing::AssertionFailure() << "the MCU has\n" << expected << "but published is\n" << published;
+}
+
+struct Fault {
+    const char* name;
+    void (*begin)(Bench& bench);
+    void (*end)(Bench& bench);
+    /// Whether the MCU carried commands out and did not say so: then the next commands bring the two together.
+    bool needsCommands;
+    /// What the MCU has afterwards: what it had, what it has at first, or what follows from this seed.
+    int settings;
+};
+
+/// Names the rows for the reader of a test's name.
+void PrintTo(const Fault& fault, std::ostream* out) {
+    *out << fault.name;
+}
+
+constexpr int kSameSettings = -1;
+constexpr int kFirstSettings = 0;
+
+/// The records of a simulator with these settings.
+std::map<int, Payload> RecordsOf(int settings) {
+    const mcusim::Settings mcu =
+        settings == kFirstSettings ? mcusim::Settings() : mcusim::Settings(static_cast<std::uint32_t>(settings));
+    std::map<int, Payload> records;
+    for (int group = 0; group < mcusim::Settings::kGroupCount; ++group) {
+        const mcusim::Bytes answer = mcu.Answer(group);
+        if (!answer.empty()) {
+            records[group].assign(answer.begin(), answer.end());
+        }
+    }
+    return records;
+}
+
+void Nothing(Bench& /*bench*/) {}
+void Clear(Bench& /*bench*/) {
+    Order("clear");
+}
+
+const Fault kFaults[] = {
+    {"McuRestarts", [](Bench& b) { b.RestartMcu("restart"); }, Nothing, false, kFirstSettings},
+    {"McuRestartsWithOtherSettings", [](Bench& b) { b.RestartMcu("restart 7"); }, Nothing, false, 7},
+    {"McuIsKilled", [](Bench& b) { b.KillMcu(); }, [](Bench& b) { b.ReviveMcu(); }, false, kFirstSettings},
+    {"McuHangsUp", [](Bench& b) { b.RestartMcu("hangup"); }, Nothing, false, kSameSettings},
+    {"McuAnswersLate", [](Bench&) { Order("delay 60"); }, Clear, false, kSameSettings},
+    {"McuIsSilent", [](Bench&) { Order("silence on"); }, Clear, true, kSameSettings},
+    {"McuNeverAcknowledges", [](Bench&) { Order("drop on"); }, Clear, true, kSameSettings},
+    {"McuAcknowledgesTwice", [](Bench&) { Order("duplicate on"); }, Clear, false, kSameSettings},
+    {"McuAcknowledgesOutOfOrder", [](Bench&) { Order("reorder on"); }, Clear, true, kSameSettings},
+    {"McuAcknowledgesWrongNumbers", [](Bench&) { Order("renumber on"); }, Clear, true, kSameSettings},
+    {"McuSendsDamagedPackets", [](Bench&) { Order("corrupt on"); }, Clear, true, kSameSettings},
+    {"McuRefuses", [](Bench&) { Order("refuse on"); }, Clear, false, kSameSettings},
+    {"McuReadsNothing", [](Bench&) { Order("deaf on"); }, Clear, false, kSameSettings},
+    {"ServerIsKilled", [](Bench& b) { b.RestartServer(SIGKILL); }, Nothing, false, kSameSettings},
+    {"ServerRestarts", [](Bench& b) { b.RestartServer(SIGTERM); }, Nothing, false, kSameSettings},
+    {"ServerStops", [](Bench& b) { b.ppsd->Signal(SIGSTOP); }, [](Bench& b) { b.ppsd->Signal(SIGCONT); }, false,
+     kSameSettings},
+    {"ServiceIsKilled", [](Bench& b) { b.RestartService(SIGKILL); }, Nothing, false, kSameSettings},
+    {"ServiceRestarts", [](Bench& b) { b.RestartService(SIGTERM); }, Nothing, false, kSameSettings},
+    {"BothPeersRestart",
+     [](Bench& b) {
+         b.RestartServer(SIGKILL);
+         b.RestartMcu("restart 9");
+     },
+     Nothing, false, 9},
+};
+
+class FaultTest : public testing::TestWithParam<Fault> {};
+
+TEST_P(FaultTest, LeavesNothingUntrueBehind) {
+    const Fault& fault = GetParam();
+    Bench bench;
+    ASSERT_TRUE(IsTrueSoon());
+    for (int round = 0; round < Rounds(); ++round) {
+        SCOPED_TRACE("round " + std::to_string(round));
+        const std::map<int, Payload> before = McuRecords();
+        {
+            CommandStream stream;
+            bench.LetPass(stream, 20);
+            fault.begin(bench);
+            if (std::string(fault.name) != "ServerStops") {
+                bench.LetPass(stream, 20);
+            }
+            fault.end(bench);
+        }
+        for (const std::string& command : fault.needsCommands ? Commands(round) : std::vector<std::string>{}) {
+            ASSERT_TRUE(WriteObject(kControl, command));
+        }
+        ASSERT_TRUE(IsTrueSoon());
+        const std::map<int, Payload> settings = fault.settings == kSameSettings ? before : RecordsOf(fault.settings);
+        EXPECT_EQ(Untouched(McuRecords()), Untouched(settings)) << "something else was written to the MCU";
+        const std::string next = std::to_string(100 + round % 100);
+        ASSERT_TRUE(WriteObject(kControl, "zolisten_pos::" + next));
+        const std::string published = "zolisten_pos:n:" + next + "\n";
+        const PpsObjectClient status(std::string(kStatus) + "?delta");
+        EXPECT_NE(status.ReadUntil(published).find(published), std::string::npos) << "the next command works";
+        ASSERT_TRUE(IsTrueSoon());
+    }
+    bench.StopService();
+}
+
+INSTANTIATE_TEST_SUITE_P(All, FaultTest, testing::ValuesIn(kFaults),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(StartTest, ACommandInAnyPhaseOfAStartChangesWhatItCommandsAlone) {
+    const int starts = 20 * Rounds();
+    for (int start = 0; start < starts; ++start) {
+        SCOPED_TRACE("start " + std::to_string(start));
+        Chain chain;
+        chain.root.WriteFile("/zoapps/etc/volume.conf", "scheme=1;");
+        chain.StartMcu({});
+        Order("delay " + std::to_string(start * 37 % 101));
+        std::map<int, Payload> expected = McuRecords();
+        const PpsObjectClient control(std::string(kControl) + "?delta");
+        chain.service = std::make_unique<Process>("melvane");
+        // The service empties the object as it opens it; from then on commands count, and this is the first moment.
+        ASSERT_NE(control.ReadUntil("#@control").find("#@control"), std::string::npos);
+        std::this_thread::sleep_for(std::chrono::milliseconds(start * 53 % 120));
+        ASSERT_TRUE(WriteObject(kControl, "zoloud::on"));
+        const PpsObjectClient status(std::string(kStatus) + "?delta");
+        ASSERT_NE(status.ReadUntil("zoloud::on").find("zoloud::on"), std::string::npos);
+        expected[0][17] = 1;
+        EXPECT_EQ(McuRecords(), expected);
+        ASSERT_TRUE(IsTrueSoon());
+        chain.StopService();
+    }
+}
+
+TEST(StartTest, CommandsGoOnWhereTheMcuDoesNotAnswer) {
+    Chain chain;
+    chain.StartMcu({});
+    Order("drop 3");
+    chain.service = std::make_unique<Process>("melvane");
+    ASSERT_TRUE(chain.service->WaitFor("the MCU has not answered the queries of the groups 0 1 2, commands go on"));
+    ASSERT_TRUE(WriteObject(kControl, "zoalc::9"));
+    EXPECT_TRUE(chain.service->WaitFor("Cmd[0x8], packet no = 1"));
+    chain.StopService();
+}
+
+TEST(StartTest, ASignalAtAnyMomentEndsTheServiceInOrder) {
+    Chain chain;
+    chain.StartMcu({});
+    for (int moment = 0; moment < 20 * Rounds(); ++moment) {
+        Process service("melvane");
+        std::this_thread::sleep_for(std::chrono::microseconds(2000 + moment * 317 % 20000));
+        EXPECT_EQ(service.Stop(moment % 2 == 0 ? SIGTERM : SIGINT), 0) << service.Output();
+    }
+}
+
+} // namespace

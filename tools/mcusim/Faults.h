@@ -1,0 +1,69 @@
+#ifndef TLG_TOOLS_MCUSIM_FAULTS_H
+#define TLG_TOOLS_MCUSIM_FAULTS_H
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <limits>
+#include <string_view>
+
+namespace mcusim {
+
+/// What can go wrong with what the simulated MCU answers: acknowledgements, query answers and mixing reports.
+enum class Fault : std::size_t {
+    kRefuse,    ///< control commands are refused with status 1 and not carried out
+    kDrop,      ///< the answer is not sent, though the command was carried out
+    kDuplicate, ///< it is sent twice
+    kReorder,   ///< it is sent after the next one
+    kRenumber,  ///< it carries the number of another packet
+    kCorrupt,   ///< it arrives damaged
+    kSilence,   ///< nothing is sent at all, nor are reports
+    kDeaf,      ///< nothing is read
+};
+
+struct FaultWord {
+    std::string_view word;
+    Fault fault;
+};
+
+/// The faults by the words that order them.
+constexpr std::array<FaultWord, 8> kFaultWords{{{"refuse", Fault::kRefuse},
+                                                {"drop", Fault::kDrop},
+                                                {"duplicate", Fault::kDuplicate},
+                                                {"reorder", Fault::kReorder},
+                                                {"renumber", Fault::kRenumber},
+                                                {"corrupt", Fault::kCorrupt},
+                                                {"silence", Fault::kSilence},
+                                                {"deaf", Fault::kDeaf}}};
+
+/// Which faults happen, and how often from now on.
+class Faults {
+public:
+    static constexpr long kAlways = std::numeric_limits<long>::max();
+
+    /// @param count 0: no more; kAlways: until it is set to something else
+    void Set(Fault fault, long count) { m_left[Index(fault)] = count; }
+    bool IsOn(Fault fault) const { return m_left[Index(fault)] > 0; }
+
+    /// Whether it happens this time.
+    bool Happens(Fault fault) {
+        long& left = m_left[Index(fault)];
+        const bool happens = left > 0;
+        left -= happens && left != kAlways ? 1 : 0;
+        return happens;
+    }
+
+    /// Ends all of them.
+    void Clear() { *this = {}; }
+
+    std::chrono::milliseconds delay{0}; ///< answers come so much later
+
+private:
+    static std::size_t Index(Fault fault) { return static_cast<std::size_t>(fault); }
+
+    std::array<long, kFaultWords.size()> m_left{};
+};
+
+} // namespace mcusim
+
+#endif

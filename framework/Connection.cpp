@@ -221,8 +221,4 @@ bool Connection::NeedsRoom() const {
     return m_isStarved || !m_outbox.Empty();
 }
 
-bool Connection::HasPeerEnded() const {
-    return WithDescriptor([](int fd) { return HasHungUp(fd); });
-}
-
 } // namespace TLG::ZOCAR

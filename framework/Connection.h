@@ -92,9 +92,6 @@ public:
     bool Flush();
 
     bool NeedsRoom() const;
-    /// Whether the peer has ended the connection, whatever is still to be read.
-    bool HasPeerEnded() const;
-
     /// Calls @p use(descriptor) while the descriptor can't be closed, and returns its result; false with errno
     /// EBADF where the connection is not open.
     template <typename Use>

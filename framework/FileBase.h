@@ -15,7 +15,7 @@ namespace TLG::ZOCAR {
 class FileBase {
 public:
     /// @param info must outlive the file
-    explicit FileBase(const fileTagInfo& info) : FileBase(info, Blocks::kWhole) {}
+    explicit FileBase(const fileTagInfo& info) : FileBase(info, Reading{}) {}
     FileBase(const FileBase&) = delete;
     FileBase& operator=(const FileBase&) = delete;
     virtual ~FileBase() = default;
@@ -37,14 +37,17 @@ public:
     int GetKey() const { return m_info.key; }
 
 protected:
-    /// How a multiplexer may deliver what one read gave.
-    enum class Blocks {
-        kWhole, ///< as it is
-        kLines  ///< in parts that end where a line ends, with the input of other files between them
+    /// What a multiplexer must know of the blocks that it reads.
+    struct Reading {
+        /// Whether a block may be delivered in parts that end where a line ends, with the input of other files
+        /// between them.
+        bool isInLines = false;
+        /// Whether a block tells that what was written to the file is gone; null where no block does.
+        bool (*tellsOfLoss)(const unsigned char* data, std::size_t length) = nullptr;
     };
 
-    FileBase(const fileTagInfo& info, Blocks blocks)
-        : m_info(info), m_blocks(blocks), m_connection(std::make_shared<Connection>(info)) {}
+    FileBase(const fileTagInfo& info, Reading reading)
+        : m_info(info), m_reading(reading), m_connection(std::make_shared<Connection>(info)) {}
 
     /// Opens as Open() does; @p what names the kind of file in the log line.
     bool OpenLogged(const char* what);
@@ -55,7 +58,7 @@ private:
     friend class Multiplexer;
 
     const fileTagInfo& m_info;
-    const Blocks m_blocks;
+    const Reading m_reading;
     const std::shared_ptr<Connection> m_connection; // shared with the thread that opens it again
 
     // Held while input is delivered, and taken by Close() to wait for that; recursive, since a delivery

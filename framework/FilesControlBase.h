@@ -40,7 +40,7 @@ public:
     /// removed, and added again once it is open, to be heard. Where its peer goes away, the file is opened again
     /// as soon as the peer is back.
     bool AddFile(int key, FileBase* file) const;
-    /// Has the connection of an opened file that is only written to kept in the same way; nothing is read from it.
+    /// Has the connection of an opened file that is only written to kept in the same way; no input is delivered.
     bool AddOutput(int key, FileBase* file) const;
     /// Unregisters a file. Once it has returned, no input of the file is being delivered or will be,
     /// unless it was called from within the delivery itself.
@@ -50,8 +50,9 @@ public:
     void HoldInput(int key) const;
     void ResumeInput(int key) const;
 
-    /// Who hears, between two deliveries and on their thread, that connections came back, or that outputs for
-    /// which there was no room have room again. To be set before Start().
+    /// Who hears, between two deliveries and on their thread, of files that lack what was written to them: their
+    /// connection came back, there is room again after a write that found none, or somebody deleted or emptied the
+    /// object. To be set before Start().
     /// @param handler gets the keys of the files
     void SetReturnHandler(std::function<void(const std::vector<int>& keys)> handler) const;
 

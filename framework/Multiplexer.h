@@ -7,11 +7,12 @@
 //
 //     what happens                         who notices            what follows
 //     a file has input                     epoll                  FileBase::OnDataChange
-//     its peer ended                       a read; or, for an     Connection::Lose; one line; Reopener::OnLost
-//                                          output, epoll
+//     its peer ended                       a read                 Connection::Lose; one line; Reopener::OnLost
 //     it could be opened again             the peer's Reopener    eventfd; Connection::TakeOver; the return handler
 //     a write found no room                Connection             epoll watches for room; Connection::Flush; where
 //                                                                 something was not written: the return handler
+//     somebody deletes or empties an       a read                 the return handler
+//     object that is written to
 //     input is held or resumed             the caller             the file leaves or joins the epoll set
 //
 // It can't deadlock: the dispatcher holds a file's delivery lock while it delivers, and its own lock only to look
@@ -83,6 +84,9 @@ private:
         Reopener* reopener = nullptr;
         std::uint32_t watched = 0; // the events that the epoll set has
         bool awaitsAnswer = false; // came back, and nothing was read from it yet
+
+        /// Whether nothing more is to be read from it for now.
+        bool IsQuiet() const { return input && (input->isHeld || input->HasRest()); }
     };
 
     bool AddEntry(int key, FileBase* file, bool isOutput);
@@ -120,7 +124,7 @@ private:
     std::atomic<bool> m_needsAttention{false}; // something changed that watches or connections follow
     std::atomic<bool> m_wasWriteLost{false};
     std::vector<unsigned char> m_buffer; // this and what follows: the dispatcher's alone
-    std::set<int> m_relieved;            // outputs that have room again after a write that found none
+    std::set<int> m_rewritable;          // files that can take again what they took not, or have lost
     bool m_hasRests = false;
 
     std::mutex m_mutex;                                           // never held while a file delivers or opens

@@ -92,22 +92,18 @@ void Multiplexer::Deliver(int key, std::uint32_t events) {
         const std::lock_guard<std::recursive_mutex> delivery(entry->file->m_deliveryMutex);
         if ((events & EPOLLOUT) != 0) {
             if (entry->connection->Flush()) {
-                m_relieved.insert(key);
+                m_rewritable.insert(key);
             }
             m_needsAttention = true;
         }
-        if (entry->input) {
-            Receive(key, *entry);
-        } else if ((events & ~std::uint32_t{EPOLLOUT}) != 0 && entry->connection->HasPeerEnded()) {
-            LoseConnection(key, *entry, 0);
-        }
+        Receive(key, *entry);
     }
     Release();
 }
 
-/// Reads and hands over blocks, up to a turn's part.
+/// Reads and hands over blocks, up to a turn's part. Those of an output go to nobody.
 void Multiplexer::Receive(int key, Entry& entry) {
-    for (int block = 0; block < kBlocksPerTurn && !entry.input->isHeld && !entry.input->HasRest(); ++block) {
+    for (int block = 0; block < kBlocksPerTurn && !entry.IsQuiet(); ++block) {
         const ReadResult read = entry.connection->Read(m_buffer.data(), m_buffer.size());
         if (read.kind == ReadResult::kNothing) {
             return;
@@ -117,15 +113,16 @@ void Multiplexer::Receive(int key, Entry& entry) {
             return;
         }
         NoteAnswer(key, entry);
-        DeliverBlock(entry, read.length);
-    }
-}
-
-void Multiplexer::DeliverBlock(const Entry& entry, std::size_t length) {
-    if (entry.file->m_blocks == FileBase::Blocks::kLines) {
-        DeliverLines(entry, m_buffer.data(), length);
-    } else {
-        entry.file->OnDataChange(m_buffer.data(), static_cast<int>(length));
+        const FileBase::Reading& reading = entry.file->m_reading;
+        if (reading.tellsOfLoss != nullptr && reading.tellsOfLoss(m_buffer.data(), read.length)) {
+            m_rewritable.insert(key);
+            m_needsAttention = true;
+        }
+        if (entry.input && reading.isInLines) {
+            DeliverLines(entry, m_buffer.data(), read.length);
+        } else if (entry.input) {
+            entry.file->OnDataChange(m_buffer.data(), static_cast<int>(read.length));
+        }
     }
 }
 
@@ -208,8 +205,8 @@ void Multiplexer::NoteAnswer(int key, Entry& entry) {
 /// Turns to connections that came back, and has those that wrote to a lost one opened soon.
 void Multiplexer::TakeOver() {
     const bool wasWriteLost = m_wasWriteLost.exchange(false);
-    std::vector<int> returned(m_relieved.begin(), m_relieved.end());
-    m_relieved.clear();
+    std::vector<int> returned(m_rewritable.begin(), m_rewritable.end());
+    m_rewritable.clear();
     ReturnHandler onReturn;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -241,11 +238,8 @@ void Multiplexer::UpdateWatches() {
 
 /// Brings the epoll set in line with what is to be heard of a file. Called with m_mutex held.
 bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
-    const bool isQuiet = entry.input && (entry.input->isHeld || entry.input->HasRest());
-    std::uint32_t wanted = 0;
-    if (!isQuiet) {
-        wanted = (entry.input ? EPOLLIN | EPOLLRDHUP : EPOLLRDHUP) | (entry.connection->NeedsRoom() ? EPOLLOUT : 0U);
-    }
+    const std::uint32_t wanted =
+        entry.IsQuiet() ? 0U : EPOLLIN | EPOLLRDHUP | (entry.connection->NeedsRoom() ? EPOLLOUT : 0U);
     const auto id = static_cast<std::uint64_t>(key);
     if (wanted == entry.watched) {
         return true;

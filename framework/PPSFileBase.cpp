@@ -1,7 +1,9 @@
 #include "framework/PPSFileBase.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
+#include <string_view>
 
 #include "framework/LogBase.h"
 
@@ -13,6 +15,19 @@ bool PPSFileBase::Init() {
 
 bool PPSFileBase::Open() {
     return OpenLogged("PPS server's object");
+}
+
+bool PPSFileBase::TellsOfLoss(const unsigned char* data, std::size_t length) {
+    std::string_view text(reinterpret_cast<const char*>(data), length);
+    while (!text.empty()) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        // An attribute's deletion begins with a hyphen too, and has no "@".
+        if ((line[0] == '-' || line[0] == '#') && (line.substr(1, 1) == "@" || line.substr(1, 4) == "[n]@")) {
+            return true;
+        }
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+    }
+    return false;
 }
 
 /// Ends within the text where the file is closed meanwhile.

@@ -19,7 +19,7 @@ public:
     /// @param info     must outlive the object
     /// @param callback receives the changes; not owned
     PPSFileBase(const fileTagInfo& info, IPPSOnChange* callback)
-        : FileBase(info, Blocks::kLines), m_callback(callback) {}
+        : FileBase(info, {true, TellsOfLoss}), m_callback(callback) {}
 
     /// True when there is a callback for the changes.
     bool Init() override;
@@ -44,6 +44,9 @@ public:
     }
 
 private:
+    /// Whether somebody deleted or emptied the object.
+    static bool TellsOfLoss(const unsigned char* data, std::size_t length);
+
     IPPSOnChange* m_callback;
     std::vector<char> m_text; // what is being parsed; the multiplexer's thread alone
 };

@@ -1,5 +1,6 @@
 // What the controller does when a peer is there anew: it asks the MCU for its settings, and lets commands wait until
-// they are known; it publishes again what a PPS server that restarted, or took no writes for a while, does not have.
+// they are known; it publishes again what a PPS server that restarted, took no writes for a while, or was told by
+// somebody to delete or empty an object, does not have.
 #include <algorithm>
 
 #include "framework/LogBase.h"

@@ -174,21 +174,6 @@ TEST(ChainTest, PeersMayComeAndGo) {
     chain.StopService();
 }
 
-TEST(ChainTest, AnMcuThatTakesNothingHoldsNobodyUp) {
-    const Chain chain;
-    FakeMcu mcu;
-    Process service("melvane");
-    ASSERT_TRUE(mcu.Accept());
-    std::string steps;
-    for (int i = 0; i < 1500; ++i) {
-        steps += "zoalc::1\n";
-    }
-    ASSERT_TRUE(WriteObject(kControl, steps));
-    ASSERT_TRUE(service.WaitFor("packet no = 1500"));
-    ASSERT_TRUE(WriteObject(kControl, steps));
-    EXPECT_EQ(service.Stop(SIGTERM), 0);
-}
-
 TEST(ChainTest, LastWordsOfThoseWhoReadNothingAreHeard) {
     const Chain chain;
     FakeMcu mcu;

@@ -42,16 +42,16 @@ std::map<int, Payload> McuRecords() {
     return records;
 }
 
-/// How many queries the simulator has received.
-int Queries() {
+/// How many packets of a kind the simulator has received.
+int Received(const std::string& kind) {
     const std::string text = mcusim::GiveOrder("show").text;
-    const std::size_t count = text.rfind("queries=");
-    return count == std::string::npos ? 0 : std::stoi(text.substr(count + 8));
+    const std::size_t count = text.rfind(kind + "=");
+    return count == std::string::npos ? 0 : std::stoi(text.substr(count + kind.size() + 1));
 }
 
 /// Waits until the service has found a restarted MCU and asked it for all settings.
 void WaitForQueries(int queries) {
-    while (Queries() < queries) {
+    while (Received("queries") < queries) {
         std::this_thread::yield();
     }
 }
@@ -153,7 +153,7 @@ public:
         WaitForQueries(7);
     }
     void RestartMcu(const std::string& order) const {
-        const int queries = Queries();
+        const int queries = Received("queries");
         Order(order);
         WaitForQueries(queries + 7);
     }
@@ -165,6 +165,11 @@ public:
     void RestartService(int signal) {
         service->Stop(signal);
         service = std::make_unique<Process>("melvane");
+    }
+
+    static void Ctl(const std::vector<std::string>& arguments) {
+        std::string output;
+        EXPECT_EQ(RunProgram("ppsctl", arguments, output), 0) << output;
     }
 
     /// Waits until so many more commands went in.
@@ -247,6 +252,18 @@ const Fault kFaults[] = {
     {"ServerRestarts", [](Bench& b) { b.RestartServer(SIGTERM); }, Nothing, false, kSameSettings},
     {"ServerStops", [](Bench& b) { b.ppsd->Signal(SIGSTOP); }, [](Bench& b) { b.ppsd->Signal(SIGCONT); }, false,
      kSameSettings},
+    {"ObjectIsDeleted",
+     [](Bench& b) {
+         b.Ctl({"delete", kStatus});
+     },
+     Nothing, false, kSameSettings},
+    {"ObjectsAreEmptied",
+     [](Bench&) {
+         for (const char* object : {kStatus, kNavigation, "/pps/tolvyn/eq/settings", "/pps/tolvyn/system/dev_status"}) {
+             EXPECT_TRUE(PpsObjectClient(object, 0x302));
+         }
+     },
+     Nothing, false, kSameSettings},
     {"ServiceIsKilled", [](Bench& b) { b.RestartService(SIGKILL); }, Nothing, false, kSameSettings},
     {"ServiceRestarts", [](Bench& b) { b.RestartService(SIGTERM); }, Nothing, false, kSameSettings},
     {"BothPeersRestart",
@@ -293,6 +310,52 @@ TEST_P(FaultTest, LeavesNothingUntrueBehind) {
 
 INSTANTIATE_TEST_SUITE_P(All, FaultTest, testing::ValuesIn(kFaults),
                          [](const auto& row) { return std::string(row.param.name); });
+
+/// How many packets were lost, as the log of a service that ended says.
+int LostPackets(const std::string& log) {
+    int lost = 0;
+    const std::string words = "succeed again, ";
+    for (std::size_t at = log.find(words); at != std::string::npos; at = log.find(words, at + 1)) {
+        lost += std::stoi(log.substr(at + words.size()));
+    }
+    return lost;
+}
+
+TEST(BurstTest, EveryCommandIsDeliveredOrItsLossIsCountedAndOthersAreHeardMeanwhile) {
+    constexpr int kCommands = 5000;
+    for (const char* fault : {"clear", "deaf on"}) {
+        Bench bench;
+        const PpsObjectClient status(std::string(kStatus) + "?delta");
+        std::string burst;
+        for (int i = 0; i < kCommands; ++i) {
+            burst += "zoalc::" + std::to_string(i % 200) + "\n";
+        }
+        Order(fault);
+        ASSERT_TRUE(WriteObject(kControl, burst));
+        const std::string last = "packet no = " + std::to_string(kCommands);
+        int heard = 0;
+        std::chrono::steady_clock::duration longest{};
+        while (bench.service->Output().find(last) == std::string::npos) {
+            const std::string level = std::to_string(heard % 30);
+            const auto begin = std::chrono::steady_clock::now();
+            Order("volume main " + level);
+            status.ReadUntil("\"current\":" + level + ",");
+            longest = std::max(longest, std::chrono::steady_clock::now() - begin);
+            ++heard;
+        }
+        EXPECT_GT(heard, 2) << "the MCU's knob during the burst";
+        std::printf("%s: %d reports heard meanwhile, the slowest within %d ms\n", fault, heard,
+                    static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(longest).count()));
+        Order("clear");
+        // One more, so that losses have an end.
+        do {
+            ASSERT_TRUE(WriteObject(kControl, "zosrs::9"));
+        } while (McuRecords()[3][4] != 9);
+        bench.StopService();
+        const std::string log = bench.service->Output();
+        EXPECT_EQ(Received("commands") + LostPackets(log), static_cast<int>(Count(log, "packet no = ")));
+    }
+}
 
 TEST(StartTest, ACommandInAnyPhaseOfAStartChangesWhatItCommandsAlone) {
     const int starts = 20 * Rounds();

@@ -211,6 +211,20 @@ TEST_F(PpsConnectionTest, AnOutputThatHadNoRoomIsReportedWhenItHas) {
     EXPECT_TRUE(m_output.SetPPSIntAttr("@output", "a", 2));
 }
 
+TEST_F(PpsConnectionTest, AnOutputThatSomebodyEmptiesOrDeletesIsReported) {
+    const LocalServer server;
+    Start();
+    EXPECT_TRUE(m_output.SetPPSIntAttr("@output", "a", 1));
+    ASSERT_TRUE(WriteObject("/pps/test/output", "-a\nb::1")) << "that is no loss";
+    EXPECT_TRUE(PpsObjectClient("/pps/test/output", 0x302));
+    EXPECT_EQ(m_controller.Wait(1), std::vector<std::string>{"returned 0"});
+    host::PpsReply reply;
+    host::RequestOfPpsServer("delete /pps/test/output", reply);
+    EXPECT_EQ(m_controller.Wait(2).size(), 2U);
+    EXPECT_TRUE(m_output.SetPPSIntAttr("@output", "a", 2));
+    EXPECT_EQ(SettledStateOf("/pps/test/output"), "@output\na:n:2\n");
+}
+
 TEST_F(PpsConnectionTest, AllThatTheServerHadIsBackAtOnce) {
     auto server = std::make_unique<LocalServer>();
     Start();

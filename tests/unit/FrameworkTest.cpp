@@ -44,6 +44,7 @@ protected:
 
 TEST_F(MultiplexerTest, DeliversAttributesWithTheKeyOfTheirObject) {
     WriteObject("/pps/test/one", "a:json:{\"x\":\"y:z\"}\n-gone\n[n]b::\na:n:1");
+    m_listener.Wait(3);
     WriteObject("/pps/test/two", "c::1");
     EXPECT_EQ(m_listener.Wait(4), (std::vector<std::string>{"2 a:json:{\"x\":\"y:z\"}", "2 b::", "2 a:n:1", "4 c::1"}));
     m_two.SetPPSIntAttr("@two", "[n]mine", 3);

@@ -102,13 +102,15 @@ private:
     void Dispatch();
     int TimeoutMs();
     void OnEvent(std::uint64_t id, std::uint32_t events);
+    template <typename Delivery>
+    void WithClaimed(int key, Delivery deliver);
     std::optional<Entry> Claim(int key);
     void Release();
     void Deliver(int key, std::uint32_t events);
     void Receive(int key, Entry& entry);
-    void DeliverBlock(const Entry& entry, std::size_t length);
     void DeliverLines(const Entry& entry, unsigned char* text, std::size_t length);
     void DeliverRests();
+    void DeliverRest(const Entry& entry);
     void LoseConnection(int key, const Entry& entry, int error);
     void NoteAnswer(int key, Entry& entry);
     void TakeOver();

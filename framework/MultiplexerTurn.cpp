@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 #include "framework/LogBase.h"
 #include "framework/Multiplexer.h"
@@ -83,22 +84,33 @@ void Multiplexer::Release() {
     m_released.notify_all();
 }
 
-void Multiplexer::Deliver(int key, std::uint32_t events) {
+/// Calls @p deliver(entry) for a file that can't be removed meanwhile, and with its delivery lock held. Where memory
+/// runs out, what was being delivered is lost, and nothing else.
+template <typename Delivery>
+void Multiplexer::WithClaimed(int key, Delivery deliver) {
     std::optional<Entry> entry = Claim(key);
     if (!entry) {
         return;
     }
-    {
+    try {
         const std::lock_guard<std::recursive_mutex> delivery(entry->file->m_deliveryMutex);
+        deliver(*entry);
+    } catch (const std::bad_alloc&) {
+        LOGBASE(LOG_LEV_ERROR, "Deliver", "no memory for the input of file %d, it is lost\n", key);
+    }
+    Release();
+}
+
+void Multiplexer::Deliver(int key, std::uint32_t events) {
+    WithClaimed(key, [&](Entry& entry) {
         if ((events & EPOLLOUT) != 0) {
-            if (entry->connection->Flush()) {
+            if (entry.connection->Flush()) {
                 m_rewritable.insert(key);
             }
             m_needsAttention = true;
         }
-        Receive(key, *entry);
-    }
-    Release();
+        Receive(key, entry);
+    });
 }
 
 /// Reads and hands over blocks, up to a turn's part. Those of an output go to nobody.
@@ -151,20 +163,18 @@ void Multiplexer::DeliverRests() {
     }
     m_hasRests = !keys.empty();
     for (const int key : keys) {
-        const std::optional<Entry> entry = m_isStopping ? std::nullopt : Claim(key);
-        if (!entry) {
-            continue;
-        }
-        {
-            const std::lock_guard<std::recursive_mutex> delivery(entry->file->m_deliveryMutex);
-            Input& input = *entry->input;
-            unsigned char* const text = input.rest.data() + input.delivered;
-            const std::size_t part = LengthOfLines(text, input.rest.size() - input.delivered, kLinesPerTurn);
-            input.delivered += part;
-            m_needsAttention = m_needsAttention || !input.HasRest();
-            entry->file->OnDataChange(text, static_cast<int>(part));
-        }
-        Release();
+        WithClaimed(key, [this](Entry& entry) { DeliverRest(entry); });
+    }
+}
+
+void Multiplexer::DeliverRest(const Entry& entry) {
+    Input& input = *entry.input;
+    unsigned char* const text = input.rest.data() + input.delivered;
+    const std::size_t part = LengthOfLines(text, input.rest.size() - input.delivered, kLinesPerTurn);
+    input.delivered += part;
+    m_needsAttention = m_needsAttention || !input.HasRest();
+    if (!m_isStopping) {
+        entry.file->OnDataChange(text, static_cast<int>(part));
     }
 }
 

@@ -90,8 +90,8 @@ void CommandRoundTrip(benchmark::State& state) {
     ::setenv("TLG_ROOT", ::mkdtemp(root.data()), 1);
     ::setenv("TLG_SLOG_LEVEL", "0", 1);
     {
-        Server server;
-        const Running<Server> ppsd(server, [&](int stop) { server.Run(stop); });
+        ppsd::Server server;
+        const Running<ppsd::Server> ppsd(server, [&](int stop) { server.Run(stop); });
         mcusim::Simulator simulator({});
         const UniqueFd noOrders(::eventfd(0, 0));
         const Running<mcusim::Simulator> mcu(simulator, [&](int stop) { simulator.Run(stop, noOrders.Get()); });

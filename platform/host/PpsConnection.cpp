@@ -36,7 +36,8 @@ UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply) {
         return Failed(reply, errno);
     }
     std::string answer;
-    if (::send(connection.Get(), request.data(), request.size(), MSG_NOSIGNAL) < 0 ||
+    // A server that takes no more clients answers and ends the connection before it has read the request.
+    if ((::send(connection.Get(), request.data(), request.size(), MSG_NOSIGNAL) < 0 && errno != EPIPE) ||
         !ReceivePacket(connection.Get(), answer)) {
         return Failed(reply, errno == 0 ? ECONNRESET : errno);
     }
@@ -44,8 +45,8 @@ UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply) {
     return reply.error == 0 ? std::move(connection) : UniqueFd();
 }
 
-UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply) {
-    UniqueFd connection = RequestOfPpsServer("open " + std::to_string(oflag) + " " + path, reply);
+UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply, mode_t mode) {
+    UniqueFd connection = RequestOfPpsServer(RenderOpen(oflag, mode, path), reply);
     if (!connection) {
         return {};
     }
@@ -71,6 +72,10 @@ bool ReceivePacket(int fd, std::string& packet) {
     do {
         length = ::recv(fd, packet.data(), packet.size(), 0);
     } while (length < 0 && errno == EINTR);
+    if (length < 0 && errno == ECONNRESET) {
+        // The server ended the connection before it had read everything; what it said before is still to be had.
+        length = ::recv(fd, packet.data(), packet.size(), MSG_DONTWAIT);
+    }
     if (length == 0) {
         // The kernel may say "end" when a last packet and the end come at this very moment.
         length = ::recv(fd, packet.data(), packet.size(), MSG_DONTWAIT);

@@ -20,7 +20,8 @@ UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply);
 ///
 /// @param path  "/pps/..." with options
 /// @param oflag the target's open flags
-UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply);
+/// @param mode  the permissions of an object that this open creates
+UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply, mode_t mode = kDefaultMode);
 
 /// Receives one packet of at most kMaxPacket bytes. False at the end of the connection and on errors,
 /// with errno set (0 at the end).

@@ -1,9 +1,25 @@
 #include "platform/host/PpsProtocol.h"
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 
 namespace host {
+
+namespace {
+
+/// Takes an unsigned number and the blank after it off the front of @p text; false when they are not there.
+bool TakeNumber(std::string_view& text, unsigned& number, int base) {
+    const char* const end = text.data() + text.size();
+    const auto [after, error] = std::from_chars(text.data(), end, number, base);
+    if (error != std::errc() || after == end || *after != ' ') {
+        return false;
+    }
+    text.remove_prefix(static_cast<std::size_t>(after - text.data()) + 1);
+    return true;
+}
+
+} // namespace
 
 PpsOptions SplitOptions(std::string_view& path) {
     PpsOptions options;
@@ -23,6 +39,35 @@ PpsOptions SplitOptions(std::string_view& path) {
         rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
     }
     return options;
+}
+
+std::string RenderOpen(int flags, mode_t mode, const std::string& path) {
+    std::array<char, 16> octal{};
+    char* const end = std::to_chars(octal.data(), octal.data() + octal.size(), mode, 8).ptr;
+    return "open " + std::to_string(flags) + " " + std::string(octal.data(), end) + " " + path;
+}
+
+std::optional<PpsOpen> ParseOpen(std::string_view text, PpsReply& refusal) {
+    constexpr mode_t kModeBits = 07777;
+    PpsOpen open;
+    unsigned flags = 0;
+    if (!TakeNumber(text, flags, 10)) {
+        refusal = {EINVAL, "open flags that don't parse"};
+        return std::nullopt;
+    }
+    if ((flags & ~unsigned{target_flags::kKnown}) != 0 ||
+        (flags & target_flags::kAccessMask) == target_flags::kAccessMask) {
+        refusal = {EINVAL, "open flags that mean nothing: " + std::to_string(flags)};
+        return std::nullopt;
+    }
+    if (!TakeNumber(text, open.mode, 8) || open.mode > kModeBits) {
+        refusal = {EINVAL, "an open mode that doesn't parse"};
+        return std::nullopt;
+    }
+    open.flags = static_cast<int>(flags);
+    open.path = text;
+    open.options = SplitOptions(open.path);
+    return open;
 }
 
 std::string Render(const PpsReply& reply) {

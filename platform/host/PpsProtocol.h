@@ -1,7 +1,8 @@
 // What a client and the PPS server say to each other over one SOCK_SEQPACKET connection:
 //
-//   request = "open " flags " " path ["?" options]     flags: the target's open flags, decimal
-//           | "list " path
+//   request = "open " flags " " mode " " path ["?" options]    flags: the target's open flags, decimal
+//           | "list " path                                     mode: permissions of an object that the
+//                                                              open creates, octal, 0 to 7777
 //           | "delete " path
 //   reply   = "ok" | "error " errno " " reason
 //
@@ -12,7 +13,10 @@
 #ifndef TLG_PLATFORM_HOST_PPSPROTOCOL_H
 #define TLG_PLATFORM_HOST_PPSPROTOCOL_H
 
+#include <sys/types.h>
+
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -29,6 +33,7 @@ constexpr int kTruncate = 0x200;
 constexpr int kExclusive = 0x400;
 constexpr int kAppend = 0x8;
 constexpr int kNonBlocking = 0x80;
+constexpr int kKnown = kAccessMask | kCreate | kTruncate | kExclusive | kAppend | kNonBlocking;
 } // namespace target_flags
 
 /// The server's socket, below the root.
@@ -39,6 +44,9 @@ constexpr std::size_t kMaxPacket = 192U * 1024U;
 
 /// The request and the reply to it are no larger, in bytes.
 constexpr std::size_t kMaxRequest = 4096;
+
+/// The permissions that an object is created with where nobody says otherwise.
+constexpr mode_t kDefaultMode = 0666;
 
 /// What the options behind the "?" of a path ask for.
 struct PpsOptions {
@@ -56,6 +64,22 @@ struct PpsReply {
     int error = 0;
     std::string reason;
 };
+
+/// An open request; the path points into the parsed text.
+struct PpsOpen {
+    int flags = 0; ///< the target's
+    mode_t mode = 0;
+    std::string_view path; ///< without the options
+    PpsOptions options;
+};
+
+/// @param flags the target's open flags
+/// @param path  with its options
+std::string RenderOpen(int flags, mode_t mode, const std::string& path);
+
+/// Parses what follows "open ". Nothing, with the reason in @p refusal, when the flags or the mode do not parse
+/// exactly or the flags are not ones of target_flags; the path is not judged.
+std::optional<PpsOpen> ParseOpen(std::string_view text, PpsReply& refusal);
 
 std::string Render(const PpsReply& reply);
 PpsReply ParseReply(std::string_view text);

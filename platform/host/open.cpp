@@ -35,9 +35,9 @@ int HostFlags(int oflag) {
     return flags;
 }
 
-int OpenPps(const char* path, int oflag) {
+int OpenPps(const char* path, int oflag, mode_t mode) {
     PpsReply reply;
-    UniqueFd object = OpenPpsObject(path, oflag, reply);
+    UniqueFd object = OpenPpsObject(path, oflag, reply, mode);
     if (!object) {
         errno = reply.error;
     }
@@ -54,7 +54,7 @@ int ConnectDevice(const std::string& path) {
 
 int Open(const char* path, int oflag, mode_t mode) {
     if (std::string_view(path).substr(0, kPpsDirectory.size()) == kPpsDirectory) {
-        return OpenPps(path, oflag);
+        return OpenPps(path, oflag, mode);
     }
     const std::string full = path[0] == '/' ? BelowRoot(path) : std::string(path);
     struct stat status {};

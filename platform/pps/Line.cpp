@@ -116,4 +116,13 @@ std::string_view TakeLine(std::string_view& text) {
     return line;
 }
 
+std::string Quoted(std::string_view text) {
+    constexpr std::size_t kQuotedBytes = 60;
+    std::string quoted = "'";
+    for (const char c : text.substr(0, kQuotedBytes)) {
+        quoted += c >= ' ' && c <= '~' ? c : '?';
+    }
+    return quoted + (text.size() > kQuotedBytes ? "...'" : "'");
+}
+
 } // namespace pps

@@ -12,6 +12,7 @@
 #define TLG_PLATFORM_PPS_LINE_H
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace pps {
@@ -35,6 +36,10 @@ std::optional<Line> ParseLine(std::string_view text);
 
 /// Takes the first line off @p text and returns it without its line feed; the last line may lack one.
 std::string_view TakeLine(std::string_view& text);
+
+/// The text in single quotes as it can be shown to a person: bytes that are no plain ASCII characters become
+/// question marks, and only the beginning of a long text is shown.
+std::string Quoted(std::string_view text);
 
 } // namespace pps
 

@@ -1,122 +1,150 @@
+// A write is made ready first and applied afterwards. Making ready checks everything and takes all the memory,
+// changing nothing; applying only moves what is ready into place and can't fail. So a write is applied whole or
+// not at all, also where memory runs out in its middle.
 #include "platform/pps/Object.h"
 
-#include "platform/pps/Line.h"
+#include <algorithm>
 
 namespace pps {
 
-namespace {
-
-constexpr std::size_t kQuotedBytes = 60;
-
-std::string Quoted(std::string_view text) {
-    std::string quoted = "'";
-    for (const char c : text.substr(0, kQuotedBytes)) {
-        quoted += c >= ' ' ? c : '?';
-    }
-    return quoted + (text.size() > kQuotedBytes ? "...'" : "'");
-}
-
-} // namespace
-
-std::string Object::Refusal(std::string_view text) const {
+std::string Object::Prepare(std::string_view text, Write& write) const {
     if (text.empty()) {
         return "an empty write";
     }
     if (text.size() > kMaxWrite) {
         return "a write of more than " + std::to_string(kMaxWrite) + " bytes";
     }
-    std::string_view rest = text;
-    for (bool first = true; !rest.empty(); first = false) {
-        const std::string_view lineText = TakeLine(rest);
-        const std::optional<Line> line = ParseLine(lineText);
-        const bool isHead = line && line->kind == LineKind::Object && first && line->name == m_name;
-        const bool isChange = line && (line->kind == LineKind::Attribute || line->kind == LineKind::AttributeDeleted);
-        if (!isHead && !isChange) {
-            return "malformed line " + Quoted(lineText);
+    for (bool isFirst = true; !text.empty(); isFirst = false) {
+        std::string error = PrepareLine(TakeLine(text), isFirst, write);
+        if (!error.empty()) {
+            return error;
         }
     }
-    return SizeAfter(text) > kMaxObjectText ? "more than the object can hold" : "";
+    return {};
 }
 
-/// The size of the attributes' text after a well-formed write.
-std::size_t Object::SizeAfter(std::string_view text) const {
-    // Nothing that is written can be larger than its own line and a qualifier.
-    if (m_textSize + 4 * text.size() <= kMaxObjectText) {
-        return m_textSize + text.size();
+std::string Object::PrepareLine(std::string_view text, bool isFirst, Write& write) const {
+    const std::optional<Line> line = ParseLine(text);
+    if (line && line->kind == LineKind::Object && isFirst && line->name == m_name) {
+        write.persistence = line->persistence;
+        return {};
+    }
+    if (!line || (line->kind != LineKind::Attribute && line->kind != LineKind::AttributeDeleted)) {
+        return "malformed line " + Quoted(text);
+    }
+    Change change;
+    change.name = line->name;
+    change.persistence = line->persistence;
+    change.isDeletion = line->kind == LineKind::AttributeDeleted;
+    write.deletes |= change.isDeletion;
+    if (!change.isDeletion) {
+        Attributes& made = change.attribute;
+        made.push_back({std::string(line->name), std::string(line->encoding), std::string(line->value), true});
+        write.textSize += made.front().TextSize();
+        if (write.deletes || m_byName.find(line->name) == m_byName.end()) {
+            Index index;
+            index.emplace(made.front().name, made.begin());
+            change.indexed = index.extract(index.begin());
+            ++write.newNames;
+        }
+    }
+    write.changes.push_back(std::move(change));
+    return {};
+}
+
+/// Whether the object after the write is within its bounds.
+bool Object::Fits(const Write& write, std::size_t room) const {
+    const std::size_t most = write.textSize + write.changes.size() * kAttributeBytes;
+    if (m_textSize + write.textSize <= kMaxObjectText && most <= room) {
+        return true;
     }
     std::unordered_map<std::string_view, std::size_t> written;
-    while (!text.empty()) {
-        const std::string_view lineText = TakeLine(text);
-        const Line line = *ParseLine(lineText);
-        if (line.kind != LineKind::Object) {
-            written[line.name] = line.kind == LineKind::Attribute ? lineText.size() + 4 : 0;
-        }
+    for (const Change& change : write.changes) {
+        written[change.name] = change.isDeletion ? 0 : change.attribute.front().TextSize();
     }
-    std::size_t size = m_textSize;
+    std::size_t text = m_textSize;
+    std::size_t attributes = m_attributes.size();
     for (const auto& [name, after] : written) {
         const auto found = m_byName.find(name);
-        size = size + after - (found == m_byName.end() ? 0 : found->second->TextSize());
+        if (found != m_byName.end()) {
+            text -= found->second->TextSize();
+            --attributes;
+        }
+        text += after;
+        attributes += after > 0 ? 1 : 0;
     }
-    return size;
+    const std::size_t after = text + attributes * kAttributeBytes;
+    return text <= kMaxObjectText && (after <= Footprint() || after - Footprint() <= room);
 }
 
-ApplyResult Object::Apply(std::string_view text) {
+ApplyResult Object::Apply(std::string_view text, std::size_t room) {
     ApplyResult result;
-    result.error = Refusal(text);
-    while (result.error.empty() && !text.empty()) {
-        const Line line = *ParseLine(TakeLine(text));
-        switch (line.kind) {
-        case LineKind::Attribute:
-            Set(line, result);
-            break;
-        case LineKind::AttributeDeleted:
-            Delete(line.name, result);
-            break;
-        default:
-            if (line.persistence != Persistence::Unsaid) {
-                m_persistent = line.persistence == Persistence::Kept;
-            }
-            break;
-        }
+    Write write;
+    result.error = Prepare(text, write);
+    if (result.error.empty() && !Fits(write, room)) {
+        result.error = "more than the object can hold";
+        result.noRoom = true;
+    }
+    if (!result.error.empty()) {
+        return result;
+    }
+    // What is told has each line as it was written, or with the qualifier of its attribute, and a line feed more.
+    constexpr std::size_t kAddedBytes = 4;
+    result.changes.reserve(text.size() + write.changes.size() * kAddedBytes);
+    const std::size_t entries = m_byName.size() + write.newNames;
+    const float held = static_cast<float>(m_byName.bucket_count()) * m_byName.max_load_factor();
+    if (write.newNames > 0 && (m_byName.empty() || static_cast<float>(entries) > held)) {
+        m_byName.reserve(2 * entries);
+    }
+    if (write.persistence != Persistence::Unsaid) {
+        m_persistent = write.persistence == Persistence::Kept;
+    }
+    for (Change& change : write.changes) {
+        change.isDeletion ? Delete(change.name, result.changes) : Set(change, result.changes);
     }
     return result;
 }
 
-void Object::Set(const Line& line, ApplyResult& result) {
-    auto found = m_byName.find(line.name);
+void Object::Set(Change& change, std::string& told) noexcept {
+    auto found = m_byName.find(change.name);
     if (found == m_byName.end()) {
-        m_attributes.push_back(Attribute{std::string(line.name), {}, {}, true});
-        const auto added = std::prev(m_attributes.end());
-        found = m_byName.emplace(added->name, added).first;
+        m_attributes.splice(m_attributes.end(), change.attribute);
+        found = m_byName.insert(std::move(change.indexed)).position;
     } else {
         m_textSize -= found->second->TextSize();
+        found->second->encoding.swap(change.attribute.front().encoding);
+        found->second->value.swap(change.attribute.front().value);
     }
     Attribute& attribute = *found->second;
-    attribute.encoding = line.encoding;
-    attribute.value = line.value;
-    if (line.persistence != Persistence::Unsaid) {
-        attribute.persistent = line.persistence == Persistence::Kept;
+    if (change.persistence != Persistence::Unsaid) {
+        attribute.persistent = change.persistence == Persistence::Kept;
     }
     m_textSize += attribute.TextSize();
-    Append(result.changes, attribute);
+    Append(told, attribute);
 }
 
-void Object::Delete(std::string_view name, ApplyResult& result) {
+void Object::Delete(std::string_view name, std::string& told) noexcept {
     const auto found = m_byName.find(name);
     if (found == m_byName.end()) {
         return;
     }
-    result.changes.append("-").append(name).append("\n");
+    told.append("-").append(name).append("\n");
     const Attributes::iterator attribute = found->second;
     m_textSize -= attribute->TextSize();
     m_byName.erase(found);
     m_attributes.erase(attribute);
 }
 
-void Object::Truncate() {
-    m_byName.clear();
+void Object::Truncate() noexcept {
+    Index().swap(m_byName);
     m_attributes.clear();
     m_textSize = 0;
+}
+
+void Object::Reset() noexcept {
+    Truncate();
+    m_persistent = true;
+    m_notPersistentByOption = false;
 }
 
 void Object::Append(std::string& text, const Attribute& attribute) {
@@ -125,19 +153,29 @@ void Object::Append(std::string& text, const Attribute& attribute) {
 }
 
 std::string Object::Head(std::string_view mark) const {
-    return std::string(mark).append(m_persistent ? "@" : "[n]@").append(m_name).append("\n");
-}
-
-std::string Object::State() const {
-    std::string text = Head();
-    for (const Attribute& attribute : m_attributes) {
-        Append(text, attribute);
-    }
+    std::string text;
+    AppendHead(text, mark);
     return text;
 }
 
-std::string Object::Lines(const std::vector<std::string>& names) const {
+void Object::AppendHead(std::string& text, std::string_view mark) const {
+    text.append(mark).append(m_persistent ? "@" : "[n]@").append(m_name).append("\n");
+}
+
+std::string Object::State() const {
     std::string text;
+    AppendState(text);
+    return text;
+}
+
+void Object::AppendState(std::string& text) const {
+    AppendHead(text);
+    for (const Attribute& attribute : m_attributes) {
+        Append(text, attribute);
+    }
+}
+
+void Object::AppendLines(std::string& text, const std::list<std::string>& names) const {
     for (const std::string& name : names) {
         const auto found = m_byName.find(name);
         if (found != m_byName.end()) {
@@ -146,20 +184,18 @@ std::string Object::Lines(const std::vector<std::string>& names) const {
             text.append("-").append(name).append("\n");
         }
     }
-    return text;
 }
 
-std::string Object::PersistentState() const {
+void Object::AppendPersistentState(std::string& text) const {
     if (m_notPersistentByOption || !m_persistent) {
-        return {};
+        return;
     }
-    std::string text = Head();
+    AppendHead(text);
     for (const Attribute& attribute : m_attributes) {
         if (attribute.persistent) {
             Append(text, attribute);
         }
     }
-    return text;
 }
 
 } // namespace pps

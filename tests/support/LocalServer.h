@@ -27,7 +27,7 @@ public:
 
 private:
     UniqueFd m_stop;
-    Server m_server;
+    ppsd::Server m_server;
     std::thread m_thread;
 };
 

@@ -3,54 +3,79 @@
 
 #include <cstddef>
 #include <deque>
+#include <list>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_set>
-#include <vector>
 
 #include "platform/pps/Object.h"
+
+namespace ppsd {
 
 /// A packet, shared by all subscribers it waits for.
 using Packet = std::shared_ptr<const std::string>;
 
-/// What a subscriber has not taken yet. A delta subscriber's packets are kept in order up to a bound;
-/// past it they are merged to the newest value of each attribute. A subscriber of whole states needs
-/// the newest one only. Not thread-safe.
+/// What a subscriber has not taken yet. A delta subscriber's packets are kept in order up to a bound; past it they
+/// are merged to the newest value of each attribute, and where even their names are too many, or memory runs out,
+/// the whole state is told again. A subscriber of whole states needs the newest one only. Not thread-safe.
 class Backlog {
 public:
     /// Packets of more bytes than this are merged.
     static constexpr std::size_t kMaxBytes = 256U * 1024U;
-    /// Where the names of merged attributes take more bytes than this, the whole state is told anew.
+    /// Where the names of merged attributes take more bytes than this, the whole state is told again.
     static constexpr std::size_t kMaxNameBytes = 40U * 1024U;
 
-    bool Empty() const { return m_packets.empty() && !m_merging && !m_stateDue; }
+    bool Empty() const noexcept { return m_packets.empty() && !m_merging && !m_stateDue; }
 
     /// Adds one group of a delta subscriber.
-    void Add(Packet group);
+    ///
+    /// @param limit Cost() does not grow beyond so many bytes
+    void Add(const Packet& group, std::size_t limit = pps::kUnlimited) noexcept;
+
+    /// Notes that a delta subscriber missed a group that could not be made.
+    ///
+    /// @param mark how the group would have begun: '+', '-', '#', or anything else for a plain change
+    void Lose(char mark) noexcept;
 
     /// Notes that a subscriber of whole states has a new one to take.
-    void AddState() { m_stateDue = true; }
+    void AddState() noexcept { m_stateDue = true; }
 
-    /// The next packet to send, made from the object as it is now where changes were merged.
-    /// Only when not Empty(). The same packet comes back until it is taken.
-    Packet Next(const pps::Object& object) const;
+    /// The next packet to send, made from the object as it is now where changes were merged. Only when not Empty().
+    /// The same packet comes back until it is taken.
+    ///
+    /// @param scratch holds the packet where it has to be made; its memory suffices for the largest packet
+    std::string_view Next(const pps::Object& object, std::string& scratch) const;
 
     /// Takes away what Next() gave.
-    void Taken();
+    void Taken() noexcept;
+
+    /// About so many bytes of memory it takes; a shared packet counts whole for everyone it waits for.
+    std::size_t Cost() const noexcept { return m_bytes + m_packets.size() * kPacketCost + NameCost(); }
 
 private:
-    void MergeNames(std::string_view group);
+    static constexpr std::size_t kPacketCost = 96;
+    static constexpr std::size_t kNameCost = 128;
+
+    std::size_t NameCost() const noexcept { return m_nameBytes + m_names.size() * kNameCost; }
+    bool Keep(const Packet& group, std::size_t limit);
+    void Note(char mark) noexcept;
+    void Merge(std::string_view group, std::size_t limit);
+    void TellAll() noexcept;
+    void ClearPackets() noexcept;
+    void ClearNames() noexcept;
 
     std::deque<Packet> m_packets;
     std::size_t m_bytes = 0;
     bool m_stateDue = false;
     bool m_merging = false;
-    bool m_resync = false;  // deletions that nobody can name any more
-    bool m_deleted = false; // the object was deleted meanwhile, and not made anew
-    std::vector<std::string> m_names;
-    std::unordered_set<std::string> m_known;
+    bool m_resync = false;  // the whole state is to be told again
+    bool m_deleted = false; // the object was deleted meanwhile, and not made again
+    std::list<std::string> m_names;
+    std::unordered_set<std::string_view> m_known; // points into m_names
     std::size_t m_nameBytes = 0;
 };
+
+} // namespace ppsd
 
 #endif

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+namespace ppsd {
+
 namespace {
 
 constexpr std::string_view kDirectory = "/pps/";
@@ -33,69 +35,82 @@ bool ObjectTree::IsPath(std::string_view path) {
     }
 }
 
-Node* ObjectTree::Find(const std::string& path, bool create) {
+Node* ObjectTree::Find(std::string_view path) const {
     const auto found = m_nodes.find(path);
-    if (found != m_nodes.end()) {
-        return found->second.get();
-    }
-    if (!create || m_nodes.size() >= kMaxObjects) {
-        return nullptr;
-    }
-    auto node = std::make_unique<Node>(path, path.substr(path.rfind('/') + 1));
-    return m_nodes.emplace(path, std::move(node)).first->second.get();
+    return found == m_nodes.end() ? nullptr : found->second.get();
 }
 
-void ObjectTree::DropIfUnused(const Node* node) {
+Node& ObjectTree::Reach(std::string_view path) {
+    if (Node* node = Find(path)) {
+        return *node;
+    }
+    auto node = std::make_unique<Node>(std::string(path), std::string(path.substr(path.rfind('/') + 1)));
+    return *m_nodes.emplace(path, std::move(node)).first->second;
+}
+
+/// What a node takes in memory beside its attributes: itself, its name and its path in two places.
+std::size_t ObjectTree::BaseBytes(const Node& node) noexcept {
+    return sizeof(Node) + 3 * node.path.size();
+}
+
+bool ObjectTree::HasRoom(const Node& node, uid_t owner) const noexcept {
+    return m_quota.Room(owner, Bound::Objects) > 0 && m_quota.Room(owner, Bound::Bytes) >= BaseBytes(node);
+}
+
+bool ObjectTree::Make(Node& node, const Permissions& permissions) {
+    if (!HasRoom(node, permissions.owner) || !m_quota.Take(permissions.owner, Bound::Objects, 1)) {
+        return false;
+    }
+    node.exists = true;
+    node.permissions = permissions;
+    Charge(node);
+    return true;
+}
+
+/// Charges the owner of an existing object for what it takes now.
+void ObjectTree::Charge(Node& node) noexcept {
+    const std::size_t bytes = BaseBytes(node) + node.object.Footprint();
+    m_quota.Change(node.permissions.owner, Bound::Bytes, node.charged, bytes);
+    node.charged = bytes;
+}
+
+pps::ApplyResult ObjectTree::Apply(Node& node, std::string_view text, uid_t writer) {
+    const std::size_t left = m_quota.Room(node.exists ? node.permissions.owner : writer, Bound::Bytes);
+    const std::size_t base = node.exists ? 0 : BaseBytes(node);
+    pps::ApplyResult result = node.object.Apply(text, left - std::min(left, base));
+    if (node.exists && result.error.empty()) {
+        Charge(node);
+    }
+    return result;
+}
+
+void ObjectTree::Truncate(Node& node) noexcept {
+    node.object.Truncate();
+    if (node.exists) {
+        Charge(node);
+    }
+}
+
+void ObjectTree::Delete(Node& node) noexcept {
+    node.exists = false;
+    node.object.Reset();
+    m_quota.Give(node.permissions.owner, Bound::Bytes, node.charged);
+    m_quota.Give(node.permissions.owner, Bound::Objects, 1);
+    node.charged = 0;
+}
+
+void ObjectTree::DropIfUnused(const Node* node) noexcept {
     if (!node->exists && node->clients.empty()) {
         m_nodes.erase(m_nodes.find(node->path));
     }
 }
 
-std::vector<std::string> ObjectTree::Paths() const {
-    std::vector<std::string> paths;
-    for (const auto& [path, node] : m_nodes) {
-        if (node->exists) {
-            paths.push_back(path);
+void ObjectTree::ForEachAfter(std::string_view path, const std::function<bool(const Node&)>& take) const {
+    for (auto at = m_nodes.upper_bound(path); at != m_nodes.end(); ++at) {
+        if (at->second->exists && !take(*at->second)) {
+            return;
         }
     }
-    return paths;
 }
 
-std::string ObjectTree::PersistentText() const {
-    std::string text;
-    for (const auto& [path, node] : m_nodes) {
-        const std::string state = node->exists ? node->object.PersistentState() : std::string();
-        if (!state.empty()) {
-            text.append(path).append("\n").append(state);
-        }
-    }
-    return text;
-}
-
-std::vector<std::string> ObjectTree::Load(std::string_view text) {
-    std::vector<std::string> complaints;
-    while (!text.empty()) {
-        // An object reaches up to the next line that begins a path; no line of an object does.
-        const std::size_t next = text.find("\n/");
-        const std::string_view entry = text.substr(0, next);
-        text.remove_prefix(next == std::string_view::npos ? text.size() : next + 1);
-        const std::string path(entry.substr(0, entry.find('\n')));
-        Node* node = IsPath(path) ? Find(path, true) : nullptr;
-        std::string error = node == nullptr ? "not an object's path" : "";
-        std::string_view lines = entry.substr(std::min(path.size() + 1, entry.size()));
-        while (error.empty() && !lines.empty()) {
-            // Line by line, since the object may be larger than one write.
-            const std::string_view rest = lines;
-            const std::size_t end = rest.find('\n');
-            error = node->object.Apply(rest.substr(0, end)).error;
-            lines.remove_prefix(end == std::string_view::npos ? lines.size() : end + 1);
-        }
-        if (node != nullptr) {
-            node->exists = true;
-        }
-        if (!error.empty()) {
-            complaints.push_back(std::string(path).append(": ").append(error));
-        }
-    }
-    return complaints;
-}
+} // namespace ppsd

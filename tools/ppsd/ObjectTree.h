@@ -1,6 +1,7 @@
 #ifndef TLG_TOOLS_PPSD_OBJECTTREE_H
 #define TLG_TOOLS_PPSD_OBJECTTREE_H
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -8,6 +9,10 @@
 #include <vector>
 
 #include "platform/pps/Object.h"
+#include "tools/ppsd/Permissions.h"
+#include "tools/ppsd/Quota.h"
+
+namespace ppsd {
 
 struct Client;
 
@@ -19,35 +24,56 @@ struct Node {
     std::string path;
     pps::Object object;
     bool exists = false;
+    Permissions permissions; ///< while it exists, and afterwards those it had
+    std::size_t charged = 0; ///< the bytes that its owner is charged for
     std::vector<Client*> clients;
 };
 
-/// All objects by their path. Not thread-safe.
+/// All objects by their path. What they take is charged to their owners. Not thread-safe.
 class ObjectTree {
 public:
-    static constexpr std::size_t kMaxObjects = 4096;
+    /// @param quota who has taken how much; outlives the tree
+    explicit ObjectTree(Quota& quota) : m_quota(quota) {}
 
     /// Whether @p path can name an object: "/pps/" and components of letters, digits, "_", "-", ".",
     /// none of which begins with a dot.
     static bool IsPath(std::string_view path);
 
-    /// The node at the path, made where @p create; null where there is none or no room.
-    Node* Find(const std::string& path, bool create);
+    /// The node at the path; null where there is none.
+    Node* Find(std::string_view path) const;
+
+    /// The node at the path, made where it is missing.
+    Node& Reach(std::string_view path);
+
+    /// Whether the user may have an object more at that node.
+    bool HasRoom(const Node& node, uid_t owner) const noexcept;
+
+    /// Makes an object of the node, charged to its owner. False where that one has no room.
+    bool Make(Node& node, const Permissions& permissions);
+
+    /// Applies a write. What it adds has to fit into the room of the object's owner, or into that of @p writer where
+    /// the object is still to be made.
+    pps::ApplyResult Apply(Node& node, std::string_view text, uid_t writer);
+
+    void Truncate(Node& node) noexcept;
+
+    /// The object no longer exists, its node does.
+    void Delete(Node& node) noexcept;
 
     /// Drops the node if it neither exists as an object nor is open.
-    void DropIfUnused(const Node* node);
+    void DropIfUnused(const Node* node) noexcept;
 
-    /// Paths of the existing objects, in order.
-    std::vector<std::string> Paths() const;
-
-    /// What survives a restart, as text: for each object its path on a line, then its own text.
-    std::string PersistentText() const;
-
-    /// Takes the text of PersistentText() in; returns a line for each object that is not well-formed.
-    std::vector<std::string> Load(std::string_view text);
+    /// Existing objects with a path after @p path, in order, as long as @p take returns true.
+    void ForEachAfter(std::string_view path, const std::function<bool(const Node&)>& take) const;
 
 private:
-    std::map<std::string, std::unique_ptr<Node>> m_nodes;
+    static std::size_t BaseBytes(const Node& node) noexcept;
+    void Charge(Node& node) noexcept;
+
+    Quota& m_quota;
+    std::map<std::string, std::unique_ptr<Node>, std::less<>> m_nodes;
 };
+
+} // namespace ppsd
 
 #endif

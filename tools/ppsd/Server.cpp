@@ -1,18 +1,19 @@
 #include "tools/ppsd/Server.h"
 
-#include <poll.h>
-#include <sys/socket.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <new>
 
 #include "platform/host/Root.h"
+#include "tools/ppsd/Report.h"
+#include "tools/ppsd/SavedFile.h"
+
+namespace ppsd {
 
 namespace {
 
@@ -20,35 +21,33 @@ constexpr std::string_view kSavedObjects = "/var/pps/objects";
 constexpr std::uint64_t kListenerId = ~std::uint64_t{0};
 constexpr std::uint64_t kStopId = kListenerId - 1;
 
-/// So many packets of one client are handled before the others have their turn.
-constexpr int kPacketsPerTurn = 256;
-constexpr int kLastTurns = 10000;
+/// After so much work for one client, in the broker's measure, or so many packets, the others have their turn.
+constexpr std::uint64_t kTurnWork = 64U * 1024U;
+constexpr int kTurnPackets = 64;
+constexpr int kNewcomersPerTurn = 64;
+/// Within so many turns everything is handled that clients had written before the end.
+constexpr int kLastTurns = 2000;
 constexpr int kAcceptRetryMs = 1000;
 
-void Report(std::string_view subject, std::string_view text) {
-    // Nobody who leaves standard error unread holds the server up.
-    pollfd standardError{STDERR_FILENO, POLLOUT, 0};
-    if (::poll(&standardError, 1, 0) <= 0) {
-        return;
+/// Raises the limit of descriptors as far as the server can use them, and returns it.
+std::size_t DescriptorLimit() {
+    constexpr rlim_t kUseful = 4096;
+    rlimit limit{};
+    if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) {
+        return kUseful;
     }
-    std::fprintf(stderr, "ppsd: %.*s: %.*s\n", static_cast<int>(subject.size()), subject.data(),
-                 static_cast<int>(text.size()), text.data());
-}
-
-host::PpsReply Refusal(int error, std::string reason = {}) {
-    return {error, reason.empty() ? std::strerror(error) : std::move(reason)};
-}
-
-/// Takes "word " off the front; false when the text does not begin with it.
-bool TakeWord(std::string_view& text, std::string_view word) {
-    if (text.substr(0, word.size()) != word) {
-        return false;
+    if (limit.rlim_cur < kUseful && limit.rlim_cur < limit.rlim_max) {
+        limit.rlim_cur = std::min(limit.rlim_max, kUseful);
+        ::setrlimit(RLIMIT_NOFILE, &limit);
+        ::getrlimit(RLIMIT_NOFILE, &limit);
     }
-    text.remove_prefix(word.size());
-    return true;
+    return static_cast<std::size_t>(std::min(limit.rlim_cur, kUseful));
 }
 
 } // namespace
+
+Server::Server(const ServerOptions& options)
+    : m_options(options), m_broker(LimitsWith(DescriptorLimit()), ::geteuid(), options.umask) {}
 
 bool Server::Start(std::string& error) {
     const std::string socket = host::BelowRoot(host::kPpsSocket);
@@ -59,29 +58,28 @@ bool Server::Start(std::string& error) {
         return false;
     }
     m_receiveBuffer.resize(pps::kMaxWrite + 1);
+    TakeSpares();
+    return Load(error);
+}
+
+bool Server::Load(std::string& error) {
+    constexpr mode_t kEverybody = 0666;
     const std::string saved = host::BelowRoot(kSavedObjects);
-    std::error_code unknown;
-    const bool isThere = std::filesystem::exists(saved, unknown);
-    std::ifstream file(saved, std::ios::binary);
-    if (isThere && (!file || !std::filesystem::is_regular_file(saved, unknown))) {
-        error = "cannot read " + saved;
-        return false;
-    }
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    for (const std::string& complaint : m_tree.Load(text)) {
-        Report(kSavedObjects, complaint);
-    }
-    return true;
+    ObjectLoader loader(m_broker.Tree(), {::geteuid(), ::getegid(), kEverybody},
+                        [&](std::string_view complaint) { Report(saved, complaint); });
+    const std::string reason = LoadFromFile(saved, loader);
+    error = reason.empty() ? "" : "cannot read " + saved + ": " + reason;
+    return reason.empty();
 }
 
 bool Server::Run(int stopFd) {
     using Clock = std::chrono::steady_clock;
     m_epoll.Add(stopFd, EPOLLIN, kStopId);
-    auto nextSave = Clock::now() + m_saveInterval;
+    auto nextSave = Clock::now() + m_options.saveInterval;
     while (!Turn(TimeoutMs(nextSave - Clock::now())).stop) {
-        if (m_saveInterval.count() > 0 && Clock::now() >= nextSave) {
+        if (m_options.saveInterval.count() > 0 && Clock::now() >= nextSave) {
             Save();
-            nextSave = Clock::now() + m_saveInterval;
+            nextSave = Clock::now() + m_options.saveInterval;
         }
     }
     // What was written before the end is applied before the end.
@@ -89,19 +87,19 @@ bool Server::Run(int stopFd) {
     m_epoll.Remove(m_listener.Fd());
     for (int i = 0; i < kLastTurns && Turn(0).served; ++i) {
     }
-    m_clients.clear();
+    while (!m_connections.empty()) {
+        Drop(m_connections.begin()->first);
+    }
     return Save();
 }
 
 int Server::TimeoutMs(std::chrono::steady_clock::duration untilSave) const {
-    if (!m_accepting) {
-        return kAcceptRetryMs;
-    }
-    if (m_saveInterval.count() == 0) {
-        return -1;
+    if (m_options.saveInterval.count() == 0) {
+        return m_accepting ? -1 : kAcceptRetryMs;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(untilSave).count();
-    return static_cast<int>(std::max<decltype(left)>(left, 0));
+    const auto wait = std::max<decltype(left)>(left, 0);
+    return static_cast<int>(m_accepting ? wait : std::min<decltype(wait)>(wait, kAcceptRetryMs));
 }
 
 /// Waits for events and handles them.
@@ -118,269 +116,131 @@ Server::TurnResult Server::Turn(int timeoutMs) {
         }
     });
     if (newcomers && !result.stop) {
-        AcceptAll();
+        AcceptNewcomers();
     }
     return result;
 }
 
-void Server::AcceptAll() {
-    while (UniqueFd connection = m_listener.Accept()) {
-        const int fd = connection.Get();
-        const auto id = static_cast<std::uint64_t>(fd);
-        if (m_epoll.Add(fd, EPOLLIN, id)) {
-            m_clients[id] = std::make_unique<Client>(std::move(connection));
+void Server::AcceptNewcomers() {
+    for (int i = 0; i < kNewcomersPerTurn; ++i) {
+        UniqueFd socket = m_listener.Accept();
+        if (!socket) {
+            NoteRoom(errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM, errno);
+            return;
+        }
+        try {
+            Accept(std::move(socket));
+        } catch (const std::bad_alloc&) {
+            Report("accept", "a newcomer is sent away: no memory");
         }
     }
-    const bool isFull = errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+}
+
+/// Newcomers wait where there is no room for them, which is looked for now and then.
+void Server::NoteRoom(bool isFull, int reason) {
     if (isFull == m_accepting) {
-        // Newcomers wait until there is room, which is looked for now and then.
         m_accepting = !isFull;
         m_epoll.Modify(m_listener.Fd(), m_accepting ? std::uint32_t{EPOLLIN} : 0U, kListenerId);
-        Report("accept", m_accepting ? "there is room again" : std::strerror(errno));
+        Report("accept", m_accepting ? "there is room again" : std::strerror(reason));
+    }
+}
+
+void Server::Accept(UniqueFd socket) {
+    std::optional<Identity> who = PeerOf(socket.Get());
+    if (!who) {
+        Report("accept", std::strerror(errno));
+        return;
+    }
+    auto connection = std::make_unique<Connection>(std::move(socket), std::move(*who), m_epoll);
+    if (!m_broker.Admit(connection->Client())) {
+        connection->Send(host::Render({ENOSPC, "the user has too many connections"}));
+        return;
+    }
+    // What has been admitted is in the map, from which alone it is removed.
+    Connection& admitted = *connection;
+    try {
+        m_connections[admitted.Id()] = std::move(connection);
+    } catch (const std::bad_alloc&) {
+        m_broker.Remove(admitted.Client());
+        throw;
+    }
+    if (!m_epoll.Add(admitted.Fd(), EPOLLIN, admitted.Id())) {
+        Report("accept", std::strerror(errno));
+        Drop(admitted.Id());
     }
 }
 
 void Server::Handle(std::uint64_t id, std::uint32_t events) {
-    const auto found = m_clients.find(id);
-    if (found == m_clients.end()) {
+    const auto found = m_connections.find(id);
+    if (found == m_connections.end()) {
         return;
     }
-    Client& client = *found->second;
+    Connection& connection = *found->second;
     if ((events & EPOLLOUT) != 0) {
-        Flush(client);
+        m_broker.Flush(connection.Client());
     }
-    bool hungUp = (events & (EPOLLHUP | EPOLLERR)) != 0;
-    for (int i = 0; i < kPacketsPerTurn; ++i) {
-        const ssize_t length =
-            ::recv(client.connection.Get(), m_receiveBuffer.data(), m_receiveBuffer.size(), MSG_DONTWAIT | MSG_TRUNC);
-        if (length < 0 && errno == ECONNRESET) {
-            // The client ended without reading everything; what it wrote before is still to be had.
-            hungUp = true;
-            continue;
+    try {
+        if (Receive(connection, (events & (EPOLLHUP | EPOLLERR)) != 0)) {
+            return;
         }
-        if (length < 0) {
-            if (errno != EAGAIN && errno != EINTR) {
-                Drop(id);
+    } catch (const std::bad_alloc&) {
+        Report("a client is dropped", std::strerror(ENOMEM));
+    }
+    Drop(id);
+}
+
+/// Handles what a client wrote, up to the end of its turn. False when the connection is to end.
+bool Server::Receive(Connection& connection, bool hungUp) {
+    const std::uint64_t end = m_broker.Work() + kTurnWork;
+    for (int i = 0; i < kTurnPackets && m_broker.Work() < end; ++i) {
+        std::string_view packet;
+        switch (connection.Receive(m_receiveBuffer, packet, hungUp)) {
+        case Connection::Received::Taken:
+            if (!m_broker.Receive(connection.Client(), packet)) {
+                return false;
             }
-            return;
-        }
-        if (length == 0 && hungUp) {
-            Drop(id);
-            return;
-        }
-        if (length == 0) {
-            // Either the end or an empty packet, which asks for nothing. The kernel may say "end" when a last packet
-            // and the end come at this very moment: then the packet is there, and is read next.
-            pollfd state{client.connection.Get(), POLLRDHUP, 0};
-            hungUp = ::poll(&state, 1, 0) > 0 && state.revents != 0;
-            continue;
-        }
-        const auto size = std::min(static_cast<std::size_t>(length), m_receiveBuffer.size());
-        if (!Receive(client, {m_receiveBuffer.data(), size})) {
-            Drop(id);
-            return;
-        }
-    }
-}
-
-/// Handles one packet; false when the connection is to end.
-bool Server::Receive(Client& client, std::string_view packet) {
-    if (client.node == nullptr) {
-        return Request(client, packet);
-    }
-    Write(client, packet);
-    return true;
-}
-
-bool Server::Request(Client& client, std::string_view request) {
-    if (TakeWord(request, "open ")) {
-        const host::PpsReply reply = OpenObject(client, request);
-        if (!Reply(client, reply) || reply.error != 0) {
+            break;
+        case Connection::Received::Empty:
+            break;
+        case Connection::Received::Nothing:
+            return true;
+        case Connection::Received::End:
             return false;
         }
-        if (client.reads) {
-            client.delta ? client.backlog.Add(std::make_shared<const std::string>(client.node->object.State()))
-                         : client.backlog.AddState();
-            Flush(client);
-        }
-        return true;
     }
-    if (TakeWord(request, "list ")) {
-        List(client, request);
-    } else if (TakeWord(request, "delete ")) {
-        Reply(client, DeleteObject(request));
-    } else {
-        Reply(client, Refusal(EPROTO, "unknown request"));
-    }
-    return false;
-}
-
-host::PpsReply Server::OpenObject(Client& client, std::string_view request) {
-    namespace flags = host::target_flags;
-    int oflag = 0;
-    std::from_chars(request.data(), request.data() + request.size(), oflag);
-    std::string_view path = request.substr(std::min(request.find(' ') + 1, request.size()));
-    const host::PpsOptions options = host::SplitOptions(path);
-    if (!ObjectTree::IsPath(path)) {
-        return Refusal(EINVAL, "not an object's path");
-    }
-    Node* node = m_tree.Find(std::string(path), (oflag & flags::kCreate) != 0);
-    if (node == nullptr) {
-        return (oflag & flags::kCreate) != 0 ? Refusal(ENOSPC) : Refusal(ENOENT);
-    }
-    if (!node->exists && (oflag & flags::kCreate) == 0) {
-        return Refusal(ENOENT);
-    }
-    if (!node->exists && !options.acknowledge) {
-        // With acknowledgements it is made by the first write that is not refused.
-        node->exists = true;
-        Publish(*node, node->object.Head("+"), nullptr);
-    }
-    const int access = oflag & flags::kAccessMask;
-    client.node = node;
-    client.reads = access != flags::kWriteOnly && !options.acknowledge;
-    client.writes = access != flags::kReadOnly;
-    client.delta = options.delta;
-    client.acknowledge = options.acknowledge;
-    if (options.notPersistent) {
-        node->object.SetNotPersistent();
-    }
-    if (client.writes && (oflag & flags::kTruncate) != 0) {
-        node->object.Truncate();
-        Publish(*node, node->object.Head("#"), nullptr);
-    }
-    node->clients.push_back(&client);
-    return {};
-}
-
-host::PpsReply Server::DeleteObject(std::string_view path) {
-    Node* node = m_tree.Find(std::string(path), false);
-    if (node == nullptr || !node->exists) {
-        return Refusal(ENOENT);
-    }
-    node->exists = false;
-    node->object.Truncate();
-    Publish(*node, node->object.Head("-"), nullptr);
-    m_tree.DropIfUnused(node);
-    return {};
-}
-
-void Server::List(Client& client, std::string_view behind) {
-    std::string packet;
-    for (const std::string& path : m_tree.Paths()) {
-        if (packet.size() + path.size() >= pps::kMaxWrite) {
-            break;
-        }
-        if (path > behind) {
-            packet.append(path).append("\n");
-        }
-    }
-    if (Reply(client, {}) && !packet.empty()) {
-        ::send(client.connection.Get(), packet.data(), packet.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    }
-}
-
-void Server::Write(Client& client, std::string_view text) {
-    Node& node = *client.node;
-    host::PpsReply reply;
-    if (!client.writes) {
-        reply = Refusal(EBADF, "not open for writing");
-    } else {
-        const pps::ApplyResult result = node.object.Apply(text);
-        if (!result.error.empty()) {
-            reply = Refusal(text.size() > pps::kMaxWrite ? EMSGSIZE : EINVAL, result.error);
-        } else {
-            if (!node.exists) {
-                node.exists = true;
-                Publish(node, node.object.Head("+"), nullptr);
-            }
-            if (!result.changes.empty()) {
-                Publish(node, node.object.Head() + result.changes, &client);
-            }
-        }
-    }
-    if (reply.error != 0) {
-        Report(node.path, "write refused: " + reply.reason);
-    }
-    if (client.acknowledge) {
-        Reply(client, reply);
-    }
-}
-
-void Server::Publish(const Node& node, const std::string& group, const Client* writer) {
-    Packet shared;
-    for (Client* client : node.clients) {
-        if (client == writer || !client->reads) {
-            continue;
-        }
-        if (client->delta || group[0] == '-') {
-            if (!shared) {
-                shared = std::make_shared<const std::string>(group);
-            }
-            client->backlog.Add(shared);
-        } else {
-            client->backlog.AddState();
-        }
-        if (!client->waitsForRoom) {
-            Flush(*client);
-        }
-    }
-}
-
-bool Server::Reply(Client& client, const host::PpsReply& reply) const {
-    const std::string text = host::Render(reply);
-    return ::send(client.connection.Get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT) >= 0;
-}
-
-/// Sends what the client has room for. A connection that broke is dropped when its end is seen.
-void Server::Flush(Client& client) {
-    while (!client.backlog.Empty()) {
-        const Packet packet = client.backlog.Next(client.node->object);
-        const ssize_t sent =
-            ::send(client.connection.Get(), packet->data(), packet->size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-        if (sent < 0 && (errno == EAGAIN || errno == EINTR || errno == ENOBUFS || errno == ENOMEM)) {
-            WatchForRoom(client, true);
-            return;
-        }
-        client.backlog.Taken();
-    }
-    WatchForRoom(client, false);
-}
-
-void Server::WatchForRoom(Client& client, bool watch) {
-    if (client.waitsForRoom != watch) {
-        const int fd = client.connection.Get();
-        m_epoll.Modify(fd, watch ? EPOLLIN | EPOLLOUT : EPOLLIN, static_cast<std::uint64_t>(fd));
-        client.waitsForRoom = watch;
-    }
+    return true;
 }
 
 void Server::Drop(std::uint64_t id) {
-    const auto found = m_clients.find(id);
-    Node* node = found->second->node;
-    if (node != nullptr) {
-        auto& clients = node->clients;
-        clients.erase(std::remove(clients.begin(), clients.end(), found->second.get()), clients.end());
-        m_tree.DropIfUnused(node);
-    }
-    m_clients.erase(found);
+    const auto found = m_connections.find(id);
+    m_broker.Remove(found->second->Client());
+    m_connections.erase(found);
 }
 
-/// Writes the persistent objects beside the old file and puts the new one in its place.
-bool Server::Save() const {
-    const std::filesystem::path path = host::BelowRoot(kSavedObjects);
-    const std::filesystem::path next = path.string() + ".new";
-    std::error_code error;
-    std::filesystem::create_directories(path.parent_path(), error);
-    std::ofstream file(next, std::ios::binary | std::ios::trunc);
-    file << m_tree.PersistentText();
-    file.close();
-    if (file) {
-        std::filesystem::rename(next, path, error);
+/// Holds descriptors that are given up while the objects are saved, so that clients can't take the last ones.
+void Server::TakeSpares() {
+    for (UniqueFd& spare : m_spares) {
+        spare.Reset(::fcntl(m_listener.Fd(), F_DUPFD_CLOEXEC, 0));
     }
-    if (!file || error) {
-        Report(path.string(), "cannot save the objects: " + (error ? error.message() : std::strerror(errno)));
-        return false;
-    }
-    return true;
 }
+
+bool Server::Save() {
+    for (UniqueFd& spare : m_spares) {
+        spare.Reset();
+    }
+    bool isSaved = false;
+    try {
+        const std::string path = host::BelowRoot(kSavedObjects);
+        const std::string reason = SaveToFile(path, m_broker.Tree());
+        isSaved = reason.empty();
+        if (!isSaved) {
+            Report(path, "cannot save the objects: " + reason);
+        }
+    } catch (const std::bad_alloc&) {
+        Report(kSavedObjects, "cannot save the objects: no memory");
+    }
+    TakeSpares();
+    return isSaved;
+}
+
+} // namespace ppsd

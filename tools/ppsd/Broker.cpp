@@ -1,0 +1,307 @@
+// How a packet of a client is handled:
+//
+//   no object yet     request -> judged -> refused, and the connection ends
+//                                       -> list or delete: answered, and the connection ends
+//                                       -> open: the client is attached to the object's node
+//   attached          write   -> refused, with an answer where the client wants one
+//                             -> applied -> told to the others: appended to each backlog, and sent as far as
+//                                           their connections have room
+//
+// Memory may run out anywhere up to the moment a write is applied; until then nothing has changed. Whatever comes
+// after that moment fails nobody: it takes no memory, or does without. A group that can't be made is noted as lost in
+// the backlogs, and its subscribers are told the whole state instead.
+//
+// An object may be deleted and made again by another user while clients have it open. What they are granted is
+// therefore judged again each time it is made.
+#include "tools/ppsd/Broker.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+#include "tools/ppsd/Report.h"
+
+namespace ppsd {
+
+namespace {
+
+/// What a packet costs beside its bytes, in the measure of Work().
+constexpr std::uint64_t kPacketWork = 512;
+
+host::PpsReply Refusal(int error, std::string reason = {}) {
+    return {error, reason.empty() ? std::strerror(error) : std::move(reason)};
+}
+
+/// Takes "word " off the front; false when the text does not begin with it.
+bool TakeWord(std::string_view& text, std::string_view word) {
+    if (text.substr(0, word.size()) != word) {
+        return false;
+    }
+    text.remove_prefix(word.size());
+    return true;
+}
+
+} // namespace
+
+Broker::Broker(const Limits& limits, uid_t own, mode_t umask) : m_quota(limits, own), m_tree(m_quota), m_umask(umask) {
+    m_scratch.reserve(host::kMaxPacket);
+}
+
+bool Broker::Admit(const Client& client) {
+    return m_quota.Take(client.identity.user, Bound::Connections, 1);
+}
+
+bool Broker::Receive(Client& client, std::string_view packet) {
+    m_work += packet.size() + kPacketWork;
+    if (client.node == nullptr) {
+        return Request(client, packet);
+    }
+    Write(client, packet);
+    return true;
+}
+
+bool Broker::Request(Client& client, std::string_view request) {
+    host::PpsReply reply;
+    if (request.size() > host::kMaxRequest) {
+        Reply(client, Refusal(EMSGSIZE, "too long a request"));
+    } else if (TakeWord(request, "open ")) {
+        const std::optional<host::PpsOpen> open = host::ParseOpen(request, reply);
+        reply = open ? Open(client, *open) : reply;
+        if (!Reply(client, reply) || reply.error != 0) {
+            return false;
+        }
+        if (client.granted.reads) {
+            client.delta ? Add(client, std::make_shared<const std::string>(client.node->object.State()), '@')
+                         : client.backlog.AddState();
+            Flush(client);
+        }
+        return true;
+    } else if (TakeWord(request, "list ")) {
+        List(client, request);
+    } else if (TakeWord(request, "delete ")) {
+        Reply(client, DeleteObject(client, request));
+    } else {
+        Reply(client, Refusal(EPROTO, "unknown request"));
+    }
+    return false;
+}
+
+/// Whether the client may open the node as it asks to.
+host::PpsReply Broker::Judge(const Client& client, const host::PpsOpen& open, const Node* node, Access needed) const {
+    namespace flags = host::target_flags;
+    const bool creates = (open.flags & flags::kCreate) != 0;
+    if (node == nullptr || !node->exists) {
+        return creates ? host::PpsReply() : Refusal(ENOENT);
+    }
+    if (creates && (open.flags & flags::kExclusive) != 0) {
+        return Refusal(EEXIST);
+    }
+    return Allows(node->permissions, client.identity, needed) ? host::PpsReply() : Refusal(EACCES);
+}
+
+host::PpsReply Broker::Open(Client& client, const host::PpsOpen& open) {
+    namespace flags = host::target_flags;
+    if (!ObjectTree::IsPath(open.path)) {
+        return Refusal(EINVAL, "not an object's path");
+    }
+    const int access = open.flags & flags::kAccessMask;
+    const bool truncates = (open.flags & flags::kTruncate) != 0;
+    client.asked = {access != flags::kWriteOnly, access != flags::kReadOnly};
+    host::PpsReply refusal =
+        Judge(client, open, m_tree.Find(open.path), {client.asked.reads, client.asked.writes || truncates});
+    if (refusal.error != 0) {
+        return refusal;
+    }
+    Attach(client, open);
+    Node& node = *client.node;
+    if (!node.exists && !m_tree.HasRoom(node, client.identity.user)) {
+        return Refusal(ENOSPC, "the user has too many objects, or too large ones");
+    }
+    if (!node.exists && !client.acknowledge) {
+        // With acknowledgements it is made by the first write that is not refused.
+        Make(node, client, &client);
+    } else if (node.exists && client.notPersistent && client.granted.writes) {
+        node.object.SetNotPersistent();
+    }
+    if (truncates && node.exists) {
+        m_tree.Truncate(node);
+        Publish(node, "#", {}, &client);
+    }
+    return {};
+}
+
+/// Puts the client to those who have the object open, with all that it asked for.
+void Broker::Attach(Client& client, const host::PpsOpen& open) {
+    Node& node = m_tree.Reach(open.path);
+    client.node = &node;
+    node.clients.push_back(&client);
+    client.asked.reads &= !open.options.acknowledge;
+    client.granted = client.asked;
+    client.mode = (open.flags & host::target_flags::kCreate) != 0 ? open.mode & ~m_umask : node.permissions.mode;
+    client.notPersistent = open.options.notPersistent;
+    client.delta = open.options.delta;
+    client.acknowledge = open.options.acknowledge;
+}
+
+/// Makes the object for a client whose user has room for it, and who therefore has an account.
+void Broker::Make(Node& node, Client& creator, const Client* untold) {
+    constexpr mode_t kPermissionBits = 0777;
+    const Permissions permissions{creator.identity.user, creator.identity.group, creator.mode & kPermissionBits};
+    if (!m_tree.Make(node, permissions)) {
+        return;
+    }
+    if (creator.notPersistent) {
+        node.object.SetNotPersistent();
+    }
+    for (Client* client : node.clients) {
+        const bool isCreator = client == &creator;
+        client->granted.reads =
+            client->asked.reads && (isCreator || Allows(permissions, client->identity, {true, false}));
+        client->granted.writes =
+            client->asked.writes && (isCreator || Allows(permissions, client->identity, {false, true}));
+    }
+    Publish(node, "+", {}, untold);
+}
+
+host::PpsReply Broker::DeleteObject(const Client& client, std::string_view path) {
+    Node* node = m_tree.Find(path);
+    if (node == nullptr || !node->exists) {
+        return Refusal(ENOENT);
+    }
+    if (!AllowsDeletion(node->permissions, client.identity)) {
+        return Refusal(EACCES);
+    }
+    m_tree.Delete(*node);
+    Publish(*node, "-", {}, nullptr);
+    m_tree.DropIfUnused(node);
+    return {};
+}
+
+void Broker::List(Client& client, std::string_view after) {
+    if (!Reply(client, {})) {
+        return;
+    }
+    m_scratch.clear();
+    m_tree.ForEachAfter(after, [this](const Node& node) {
+        if (m_scratch.size() + node.path.size() >= pps::kMaxWrite) {
+            return false;
+        }
+        m_scratch.append(node.path).append("\n");
+        return true;
+    });
+    if (!m_scratch.empty()) {
+        Send(client, m_scratch);
+    }
+}
+
+void Broker::Write(Client& client, std::string_view text) {
+    const host::PpsReply reply = ApplyWrite(client, text);
+    if (reply.error != 0) {
+        Report(client.node->path, "write refused: " + reply.reason);
+    }
+    if (client.acknowledge) {
+        Reply(client, reply);
+    }
+}
+
+host::PpsReply Broker::ApplyWrite(Client& client, std::string_view text) {
+    Node& node = *client.node;
+    if (!client.granted.writes) {
+        return client.asked.writes ? Refusal(EACCES) : Refusal(EBADF, "not open for writing");
+    }
+    if (!node.exists && !m_tree.HasRoom(node, client.identity.user)) {
+        return Refusal(ENOSPC, "the user has too many objects, or too large ones");
+    }
+    const pps::ApplyResult result = m_tree.Apply(node, text, client.identity.user);
+    if (!result.error.empty()) {
+        return Refusal(result.noRoom ? ENOSPC : text.size() > pps::kMaxWrite ? EMSGSIZE : EINVAL, result.error);
+    }
+    if (!node.exists) {
+        Make(node, client, nullptr);
+    }
+    if (!result.changes.empty()) {
+        Publish(node, {}, result.changes, &client);
+    }
+    return {};
+}
+
+void Broker::Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept {
+    const auto isTold = [writer](const Client* client) { return client != writer && client->granted.reads; };
+    Packet group;
+    if (std::any_of(node.clients.begin(), node.clients.end(), isTold)) {
+        try {
+            auto text = std::make_shared<std::string>(node.object.Head(mark));
+            text->append(changes);
+            group = std::move(text);
+        } catch (const std::bad_alloc&) {
+            // The backlogs note it as lost.
+        }
+    }
+    for (Client* client : node.clients) {
+        if (!isTold(client)) {
+            continue;
+        }
+        if (client->delta || mark == "-") {
+            Add(*client, group, mark.empty() ? '@' : mark[0]);
+        } else {
+            client->backlog.AddState();
+        }
+        if (!client->waitsForRoom) {
+            Flush(*client);
+        }
+    }
+}
+
+/// Adds a group to the client's backlog; without one it is noted as lost.
+void Broker::Add(Client& client, const Packet& group, char mark) noexcept {
+    const std::size_t before = client.backlog.Cost();
+    if (group) {
+        client.backlog.Add(group, before + m_quota.Room(client.identity.user, Bound::Backlog));
+    } else {
+        client.backlog.Lose(mark);
+    }
+    m_quota.Change(client.identity.user, Bound::Backlog, before, client.backlog.Cost());
+}
+
+bool Broker::Reply(Client& client, const host::PpsReply& reply) {
+    return Send(client, host::Render(reply)) == Channel::Sent::Yes;
+}
+
+Channel::Sent Broker::Send(Client& client, std::string_view packet) noexcept {
+    m_work += packet.size() + kPacketWork;
+    return client.channel.Send(packet);
+}
+
+void Broker::Flush(Client& client) noexcept {
+    while (!client.backlog.Empty()) {
+        if (Send(client, client.backlog.Next(client.node->object, m_scratch)) == Channel::Sent::NoRoom) {
+            WatchForRoom(client, true);
+            return;
+        }
+        const std::size_t before = client.backlog.Cost();
+        client.backlog.Taken();
+        m_quota.Change(client.identity.user, Bound::Backlog, before, client.backlog.Cost());
+    }
+    WatchForRoom(client, false);
+}
+
+void Broker::WatchForRoom(Client& client, bool watch) noexcept {
+    if (client.waitsForRoom != watch) {
+        client.channel.WatchForRoom(watch);
+        client.waitsForRoom = watch;
+    }
+}
+
+void Broker::Remove(Client& client) noexcept {
+    Node* node = client.node;
+    if (node != nullptr) {
+        auto& clients = node->clients;
+        clients.erase(std::remove(clients.begin(), clients.end(), &client), clients.end());
+        m_tree.DropIfUnused(node);
+    }
+    m_quota.Give(client.identity.user, Bound::Backlog, client.backlog.Cost());
+    m_quota.Give(client.identity.user, Bound::Connections, 1);
+}
+
+} // namespace ppsd

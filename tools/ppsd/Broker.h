@@ -1,0 +1,70 @@
+#ifndef TLG_TOOLS_PPSD_BROKER_H
+#define TLG_TOOLS_PPSD_BROKER_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "platform/host/PpsProtocol.h"
+#include "tools/ppsd/Client.h"
+#include "tools/ppsd/ObjectTree.h"
+#include "tools/ppsd/Quota.h"
+
+namespace ppsd {
+
+/// The objects, who may do what with them, and who is told of what: everything of the publish/subscribe service but
+/// sockets and files. Not thread-safe.
+class Broker {
+public:
+    /// @param own   the server's own user
+    /// @param umask the permissions that no new object gets
+    Broker(const Limits& limits, uid_t own, mode_t umask);
+
+    /// Admits a client; false when its user has too many. Whoever is admitted is to be removed.
+    bool Admit(const Client& client);
+
+    /// Handles one packet. False when the connection is to end. std::bad_alloc where there is no memory: then the
+    /// client is to be removed, all others are as they were.
+    bool Receive(Client& client, std::string_view packet);
+
+    /// Sends what the client has room for. A connection that broke is dropped when its end is seen.
+    void Flush(Client& client) noexcept;
+
+    /// Forgets an admitted client.
+    void Remove(Client& client) noexcept;
+
+    /// A measure of the work done so far, in bytes taken in and given out.
+    std::uint64_t Work() const noexcept { return m_work; }
+
+    ObjectTree& Tree() noexcept { return m_tree; }
+    const ObjectTree& Tree() const noexcept { return m_tree; }
+    const Quota& Usage() const noexcept { return m_quota; }
+
+private:
+    /// @param request a packet of a client that has no object open yet
+    bool Request(Client& client, std::string_view request);
+    host::PpsReply Open(Client& client, const host::PpsOpen& open);
+    host::PpsReply Judge(const Client& client, const host::PpsOpen& open, const Node* node, Access needed) const;
+    void Attach(Client& client, const host::PpsOpen& open);
+    host::PpsReply DeleteObject(const Client& client, std::string_view path);
+    void List(Client& client, std::string_view after);
+    void Write(Client& client, std::string_view text);
+    host::PpsReply ApplyWrite(Client& client, std::string_view text);
+    void Make(Node& node, Client& creator, const Client* untold);
+    /// Tells everybody but @p writer of a change.
+    void Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept;
+    void Add(Client& client, const Packet& group, char mark) noexcept;
+    bool Reply(Client& client, const host::PpsReply& reply);
+    Channel::Sent Send(Client& client, std::string_view packet) noexcept;
+    void WatchForRoom(Client& client, bool watch) noexcept;
+
+    Quota m_quota;
+    ObjectTree m_tree;
+    mode_t m_umask;
+    std::string m_scratch; // room for the largest packet, so that telling others needs no memory
+    std::uint64_t m_work = 0;
+};
+
+} // namespace ppsd
+
+#endif

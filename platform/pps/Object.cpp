@@ -82,7 +82,7 @@ ApplyResult Object::Apply(std::string_view text, std::size_t room) {
     Write write;
     result.error = Prepare(text, write);
     if (result.error.empty() && !Fits(write, room)) {
-        result.error = "more than the object can hold";
+        result.error = "more than the object or its owner may hold";
         result.noRoom = true;
     }
     if (!result.error.empty()) {

@@ -88,6 +88,13 @@ void Process::Type(const std::string& text) const {
     }
 }
 
+void Process::Limit(__rlimit_resource resource, rlim_t limit) const {
+    const rlimit both{limit, limit};
+    if (::prlimit(m_pid, resource, &both, nullptr) != 0) {
+        throw std::runtime_error("the limit can't be set");
+    }
+}
+
 void Process::Signal(int signal) const {
     ::kill(m_pid, signal);
 }

@@ -1,6 +1,7 @@
 #ifndef TLG_TESTS_SUPPORT_PROCESS_H
 #define TLG_TESTS_SUPPORT_PROCESS_H
 
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <condition_variable>
@@ -28,6 +29,9 @@ public:
 
     /// Writes to the program's standard input.
     void Type(const std::string& text) const;
+
+    /// Lowers a limit of the running program, for good.
+    void Limit(__rlimit_resource resource, rlim_t limit) const;
 
     /// Sends a signal and does not wait.
     void Signal(int signal) const;

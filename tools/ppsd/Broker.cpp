@@ -20,8 +20,6 @@
 #include <cstring>
 #include <new>
 
-#include "tools/ppsd/Report.h"
-
 namespace ppsd {
 
 namespace {
@@ -44,7 +42,8 @@ bool TakeWord(std::string_view& text, std::string_view word) {
 
 } // namespace
 
-Broker::Broker(const Limits& limits, uid_t own, mode_t umask) : m_quota(limits, own), m_tree(m_quota), m_umask(umask) {
+Broker::Broker(const Limits& limits, uid_t own, mode_t umask, Reporter report)
+    : m_quota(limits, own), m_tree(m_quota), m_umask(umask), m_report(report) {
     m_scratch.reserve(host::kMaxPacket);
 }
 
@@ -198,7 +197,7 @@ void Broker::List(Client& client, std::string_view after) {
 void Broker::Write(Client& client, std::string_view text) {
     const host::PpsReply reply = ApplyWrite(client, text);
     if (reply.error != 0) {
-        Report(client.node->path, "write refused: " + reply.reason);
+        m_report(client.node->path, "write refused: " + reply.reason);
     }
     if (client.acknowledge) {
         Reply(client, reply);

@@ -16,9 +16,12 @@ namespace ppsd {
 /// sockets and files. Not thread-safe.
 class Broker {
 public:
+    /// Takes what a person should see: what it is about, and a text.
+    using Reporter = void (*)(std::string_view, std::string_view) noexcept;
+
     /// @param own   the server's own user
     /// @param umask the permissions that no new object gets
-    Broker(const Limits& limits, uid_t own, mode_t umask);
+    Broker(const Limits& limits, uid_t own, mode_t umask, Reporter report);
 
     /// Admits a client; false when its user has too many. Whoever is admitted is to be removed.
     bool Admit(const Client& client);
@@ -61,6 +64,7 @@ private:
     Quota m_quota;
     ObjectTree m_tree;
     mode_t m_umask;
+    Reporter m_report;
     std::string m_scratch; // room for the largest packet, so that telling others needs no memory
     std::uint64_t m_work = 0;
 };

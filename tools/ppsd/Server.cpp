@@ -47,7 +47,7 @@ std::size_t DescriptorLimit() {
 } // namespace
 
 Server::Server(const ServerOptions& options)
-    : m_options(options), m_broker(LimitsWith(DescriptorLimit()), ::geteuid(), options.umask) {}
+    : m_options(options), m_broker(LimitsWith(DescriptorLimit()), ::geteuid(), options.umask, Report) {}
 
 bool Server::Start(std::string& error) {
     const std::string socket = host::BelowRoot(host::kPpsSocket);

@@ -1,0 +1,188 @@
+// What the PPS server stands: other users, greedy clients, and a system that runs out of room.
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+
+#include <cerrno>
+
+#include "platform/host/Root.h"
+#include "platform/host/UnixSocket.h"
+#include "tests/support/Chain.h"
+
+namespace {
+
+constexpr const char* kObject = "/pps/test/object";
+constexpr uid_t kNobody = 65534;
+
+/// Runs @p act as another user, on a thread whose credentials alone are changed.
+template <typename Act>
+void AsUser(uid_t user, Act act) {
+    std::thread([&] {
+        ASSERT_EQ(::syscall(SYS_setgroups, 0, nullptr), 0);
+        ASSERT_EQ(::syscall(SYS_setresgid, -1, user, -1), 0);
+        ASSERT_EQ(::syscall(SYS_setresuid, -1, user, -1), 0);
+        act();
+    }).join();
+}
+
+std::unique_ptr<Process> StartServer(const std::vector<std::string>& arguments = {}) {
+    auto server = std::make_unique<Process>("ppsd", arguments);
+    EXPECT_TRUE(server->WaitFor("ppsd: ready\n")) << server->Output();
+    return server;
+}
+
+std::string Content(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+TEST(PpsServerLimitsTest, OtherUsersHaveTheirOwnObjectsAndConnections) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "needs root, to become another user";
+    }
+    const TemporaryRoot root;
+    std::filesystem::permissions(root.Path(), std::filesystem::perms(0755));
+    auto server = StartServer({"--umask", "022"});
+    ASSERT_TRUE(WriteObject(kObject, "a::1"));
+    AsUser(kNobody, [] {
+        EXPECT_EQ(StateOf(kObject), "@object\na::1\n");
+        EXPECT_EQ(PpsObjectClient(kObject, PpsObjectClient::kCreate).Error(), EACCES);
+        host::PpsReply reply;
+        host::RequestOfPpsServer(std::string("delete ") + kObject, reply);
+        EXPECT_EQ(reply.error, EACCES);
+        const UniqueFd mine(::open("/pps/test/mine", 0x102, 0600));
+        EXPECT_TRUE(mine);
+        std::vector<UniqueFd> many;
+        while (UniqueFd one = host::OpenPpsObject("/pps/test/mine", PpsObjectClient::kReadOnly, reply)) {
+            many.push_back(std::move(one));
+            ASSERT_LT(many.size(), 1000U);
+        }
+        EXPECT_EQ(many.size(), 255U);
+        EXPECT_EQ(host::Render(reply), "error 28 the user has too many connections");
+        EXPECT_EQ(::open("/run/.ppsd.lock", 0), -1) << "who can open it could lock it";
+    });
+    AsUser(kNobody - 1, [] { EXPECT_EQ(PpsObjectClient("/pps/test/mine", 0).Error(), EACCES); });
+    EXPECT_EQ(server->Stop(SIGTERM), 0);
+    server = StartServer();
+    AsUser(kNobody - 1, [] { EXPECT_EQ(PpsObjectClient("/pps/test/mine", 0).Error(), EACCES) << "after a restart"; });
+    AsUser(kNobody, [] { EXPECT_EQ(StateOf("/pps/test/mine"), "@mine\n"); });
+}
+
+TEST(PpsServerLimitsTest, SavingAndLoadingFollowNoLink) {
+    const TemporaryRoot root;
+    const std::string victim = root.Path() + "/victim";
+    const std::string saved = root.Path() + "/var/pps/objects";
+    root.WriteFile("/victim", "/pps/stolen\n@stolen\n");
+    root.WriteFile("/var/pps/other", "");
+    std::filesystem::create_symlink(victim, saved);
+    std::filesystem::create_symlink(victim, saved + ".new");
+    const auto server = StartServer();
+    ASSERT_TRUE(WriteObject(kObject, "a::1"));
+    EXPECT_EQ(server->Stop(SIGTERM), 0) << server->Output();
+    EXPECT_EQ(Content(victim), "/pps/stolen\n@stolen\n");
+    EXPECT_FALSE(std::filesystem::is_symlink(saved));
+    EXPECT_EQ(Content(saved).find("stolen"), std::string::npos);
+    EXPECT_NE(Content(saved).find("@object\na::1\n"), std::string::npos);
+}
+
+TEST(PpsServerLimitsTest, AFullDiskLeavesTheFormerFile) {
+    const TemporaryRoot root;
+    root.WriteFile("/var/pps/objects", "/pps/former\n@former\nbro\x1b[31mken\na::1\n");
+    const std::string saved = root.Path() + "/var/pps/objects";
+    const std::string before = Content(saved);
+    const auto server = StartServer();
+    server->Limit(RLIMIT_FSIZE, 4096);
+    EXPECT_EQ(StateOf("/pps/former"), "@former\na::1\n");
+    ASSERT_TRUE(WriteObject(kObject, "a::" + std::string(10000, 'x')));
+    EXPECT_EQ(server->Stop(SIGTERM), 1);
+    EXPECT_EQ(server->Output(), "ppsd: " + saved + ": line 3: malformed line 'bro?[31mken'\nppsd: ready\nppsd: " +
+                                    saved + ": cannot save the objects: File too large\n");
+    EXPECT_EQ(Content(saved), before);
+    EXPECT_FALSE(std::filesystem::exists(saved + ".new"));
+}
+
+TEST(PpsServerLimitsTest, WithoutDescriptorsNewcomersWaitAndClientsAreServed) {
+    const TemporaryRoot root;
+    const auto server = StartServer({"--save", "1"});
+    server->Limit(RLIMIT_NOFILE, 16);
+    const PpsObjectClient client(std::string(kObject) + "?ack");
+    std::vector<UniqueFd> newcomers;
+    for (int i = 0; i < 30; ++i) {
+        newcomers.push_back(host::ConnectTo(host::BelowRoot(host::kPpsSocket)));
+        const std::string request = host::RenderOpen(PpsObjectClient::kCreate, 0600, kObject);
+        EXPECT_EQ(::send(newcomers.back().Get(), request.data(), request.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(request.size()));
+    }
+    EXPECT_TRUE(server->WaitFor("accept: Too many open files"));
+    EXPECT_TRUE(client.Write("a::1"));
+    EXPECT_EQ(client.Read(), "ok");
+    const std::string saved = root.Path() + "/var/pps/objects";
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kTestTimeoutMs);
+    while (Content(saved).find("a::1") == std::string::npos && std::chrono::steady_clock::now() < end) {
+        EXPECT_TRUE(client.Write("b::1"));
+        EXPECT_EQ(client.Read(), "ok");
+    }
+    EXPECT_NE(Content(saved).find("a::1"), std::string::npos) << "saved with descriptors of its own";
+    for (UniqueFd& newcomer : newcomers) {
+        pollfd answer{newcomer.Get(), POLLIN, 0};
+        EXPECT_EQ(::poll(&answer, 1, kTestTimeoutMs), 1);
+        std::string text;
+        EXPECT_TRUE(host::ReceivePacket(newcomer.Get(), text));
+        EXPECT_EQ(text, "ok");
+        newcomer.Reset();
+    }
+    EXPECT_EQ(server->Stop(SIGTERM), 0);
+    EXPECT_LE(Count(server->Output(), "Too many open files"), 30U);
+}
+
+TEST(PpsServerLimitsTest, WithoutMemoryClientsAreRefusedAndTheServerGoesOn) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs more address space than there is memory";
+#endif
+    const TemporaryRoot root;
+    const auto server = StartServer();
+    server->Limit(RLIMIT_AS, 40U << 20U);
+    const PpsObjectClient reader("/pps/test/0?delta");
+    std::string lines;
+    for (int i = 0; lines.size() < 60000; ++i) {
+        lines += "attribute" + std::to_string(i) + "::" + std::string(20, 'x') + "\n";
+    }
+    int made = 0;
+    while (made < 1000 && WriteObject("/pps/test/" + std::to_string(made), lines)) {
+        ++made;
+    }
+    EXPECT_GT(made, 5);
+    EXPECT_LT(made, 1000);
+    for (int i = 0; i < made; ++i) {
+        std::string output;
+        EXPECT_EQ(RunProgram("ppsctl", {"delete", "/pps/test/" + std::to_string(i)}, output), 0) << output;
+    }
+    EXPECT_TRUE(WriteObject("/pps/test/0", "after::1"));
+    EXPECT_NE(reader.ReadUntil("after::1").find("after::1\n"), std::string::npos);
+    EXPECT_EQ(server->Stop(SIGTERM), 0) << server->Output();
+}
+
+TEST(PpsServerLimitsTest, WhoWritesMuchWaitsForOthersToHaveTheirTurn) {
+    const Chain chain;
+    const PpsObjectClient observer(std::string(kObject) + "?delta");
+    const PpsObjectClient busy(kObject);
+    const PpsObjectClient other(kObject);
+    EXPECT_EQ(observer.Read(), "@object\n");
+    const int room = 200000;
+    ASSERT_EQ(::setsockopt(busy.Fd(), SOL_SOCKET, SO_SNDBUF, &room, sizeof room), 0);
+    std::string large;
+    while (large.size() < 16000) {
+        large += "-no_such_attribute\n";
+    }
+    // The server finds all of it at once.
+    chain.ppsd->Signal(SIGSTOP);
+    for (int i = 1; i <= 20; ++i) {
+        ASSERT_TRUE(busy.Write(large + "busy::" + std::to_string(i))) << i;
+    }
+    ASSERT_TRUE(other.Write("other::1"));
+    chain.ppsd->Signal(SIGCONT);
+    const std::string order = observer.ReadUntil("busy::20\n");
+    EXPECT_LT(order.find("other::1\n"), order.find("busy::6\n"));
+}
+
+} // namespace

@@ -15,6 +15,7 @@ namespace host {
 
 namespace {
 
+constexpr std::chrono::milliseconds kAnswerTimeout(2000);
 constexpr int kStateTimeoutMs = 2000;
 
 UniqueFd Failed(PpsReply& reply, int error) {
@@ -27,7 +28,8 @@ UniqueFd Failed(PpsReply& reply, int error) {
 
 } // namespace
 
-UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply) {
+UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply, std::chrono::milliseconds patience,
+                            UniqueFd& unanswered) {
     if (request.size() > kMaxRequest) {
         return Failed(reply, ENAMETOOLONG);
     }
@@ -35,14 +37,26 @@ UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply) {
     if (!connection) {
         return Failed(reply, errno);
     }
-    std::string answer;
     // A server that takes no more clients answers and ends the connection before it has read the request.
-    if ((::send(connection.Get(), request.data(), request.size(), MSG_NOSIGNAL) < 0 && errno != EPIPE) ||
-        !ReceivePacket(connection.Get(), answer)) {
+    if (::send(connection.Get(), request.data(), request.size(), MSG_NOSIGNAL) < 0 && errno != EPIPE) {
+        return Failed(reply, errno);
+    }
+    pollfd state{connection.Get(), POLLIN, 0};
+    if (::poll(&state, 1, static_cast<int>(patience.count())) == 0) {
+        unanswered = std::move(connection);
+        return Failed(reply, EAGAIN);
+    }
+    std::string answer;
+    if (!ReceivePacket(connection.Get(), answer)) {
         return Failed(reply, errno == 0 ? ECONNRESET : errno);
     }
     reply = ParseReply(answer);
     return reply.error == 0 ? std::move(connection) : UniqueFd();
+}
+
+UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply) {
+    UniqueFd unanswered;
+    return RequestOfPpsServer(request, reply, kAnswerTimeout, unanswered);
 }
 
 UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply, mode_t mode) {

@@ -1,6 +1,7 @@
 #ifndef TLG_PLATFORM_HOST_PPSCONNECTION_H
 #define TLG_PLATFORM_HOST_PPSCONNECTION_H
 
+#include <chrono>
 #include <string>
 
 #include "platform/host/PpsProtocol.h"
@@ -14,6 +15,11 @@ namespace host {
 /// @param reply   receives the server's answer, or why there is none; a missing server is ECONNREFUSED
 /// @return the connection; empty unless the reply is "ok". It blocks, for two seconds at most in each step.
 UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply);
+
+/// The same, but waits for the answer so long at most; then @p unanswered receives the connection on which the answer
+/// is still to come.
+UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply, std::chrono::milliseconds patience,
+                            UniqueFd& unanswered);
 
 /// Opens a PPS object as on the target: the descriptor is read, written and polled, and reads do not
 /// block unless the path's options say "wait".

@@ -36,6 +36,7 @@ PpsOptions SplitOptions(std::string_view& path) {
         options.wait |= option == "wait";
         options.notPersistent |= option == "nopersist";
         options.acknowledge |= option == "ack";
+        options.isKept |= option == "kept";
         rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
     }
     return options;

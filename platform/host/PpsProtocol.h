@@ -8,7 +8,8 @@
 //
 // After "ok" to an open, the connection is the object: a packet to the server is a write, a packet from
 // it is what one read returns. With the option "ack" the server answers every write with a reply of its
-// own and sends nothing else. After "ok" to a list, one packet holds the paths of objects behind the given one
+// own and sends nothing else. With the option "kept" a connection that does not read is told, in the form of a read,
+// when the object is deleted. After "ok" to a list, one packet holds the paths of objects behind the given one
 // in their order, one a line, as many as fit; none where that was the last. A list begins with an empty path.
 #ifndef TLG_PLATFORM_HOST_PPSPROTOCOL_H
 #define TLG_PLATFORM_HOST_PPSPROTOCOL_H
@@ -54,6 +55,7 @@ struct PpsOptions {
     bool wait = false;
     bool notPersistent = false;
     bool acknowledge = false;
+    bool isKept = false; ///< to be told of the object's deletion
 };
 
 /// Splits "path?option,option"; options that mean nothing here are passed over.

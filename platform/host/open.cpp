@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/host/KeptConnection.h"
 #include "platform/host/PpsConnection.h"
 #include "platform/host/Root.h"
 #include "platform/host/UnixSocket.h"
@@ -37,7 +38,9 @@ int HostFlags(int oflag) {
 
 int OpenPps(const char* path, int oflag, mode_t mode) {
     PpsReply reply;
-    UniqueFd object = OpenPpsObject(path, oflag, reply, mode);
+    const bool isForWritingAlone =
+        oflag == target_flags::kWriteOnly && std::string_view(path).find('?') == std::string_view::npos;
+    UniqueFd object = isForWritingAlone ? OpenKept(path, reply) : OpenPpsObject(path, oflag, reply, mode);
     if (!object) {
         errno = reply.error;
     }

@@ -142,6 +142,7 @@ class Bench : public Chain {
 public:
     Bench() {
         root.WriteFile("/zoapps/etc/volume.conf", "scheme=1;");
+        EXPECT_TRUE(WriteObject("/pps/services/app-launcher", "started::1"));
         // Nobody reads what this many packets would print.
         StartMcu({});
         StartService();
@@ -167,6 +168,17 @@ public:
         service = std::make_unique<Process>("melvane");
     }
 
+    /// Has the service publish until the stopped server takes no more, and lets the server go on. The knob belongs to a
+    /// record that no command of the stream writes.
+    void FillAndGoOn() const {
+        const auto failures = [this] { return Count(service->Output(), "SetPPSIntAttr return false"); };
+        const std::size_t before = failures();
+        for (int level = 0; failures() == before; ++level) {
+            Order("volume ext0 " + std::to_string(level % 30));
+        }
+        Order("volume ext0 10");
+        ppsd->Signal(SIGCONT);
+    }
     static void Ctl(const std::vector<std::string>& arguments) {
         std::string output;
         EXPECT_EQ(RunProgram("ppsctl", arguments, output), 0) << output;
@@ -250,8 +262,7 @@ const Fault kFaults[] = {
     {"McuReadsNothing", [](Bench&) { Order("deaf on"); }, Clear, false, kSameSettings},
     {"ServerIsKilled", [](Bench& b) { b.RestartServer(SIGKILL); }, Nothing, false, kSameSettings},
     {"ServerRestarts", [](Bench& b) { b.RestartServer(SIGTERM); }, Nothing, false, kSameSettings},
-    {"ServerStops", [](Bench& b) { b.ppsd->Signal(SIGSTOP); }, [](Bench& b) { b.ppsd->Signal(SIGCONT); }, false,
-     kSameSettings},
+    {"ServerStops", [](Bench& b) { b.ppsd->Signal(SIGSTOP); }, [](Bench& b) { b.FillAndGoOn(); }, false, kSameSettings},
     {"ObjectIsDeleted",
      [](Bench& b) {
          b.Ctl({"delete", kStatus});

@@ -75,6 +75,9 @@ TEST(SyncLaunch, WritesOneRequest) {
     }
     EXPECT_EQ(SyncLaunch::ShowModule(std::string(300, 'a').c_str(), "null"), 0);
     EXPECT_EQ(launcher.Read().size(), std::string("@app-launcher\n\n").size() + 255U);
+    host::PpsReply reply;
+    host::RequestOfPpsServer("delete /pps/services/app-launcher", reply);
+    EXPECT_EQ(SyncLaunch::ShowModule("zovolume", "null"), -1) << "the object is gone";
 }
 
 /// A controller that is driven by hand: opened, but without a running multiplexer.

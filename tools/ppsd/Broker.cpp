@@ -141,6 +141,7 @@ void Broker::Attach(Client& client, const host::PpsOpen& open) {
     client.notPersistent = open.options.notPersistent;
     client.delta = open.options.delta;
     client.acknowledge = open.options.acknowledge;
+    client.isKept = open.options.isKept;
 }
 
 /// Makes the object for a client whose user has room for it, and who therefore has an account.
@@ -226,7 +227,9 @@ host::PpsReply Broker::ApplyWrite(Client& client, std::string_view text) {
 }
 
 void Broker::Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept {
-    const auto isTold = [writer](const Client* client) { return client != writer && client->granted.reads; };
+    const auto isTold = [writer, mark](const Client* client) {
+        return client != writer && (client->granted.reads || (client->isKept && mark == "-"));
+    };
     Packet group;
     if (std::any_of(node.clients.begin(), node.clients.end(), isTold)) {
         try {

@@ -45,6 +45,7 @@ struct Client {
     bool notPersistent = false;
     bool delta = false;
     bool acknowledge = false;
+    bool isKept = false; ///< to be told of the object's deletion, though it does not read
     Backlog backlog;
     bool waitsForRoom = false; ///< whether the channel is watched for room to send
 };

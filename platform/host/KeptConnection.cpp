@@ -1,0 +1,83 @@
+#include "platform/host/KeptConnection.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <cerrno>
+#include <cstring>
+#include <map>
+#include <mutex>
+
+#include "platform/host/PpsConnection.h"
+#include "platform/host/Root.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t kMaxKept = 8;
+constexpr std::chrono::milliseconds kPatience(300);
+
+/// Guarded by its mutex.
+struct Kept {
+    std::mutex mutex;
+    std::map<std::string, UniqueFd> connections; // by where the object lies below which root
+    UniqueFd unanswered;                         // a request that the server has not answered yet
+};
+
+Kept& TheKept() {
+    static Kept kept;
+    return kept;
+}
+
+/// Whether nothing came over the connection: then the server has it open, and the object is there.
+bool IsUsable(const UniqueFd& connection) {
+    char byte = 0;
+    return connection && ::recv(connection.Get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN;
+}
+
+bool HasInput(const UniqueFd& connection) {
+    pollfd state{connection.Get(), POLLIN, 0};
+    return ::poll(&state, 1, 0) > 0;
+}
+
+UniqueFd Duplicate(const UniqueFd& connection, PpsReply& reply) {
+    UniqueFd copy(::fcntl(connection.Get(), F_DUPFD_CLOEXEC, 0));
+    if (!copy) {
+        reply = {errno, std::strerror(errno)};
+    }
+    return copy;
+}
+
+} // namespace
+
+UniqueFd OpenKept(const std::string& path, PpsReply& reply) {
+    Kept& kept = TheKept();
+    const std::lock_guard<std::mutex> lock(kept.mutex);
+    const std::string key = BelowRoot(path);
+    const auto found = kept.connections.find(key);
+    if (found != kept.connections.end()) {
+        if (IsUsable(found->second)) {
+            return Duplicate(found->second, reply);
+        }
+        kept.connections.erase(found);
+    }
+    if (kept.unanswered && !HasInput(kept.unanswered)) {
+        reply = {EAGAIN, "the PPS server does not answer"};
+        return {};
+    }
+    kept.unanswered.Reset();
+    UniqueFd connection =
+        RequestOfPpsServer(RenderOpen(target_flags::kWriteOnly, 0, path + "?kept"), reply, kPatience, kept.unanswered);
+    if (!connection) {
+        return {};
+    }
+    ::fcntl(connection.Get(), F_SETFL, O_NONBLOCK);
+    if (kept.connections.size() >= kMaxKept) {
+        kept.connections.clear();
+    }
+    return Duplicate(kept.connections[key] = std::move(connection), reply);
+}
+
+} // namespace host

@@ -4,51 +4,63 @@
 
 #include <rapidjson/document.h>
 
-#include <algorithm>
+#include <cmath>
 #include <cstring>
-#include <iterator>
 #include <new>
 #include <vector>
+
+#include "platform/pps/JsonText.h"
 
 namespace {
 
 using rapidjson::SizeType;
 using rapidjson::Value;
 
-// Without full precision, whose code reads outside its table for numbers such as 1.111111111111111111111111e-349,
-// and without the validation of the encoding, which reads behind a text that ends within a character. Numbers of
-// up to 15 digits, and with them all quality factors, are exact all the same.
+// Numbers and the encoding are dealt with before (see Tree), so neither needs the parser's attention: its
+// conversion is inexact or, with full precision, reads outside its table, and its check of the encoding reads past a
+// text that ends within a character.
 constexpr unsigned kParseFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
 
-/// Whether the text is UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF.
-bool IsUtf8(const char* text) {
-    struct Form {
-        unsigned char first, last;             // range of the leading byte
-        unsigned char secondFirst, secondLast; // range of the byte behind it
-        int following;                         // bytes behind the leading byte
-    };
-    static constexpr Form kForms[] = {
-        {0x01, 0x7F, 0x00, 0x00, 0}, {0xC2, 0xDF, 0x80, 0xBF, 1}, {0xE0, 0xE0, 0xA0, 0xBF, 2},
-        {0xE1, 0xEC, 0x80, 0xBF, 2}, {0xED, 0xED, 0x80, 0x9F, 2}, {0xEE, 0xEF, 0x80, 0xBF, 2},
-        {0xF0, 0xF0, 0x90, 0xBF, 3}, {0xF1, 0xF3, 0x80, 0xBF, 3}, {0xF4, 0xF4, 0x80, 0x8F, 3}};
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    while (*bytes != 0) {
-        const auto* form = std::find_if(std::begin(kForms), std::end(kForms), [bytes](const Form& each) {
-            return *bytes >= each.first && *bytes <= each.last;
-        });
-        if (form == std::end(kForms)) {
+/// The memory of a tree's values; it grows in small steps, as most texts are short.
+struct Pool {
+    static constexpr std::size_t kStep = 4096;
+    rapidjson::MemoryPoolAllocator<> memory{kStep};
+};
+
+/// The parsed text.
+///
+/// The parser refuses numbers that are well within a double's range but written with many digits or a large
+/// exponent. So each number is converted beforehand, the parser finds a 0 in its place, and what is stored for that
+/// is the next of the converted ones.
+class Tree : private Pool, public rapidjson::Document {
+public:
+    Tree() : rapidjson::Document(&memory) {}
+
+    /// False where the text is no JSON; then nothing of it is there.
+    bool Parse(char* text) {
+        SetNull();
+        memory.Clear();
+        std::vector<pps::JsonNumber> numbers;
+        if (!pps::TakeNumbers(text, numbers)) {
             return false;
         }
-        ++bytes;
-        for (int i = 0; i < form->following; ++i, ++bytes) {
-            const bool isSecond = i == 0;
-            if (*bytes < (isSecond ? form->secondFirst : 0x80) || *bytes > (isSecond ? form->secondLast : 0xBF)) {
-                return false;
-            }
-        }
+        m_next = numbers.data();
+        rapidjson::Reader reader;
+        rapidjson::InsituStringStream stream(text);
+        const auto build = [&](rapidjson::Document&) { return !reader.Parse<kParseFlags>(stream, *this).IsError(); };
+        Populate(build);
+        return !reader.HasParseError();
     }
-    return true;
-}
+
+    /// Called by the parser for the 0 in a number's place.
+    bool Uint(unsigned /*zero*/) {
+        const pps::JsonNumber& number = *m_next++;
+        return number.isInteger ? Int(static_cast<int>(number.value)) : Double(number.value);
+    }
+
+private:
+    const pps::JsonNumber* m_next = nullptr; // of the text being parsed, the first one not stored yet
+};
 
 /// An object or array that was entered, and which of its elements is the current one.
 struct Frame {
@@ -86,9 +98,9 @@ pps_node_type_t TypeOf(const Value& value) {
 } // namespace
 
 struct pps_decoder_state {
-    rapidjson::Document document;
+    Tree document;
     bool parsed = false;
-    bool rootTaken = false;          // whether the position is behind the root
+    bool rootTaken = false;          // whether the position is after the root
     std::vector<Frame> frames;       // what was entered, innermost last
     std::vector<bool> pushSucceeded; // for each push without its pop
     pps_decoder_error_t error = PPS_DECODER_OK;
@@ -119,7 +131,7 @@ struct pps_decoder_state {
                                            : &(*frame.container)[index];
     }
 
-    void MoveBehind(SizeType index) {
+    void MoveAfter(SizeType index) {
         if (frames.empty()) {
             rootTaken = true;
         } else {
@@ -157,7 +169,7 @@ pps_decoder_error_t Get(pps_decoder_t* decoder, const char* name, Take take) {
     if (!take(*value)) {
         return state->Fail(PPS_DECODER_BAD_TYPE);
     }
-    state->MoveBehind(index);
+    state->MoveAfter(index);
     return PPS_DECODER_OK;
 }
 
@@ -179,7 +191,12 @@ pps_decoder_error_t pps_decoder_parse_json_str(pps_decoder_t* decoder, char* tex
     state->frames.clear();
     state->pushSucceeded.clear();
     state->rootTaken = false;
-    state->parsed = IsUtf8(text) && !state->document.ParseInsitu<kParseFlags>(text).HasParseError();
+    state->parsed = false;
+    try {
+        state->parsed = state->document.Parse(text);
+    } catch (const std::bad_alloc&) {
+        return state->Fail(PPS_DECODER_NO_MEM);
+    }
     return state->parsed ? PPS_DECODER_OK : state->Fail(PPS_DECODER_PARSE_ERROR);
 }
 
@@ -195,7 +212,7 @@ pps_decoder_error_t pps_decoder_push(pps_decoder_t* decoder, const char* name) {
     if (!enters) {
         return state->Fail(value == nullptr ? PPS_DECODER_NOT_FOUND : PPS_DECODER_BAD_TYPE);
     }
-    state->MoveBehind(index);
+    state->MoveAfter(index);
     state->frames.push_back({value, 0});
     return PPS_DECODER_OK;
 }
@@ -227,7 +244,8 @@ pps_decoder_error_t pps_decoder_get_int(pps_decoder_t* decoder, const char* name
 
 pps_decoder_error_t pps_decoder_get_double(pps_decoder_t* decoder, const char* name, double* value) {
     return Get(decoder, name, [value](const Value& element) {
-        if (!element.IsNumber()) {
+        // A number beyond all doubles is JSON, but nothing to hand out.
+        if (!element.IsNumber() || std::isinf(element.GetDouble())) {
             return false;
         }
         *value = element.GetDouble();

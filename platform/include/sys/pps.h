@@ -100,8 +100,9 @@ pps_decoder_error_t pps_decoder_push(pps_decoder_t* decoder, const char* name);
 /// Leaves the object or array last entered; the position moves to the element after it.
 pps_decoder_error_t pps_decoder_pop(pps_decoder_t* decoder);
 
-/// Reads the element @p name (null: the current one) and moves behind it. On an error the output and
-/// the position stay as they were, and the error is remembered.
+/// Reads the element @p name (null: the current one) and moves past it. On an error the output and
+/// the position stay as they were, and the error is remembered. An integer has no fraction and no exponent and
+/// fits 32 bits; a double is the one nearest to the text, and a number beyond all doubles is of the wrong type.
 pps_decoder_error_t pps_decoder_get_int(pps_decoder_t* decoder, const char* name, int* value);
 pps_decoder_error_t pps_decoder_get_double(pps_decoder_t* decoder, const char* name, double* value);
 pps_decoder_error_t pps_decoder_get_string(pps_decoder_t* decoder, const char* name, const char** value);

@@ -1,22 +1,19 @@
 #include <sys/slog.h>
 
-#include <poll.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
+#include <new>
+
+#include "platform/slog/LogLine.h"
+#include "platform/slog/LogSink.h"
 
 namespace {
 
 constexpr int kDefaultLevel = 7;
-constexpr std::size_t kMaxLine = 4096;
-constexpr int kPatienceMs = 1000;
 
 /// The highest severity number that is logged; read once.
 int Level() {
@@ -32,21 +29,26 @@ int Level() {
     return level;
 }
 
-/// Writes one line; drops it when nobody takes the log for a second, and then all until somebody does.
-int Write(std::string_view line) {
-    static std::atomic<bool> isStuck{false};
-    pollfd standardError{STDERR_FILENO, POLLOUT, 0};
-    if (::poll(&standardError, 1, isStuck ? 0 : kPatienceMs) == 0) {
-        isStuck = true;
-        return -1;
-    }
-    isStuck = false;
-    ssize_t written = 0;
-    do {
-        written = ::write(STDERR_FILENO, line.data(), line.size());
-    } while (written < 0 && errno == EINTR);
-    return static_cast<int>(written);
+std::atomic<bool> g_hasLogged{false};
+
+/// The process's sink. It is never destroyed, as threads and destructors may log to the very end.
+LogSink& Sink() {
+    alignas(LogSink) static unsigned char place[sizeof(LogSink)];
+    static LogSink* const sink = new (place) LogSink(Level() >= _SLOG_WARNING);
+    return *sink;
 }
+
+/// Destroyed at the end of the process, after what the programs themselves have.
+struct FlushAtEnd {
+    FlushAtEnd() = default;
+    FlushAtEnd(const FlushAtEnd&) = delete;
+    FlushAtEnd& operator=(const FlushAtEnd&) = delete;
+    ~FlushAtEnd() {
+        if (g_hasLogged) {
+            Sink().Flush();
+        }
+    }
+} g_flushAtEnd;
 
 } // namespace
 
@@ -54,25 +56,22 @@ int slogf(int opcode, int severity, const char* format, ...) {
     if (severity > Level()) {
         return 0;
     }
-    // One byte stays free for the line feed.
-    std::array<char, kMaxLine + 1> line{};
-    const int head = std::snprintf(line.data(), kMaxLine, "%d 0x%x ", severity, static_cast<unsigned int>(opcode));
-    auto length = static_cast<std::size_t>(head);
+    const int callersError = errno;
+    char text[LogLine::kMaxLength];
     va_list arguments;
     va_start(arguments, format);
-    const int text = std::vsnprintf(line.data() + length, kMaxLine - length, format, arguments);
+    const int formatted = std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    if (text < 0) {
+    if (formatted < 0) {
         return -1;
     }
-    length += static_cast<std::size_t>(text);
-    if (length > kMaxLine - 1) {
-        length = kMaxLine - 1;
+    auto length = std::min(static_cast<std::size_t>(formatted), sizeof text - 1);
+    if (length > 0 && length == static_cast<std::size_t>(formatted) && text[length - 1] == '\n') {
+        --length;
     }
-    if (line[length - 1] != '\n') {
-        line[length++] = '\n';
-    }
-    // A message is one line whatever a logged value holds.
-    std::replace(line.begin() + head, line.begin() + static_cast<std::ptrdiff_t>(length) - 1, '\n', ' ');
-    return Write({line.data(), length});
+    const LogLine line(severity, opcode, {text, length});
+    g_hasLogged = true;
+    const bool isWritten = Sink().Write(line.Text());
+    errno = callersError;
+    return isWritten ? static_cast<int>(line.Text().size()) : -1;
 }

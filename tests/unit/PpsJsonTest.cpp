@@ -60,7 +60,7 @@ double Read(const std::string& number) {
 /// Every way to set the point in digits x 10^exponent, each with exponents of several forms.
 std::vector<std::string> Spellings(const std::string& digits, int exponent) {
     std::vector<std::string> spellings;
-    for (const std::size_t zeros : {0, 1, 20, 400}) {
+    for (const std::size_t zeros : {0U, 1U, 20U, 400U}) {
         const std::string all = digits + std::string(zeros, '0');
         for (std::size_t point = 0; point <= digits.size() + std::min<std::size_t>(zeros, 20); ++point) {
             const std::string front = point == 0 ? "0" : all.substr(0, point);

@@ -21,13 +21,18 @@ enum {
 
 /// Logs one printf-style message.
 ///
-/// On the host the line goes to standard error in a single write: the severity number, the code in
-/// hexadecimal, the text. The environment variable TLG_SLOG_LEVEL (0 to 7, default 7) drops messages
-/// of a higher severity number before they are formatted. Any thread may call it.
+/// On the host each message is one line on standard error, in a single write: the severity number, the code in
+/// hexadecimal, the text. Its own trailing line feed is not doubled; other control bytes but tabs are shown as
+/// "\xNN". A message of more than 4096 bytes is cut. The environment variable TLG_SLOG_LEVEL (0 to 7, default 7)
+/// drops messages of a higher severity number before they are formatted. Any thread may call it.
+///
+/// No call waits for whoever reads the log: a message that finds no room is dropped, and a line such as
+/// "3 0x0 slogf: 17 messages dropped" goes before the next message that finds some, or is the last one of the
+/// process. errno stays as it was.
 ///
 /// @param opcode   the message's code, free for the caller
 /// @param severity 0 (shutdown) to 7 (debug)
-/// @return the bytes logged (0 for a dropped message), or -1 when nothing could be written
+/// @return the bytes logged, 0 for a message above TLG_SLOG_LEVEL, -1 when nothing could be written
 int slogf(int opcode, int severity, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 #ifdef __cplusplus

@@ -1,0 +1,26 @@
+#ifndef TLG_PLATFORM_SLOG_LOGLINE_H
+#define TLG_PLATFORM_SLOG_LOGLINE_H
+
+#include <array>
+#include <climits>
+#include <string_view>
+
+/// One message as it is written: severity, code, text, a line feed.
+class LogLine {
+public:
+    /// So much goes into a pipe in one piece.
+    static constexpr std::size_t kMaxLength = PIPE_BUF;
+
+    /// @param text control bytes but tabs are shown as "\xNN", so that the message stays one line; what does not fit
+    ///             is cut off
+    LogLine(int severity, int opcode, std::string_view text);
+
+    /// At most kMaxLength bytes with the line feed.
+    std::string_view Text() const { return {m_bytes.data(), m_length}; }
+
+private:
+    std::array<char, kMaxLength> m_bytes;
+    std::size_t m_length;
+};
+
+#endif

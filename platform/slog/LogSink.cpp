@@ -1,0 +1,130 @@
+#include "platform/slog/LogSink.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/slog.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <mutex>
+#include <utility>
+
+namespace {
+
+/// Calls @p attempt(), which gives a number of bytes or -1, again as long as a signal interrupts it.
+template <typename Attempt>
+ssize_t Uninterrupted(Attempt attempt) {
+    ssize_t result = -1;
+    do {
+        result = attempt();
+    } while (result < 0 && errno == EINTR);
+    return result;
+}
+
+bool WritePlain(std::string_view line) {
+    return Uninterrupted([line] { return ::write(STDERR_FILENO, line.data(), line.size()); }) ==
+           static_cast<ssize_t>(line.size());
+}
+
+} // namespace
+
+bool LogSink::Write(std::string_view line) noexcept {
+    struct stat standardError {};
+    bool isWritten = false;
+    if (::fstat(STDERR_FILENO, &standardError) != 0) {
+        isWritten = false;
+    } else if (S_ISREG(standardError.st_mode)) {
+        isWritten = TellOfLoss(WritePlain) && WritePlain(line);
+    } else {
+        const std::lock_guard<Mutex> lock(m_mutex);
+        Follow(standardError);
+        const auto write = [this](std::string_view each) { return WriteWhole(each); };
+        isWritten = TellOfLoss(write) && WriteWhole(line);
+    }
+    m_dropped += isWritten || line.empty() ? 0 : 1;
+    return isWritten;
+}
+
+/// Makes sure that the members belong to the file that standard error is now.
+void LogSink::Follow(const struct stat& standardError) noexcept {
+    if (standardError.st_dev == m_device && standardError.st_ino == m_inode) {
+        return;
+    }
+    m_device = standardError.st_dev;
+    m_inode = standardError.st_ino;
+    m_restLength = 0;
+    m_own.Reset();
+    m_way = S_ISSOCK(standardError.st_mode) ? Way::Socket : Way::Asking;
+    if (!S_ISFIFO(standardError.st_mode) && ::isatty(STDERR_FILENO) != 1) {
+        return;
+    }
+    UniqueFd own(::open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat opened {};
+    const bool isSame =
+        own && ::fstat(own.Get(), &opened) == 0 && opened.st_dev == m_device && opened.st_ino == m_inode;
+    if (isSame) {
+        m_own = std::move(own);
+        m_way = Way::Own;
+    }
+}
+
+/// Writes as much as is taken at once: the number of bytes, or -1 for none.
+ssize_t LogSink::TryWrite(std::string_view bytes) const noexcept {
+    return Uninterrupted([this, bytes]() -> ssize_t {
+        pollfd standardError{STDERR_FILENO, POLLOUT, 0};
+        switch (m_way) {
+        case Way::Own:
+            return ::write(m_own.Get(), bytes.data(), bytes.size());
+        case Way::Socket:
+            return ::send(STDERR_FILENO, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        case Way::Asking:
+            break;
+        }
+        return ::poll(&standardError, 1, 0) == 1 ? ::write(STDERR_FILENO, bytes.data(), bytes.size()) : -1;
+    });
+}
+
+/// Writes a line; keeps the rest of one that is taken in part. False when nothing of it was taken.
+bool LogSink::WriteWhole(std::string_view line) noexcept {
+    if (!WriteRest()) {
+        return false;
+    }
+    const ssize_t taken = line.empty() ? 0 : TryWrite(line);
+    if (taken < 0) {
+        return false;
+    }
+    line.remove_prefix(static_cast<std::size_t>(taken));
+    std::copy(line.begin(), line.end(), m_rest.begin());
+    m_restLength = line.size();
+    return true;
+}
+
+/// True when no rest is left over any more.
+bool LogSink::WriteRest() noexcept {
+    const ssize_t taken = m_restLength == 0 ? 0 : TryWrite({m_rest.data(), m_restLength});
+    if (taken < 0) {
+        return false;
+    }
+    std::copy(m_rest.begin() + taken, m_rest.begin() + static_cast<std::ptrdiff_t>(m_restLength), m_rest.begin());
+    m_restLength -= static_cast<std::size_t>(taken);
+    return m_restLength == 0;
+}
+
+/// Hands the line about what was dropped, if due, to @p put(line); false when that fails.
+template <typename Put>
+bool LogSink::TellOfLoss(Put put) noexcept {
+    const unsigned long dropped = m_dropped.exchange(0);
+    if (dropped == 0 || !m_tellsOfLoss) {
+        return true;
+    }
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "slogf: %lu messages dropped", dropped);
+    if (put(LogLine(_SLOG_WARNING, 0, text.data()).Text())) {
+        return true;
+    }
+    m_dropped += dropped;
+    return false;
+}

@@ -1,10 +1,11 @@
-// Blocks from the MCU, one after the other, in both volume schemes: nothing is read behind a block, and the store
+// Blocks from the MCU, one after the other, in both volume schemes: nothing is read past a block, and the store
 // stays within its ranges.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
 
+#include "fuzz/Require.h"
 #include "mcu/CEQMcuFile.h"
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
@@ -33,8 +34,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                            store.GetVolumeData().CenterGain <= 12 && store.GetVolumeData().Loud <= 1 &&
                            store.GetSrcData().Count <= 32 && store.GetEqTypeDate().TypeNum <= 7 &&
                            audio.Subwoofer.Filter <= 4 && audio.SpeakerMode.Channel <= 4;
-    if (!isInRange) {
-        std::abort();
-    }
+    Require(isInRange);
     return 0;
 }

@@ -1,10 +1,10 @@
 // Writes into an object: a write is applied whole or not at all, and what an object tells is well-formed itself.
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include <sys/pps.h>
 
+#include "fuzz/Require.h"
 #include "platform/pps/Object.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -14,20 +14,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string before = object.State();
     const pps::ApplyResult result = object.Apply(text);
     if (!result.error.empty()) {
-        return object.State() == before ? 0 : (std::abort(), 0);
+        Require(object.State() == before);
+        return 0;
     }
     pps::Object copy("object");
-    if (!copy.Apply(object.State()).error.empty() || copy.State() != object.State()) {
-        std::abort();
-    }
+    Require(copy.Apply(object.State()).error.empty() && copy.State() == object.State());
     std::string state = object.State();
     char* rest = state.data();
     pps_attrib_t record{};
     for (pps_status_t status = PPS_OBJECT; status != PPS_END;) {
         status = ppsparse(&rest, nullptr, nullptr, &record, 0);
-        if (status == PPS_ERROR) {
-            std::abort();
-        }
+        Require(status != PPS_ERROR);
     }
     return 0;
 }

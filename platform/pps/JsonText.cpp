@@ -136,15 +136,20 @@ private:
 
     /// One character in UTF-8: no overlong form, no surrogate, nothing above U+10FFFF; not the text's end.
     bool PassCharacter() {
+        const bool isAscii = static_cast<signed char>(*m_at) > 0;
+        if (isAscii) {
+            ++m_at;
+            return true;
+        }
         struct Form {
             unsigned char first, last;             // range of the leading byte
             unsigned char secondFirst, secondLast; // range of the byte after it
             int following;                         // bytes after the leading byte
         };
-        static constexpr Form kForms[] = {
-            {0x01, 0x7F, 0x00, 0x00, 0}, {0xC2, 0xDF, 0x80, 0xBF, 1}, {0xE0, 0xE0, 0xA0, 0xBF, 2},
-            {0xE1, 0xEC, 0x80, 0xBF, 2}, {0xED, 0xED, 0x80, 0x9F, 2}, {0xEE, 0xEF, 0x80, 0xBF, 2},
-            {0xF0, 0xF0, 0x90, 0xBF, 3}, {0xF1, 0xF3, 0x80, 0xBF, 3}, {0xF4, 0xF4, 0x80, 0x8F, 3}};
+        static constexpr Form kForms[] = {{0xC2, 0xDF, 0x80, 0xBF, 1}, {0xE0, 0xE0, 0xA0, 0xBF, 2},
+                                          {0xE1, 0xEC, 0x80, 0xBF, 2}, {0xED, 0xED, 0x80, 0x9F, 2},
+                                          {0xEE, 0xEF, 0x80, 0xBF, 2}, {0xF0, 0xF0, 0x90, 0xBF, 3},
+                                          {0xF1, 0xF3, 0x80, 0xBF, 3}, {0xF4, 0xF4, 0x80, 0x8F, 3}};
         const auto byte = [this] { return static_cast<unsigned char>(*m_at); };
         const auto* form = std::find_if(std::begin(kForms), std::end(kForms), [&byte](const Form& each) {
             return byte() >= each.first && byte() <= each.last;

@@ -41,6 +41,7 @@ public:
         SetNull();
         memory.Clear();
         std::vector<pps::JsonNumber> numbers;
+        numbers.reserve(kUsualNumbers);
         if (!pps::TakeNumbers(text, numbers)) {
             return false;
         }
@@ -59,6 +60,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t kUsualNumbers = 32;
+
     const pps::JsonNumber* m_next = nullptr; // of the text being parsed, the first one not stored yet
 };
 

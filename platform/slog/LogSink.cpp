@@ -14,6 +14,9 @@
 
 namespace {
 
+/// What a user without privileges may have in one pipe, by default.
+constexpr int kPipeCapacity = 1 << 20;
+
 /// Calls @p attempt(), which gives a number of bytes or -1, again as long as a signal interrupts it.
 template <typename Attempt>
 ssize_t Uninterrupted(Attempt attempt) {
@@ -66,6 +69,8 @@ void LogSink::Follow(const struct stat& standardError) noexcept {
     const bool isSame =
         own && ::fstat(own.Get(), &opened) == 0 && opened.st_dev == m_device && opened.st_ino == m_inode;
     if (isSame) {
+        // A burst of messages then finds room, too; where the system refuses, the pipe stays as it is.
+        ::fcntl(own.Get(), F_SETPIPE_SZ, kPipeCapacity);
         m_own = std::move(own);
         m_way = Way::Own;
     }

@@ -18,7 +18,7 @@
 /// non-blocking, as that would show in every process that shares it. So each kind of file has its own way:
 ///
 ///   pipe, terminal   a file description of our own, opened non-blocking through /proc; where that is not allowed,
-///                    as for anything else
+///                    as for anything else. A pipe is made as large as it may be, so that a burst is not lost
 ///   socket           a send that does not wait
 ///   regular file     a plain write, without the lock: it does not wait for a reader
 ///   anything else    a write after a question, under the lock

@@ -378,7 +378,8 @@ TEST_F(EqCommandTest, ChecksBandsThenType) {
     EXPECT_EQ(Eq("type_0", "1,4,7,10,15"), "eqtype:type_0, band 5 unkown freq(12~14):15");
     EXPECT_EQ(Eq("type_9", "1,4,7,10,-1", "1,2,3,4,5", "0.75,1,1,1,1"), "Unknown q from pps, band:1, q:0.750000");
     EXPECT_EQ(Eq("type_0", "1,4,7,10,13", "1,2,3,4,5", "1,1,1,1.5,1"), "Unknown q from pps, band:4, q:1.500000");
-    EXPECT_EQ(Eq("type_0", "1,4,7,10,13", "1,2,3,4,5", "1,0.9999999999999999,1,1,1"), "Unknown q from pps, band:2, q:1.000000");
+    EXPECT_EQ(Eq("type_0", "1,4,7,10,13", "1,2,3,4,5", "1,0.9999999999999999,1,1,1"),
+              "Unknown q from pps, band:2, q:1.000000");
     EXPECT_EQ(Eq("type_7"), "Unkown eq type:type_7");
     EXPECT_EQ(Eq("Type_1"), "Unkown eq type:Type_1");
     EXPECT_EQ(Eq("type_0", "1,4,7,10"),

@@ -12,6 +12,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -113,10 +114,19 @@ int TakeLosses(std::string& text) {
     return sum;
 }
 
-class SlogSinkTest : public testing::TestWithParam<Ends (*)()> {};
+struct Kind {
+    const char* name;
+    Ends (*make)();
+};
+
+void PrintTo(const Kind& kind, std::ostream* out) {
+    *out << kind.name;
+}
+
+class SlogSinkTest : public testing::TestWithParam<Kind> {};
 
 TEST_P(SlogSinkTest, DropsWhatNobodyTakesAndTellsHowMany) {
-    const Ends ends = GetParam()();
+    const Ends ends = GetParam().make();
     const Redirected redirected(ends.write);
     std::string expected;
     std::string text;
@@ -135,7 +145,9 @@ TEST_P(SlogSinkTest, DropsWhatNobodyTakesAndTellsHowMany) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, SlogSinkTest,
-                         testing::Values(&Pipe, &Terminal, &Sockets<SOCK_STREAM>, &Sockets<SOCK_SEQPACKET>));
+                         testing::Values(Kind{"pipe", &Pipe}, Kind{"terminal", &Terminal},
+                                         Kind{"stream", &Sockets<SOCK_STREAM>},
+                                         Kind{"packets", &Sockets<SOCK_SEQPACKET>}));
 
 TEST(Slog, NeverWaitsForThreadsAndProcessesThatShareThePipe) {
     const Ends ends = Pipe();

@@ -39,7 +39,8 @@ TEST(Decoder, RefusesWhatIsNoJson) {
           "{\"a\":\"\x01\"}", "\xC3\xA4",
           // lone surrogates, high and low, and a pair the wrong way round
           R"("\ud800")", R"("\uDBFF\n")", R"("\ud800\u0041")", R"("\uD800\uD800")", R"("\udc00")", R"("a\uDFFF")",
-          R"("\udc00\ud800")", R"("\ud83c\udfb5\udfb5")", R"({"\uDC00":1})", R"({"\uD800":1})", R"("\ud83c\\udfb5")"}) {
+          R"("\udc00\ud800")", R"("\udc00\udc00")", R"("\ud83c\udfb5\udfb5")", R"({"\uDC00":1})", R"({"\uD800":1})",
+          R"("\ud83c\\udfb5")"}) {
         EXPECT_EQ(Decoder(text).Parsed(), PPS_DECODER_PARSE_ERROR) << text;
     }
     Decoder decoder("{\"\xC3\xA4\\ud83c\\udfb5\":\"\xF0\x9F\x8E\xB5 1 \\\" -2 \\\\\"}");

@@ -21,14 +21,14 @@
 ///                    as for anything else. A pipe is made as large as it may be, so that a burst is not lost
 ///   socket           a send that does not wait
 ///   regular file     a plain write, without the lock: it does not wait for a reader
-///   anything else    a write after a question, under the lock
+///   anything else    a write after a question, under the lock; only another process could still take the room
 ///
 /// A line that finds no room is dropped and counted, and the number is told in a line of its own before the next
 /// line that finds room. Terminals and stream sockets may take part of a line; the rest is kept and goes out before
 /// anything else, so that lines stay whole. What standard error is, is looked up for each line, as it may be
 /// redirected at any time.
 ///
-/// Any thread may call it. m_mutex guards what is marked so, and is held over nothing that waits.
+/// Any thread may call it. m_mutex guards what is marked so, and is held over nothing that waits, but for that last case.
 class LogSink {
 public:
     /// @param tellsOfLoss whether the number of dropped lines is told

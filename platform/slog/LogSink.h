@@ -28,7 +28,8 @@
 /// anything else, so that lines stay whole. What standard error is, is looked up for each line, as it may be
 /// redirected at any time.
 ///
-/// Any thread may call it. m_mutex guards what is marked so, and is held over nothing that waits, but for that last case.
+/// Any thread may call it. m_mutex guards what is marked so, and is held over nothing that waits, but for that last
+/// case.
 class LogSink {
 public:
     /// @param tellsOfLoss whether the number of dropped lines is told

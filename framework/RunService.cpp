@@ -20,9 +20,9 @@ sigset_t StopSignals() {
 } // namespace
 
 void RunService::BlockStopSignals() {
-    std::signal(SIGPIPE, SIG_IGN);
     const sigset_t signals = StopSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 void RunService::DealAbnormalProcess(int /*reason*/) {}

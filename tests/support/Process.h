@@ -33,6 +33,8 @@ public:
     /// Lowers a limit of the running program, for good.
     void Limit(__rlimit_resource resource, rlim_t limit) const;
 
+    pid_t Id() const { return m_pid; }
+
     /// Sends a signal and does not wait.
     void Signal(int signal) const;
 

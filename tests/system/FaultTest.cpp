@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <functional>
 #include <set>
 #include <sstream>
@@ -165,7 +166,10 @@ public:
     }
     void RestartService(int signal) {
         service->Stop(signal);
+        const int queries = Received("queries");
         service = std::make_unique<Process>("melvane");
+        // Only then has it emptied the control object.
+        WaitForQueries(queries + 7);
     }
 
     /// Has the service publish until the stopped server takes no more, and lets the server go on. The knob belongs to a
@@ -403,12 +407,28 @@ TEST(StartTest, CommandsGoOnWhereTheMcuDoesNotAnswer) {
     chain.StopService();
 }
 
+/// Waits until a service that was just started has blocked SIGTERM: it does so before main begins, and ignores SIGPIPE
+/// right after, which shows in the process's state whatever it waits for later.
+void WaitUntilSignalsAreBlocked(const Process& process) {
+    constexpr int kSigPipeBit = SIGPIPE - 1;
+    const std::string path = "/proc/" + std::to_string(process.Id()) + "/status";
+    for (bool isReached = false; !isReached;) {
+        std::ifstream status(path);
+        for (std::string line; std::getline(status, line);) {
+            isReached |=
+                line.rfind("SigIgn:", 0) == 0 && (std::stoull(line.substr(7), nullptr, 16) >> kSigPipeBit & 1) != 0;
+            isReached |= line.rfind("State:\tZ", 0) == 0;
+        }
+    }
+}
+
 TEST(StartTest, ASignalAtAnyMomentEndsTheServiceInOrder) {
     Chain chain;
     chain.StartMcu({});
     for (int moment = 0; moment < 20 * Rounds(); ++moment) {
         Process service("melvane");
-        std::this_thread::sleep_for(std::chrono::microseconds(2000 + moment * 317 % 20000));
+        WaitUntilSignalsAreBlocked(service);
+        std::this_thread::sleep_for(std::chrono::microseconds(moment * 317 % 20000));
         EXPECT_EQ(service.Stop(moment % 2 == 0 ? SIGTERM : SIGINT), 0) << service.Output();
     }
 }

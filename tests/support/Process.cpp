@@ -97,6 +97,10 @@ void Process::Limit(__rlimit_resource resource, rlim_t limit) const {
 
 void Process::Signal(int signal) const {
     ::kill(m_pid, signal);
+    if (signal == SIGSTOP) {
+        int status = 0;
+        ::waitpid(m_pid, &status, WUNTRACED);
+    }
 }
 
 int Process::Stop(int signal) {

@@ -35,7 +35,7 @@ public:
 
     pid_t Id() const { return m_pid; }
 
-    /// Sends a signal and does not wait.
+    /// Sends a signal and does not wait, but for the stop where it is SIGSTOP.
     void Signal(int signal) const;
 
     /// Sends the signal, if any, and waits for the end: the exit status, or minus the signal that ended it.

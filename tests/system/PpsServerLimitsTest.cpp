@@ -102,6 +102,9 @@ TEST(PpsServerLimitsTest, AFullDiskLeavesTheFormerFile) {
 }
 
 TEST(PpsServerLimitsTest, WithoutDescriptorsNewcomersWaitAndClientsAreServed) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's checks of types need a descriptor";
+#endif
     const TemporaryRoot root;
     const auto server = StartServer({"--save", "1"});
     server->Limit(RLIMIT_NOFILE, 16);
@@ -113,21 +116,21 @@ TEST(PpsServerLimitsTest, WithoutDescriptorsNewcomersWaitAndClientsAreServed) {
         EXPECT_EQ(::send(newcomers.back().Get(), request.data(), request.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(request.size()));
     }
-    EXPECT_TRUE(server->WaitFor("accept: Too many open files"));
+    ASSERT_TRUE(server->WaitFor("accept: Too many open files"));
     EXPECT_TRUE(client.Write("a::1"));
     EXPECT_EQ(client.Read(), "ok");
     const std::string saved = root.Path() + "/var/pps/objects";
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kTestTimeoutMs);
     while (Content(saved).find("a::1") == std::string::npos && std::chrono::steady_clock::now() < end) {
-        EXPECT_TRUE(client.Write("b::1"));
-        EXPECT_EQ(client.Read(), "ok");
+        ASSERT_TRUE(client.Write("b::1"));
+        ASSERT_EQ(client.Read(), "ok") << server->Output();
     }
     EXPECT_NE(Content(saved).find("a::1"), std::string::npos) << "saved with descriptors of its own";
     for (UniqueFd& newcomer : newcomers) {
         pollfd answer{newcomer.Get(), POLLIN, 0};
-        EXPECT_EQ(::poll(&answer, 1, kTestTimeoutMs), 1);
+        ASSERT_EQ(::poll(&answer, 1, kTestTimeoutMs), 1);
         std::string text;
-        EXPECT_TRUE(host::ReceivePacket(newcomer.Get(), text));
+        ASSERT_TRUE(host::ReceivePacket(newcomer.Get(), text));
         EXPECT_EQ(text, "ok");
         newcomer.Reset();
     }

@@ -14,6 +14,8 @@ class BrokerClient : public ppsd::Channel {
 public:
     BrokerClient(ppsd::Broker& broker, uid_t user, std::vector<gid_t> groups = {})
         : m_broker(broker), m_client({user, user, std::move(groups)}, *this), m_isIn(broker.Admit(m_client)) {}
+    BrokerClient(const BrokerClient&) = delete;
+    BrokerClient& operator=(const BrokerClient&) = delete;
     ~BrokerClient() override { Leave(); }
 
     /// Whether it was admitted and has not left.

@@ -32,25 +32,25 @@ TEST_F(BrokerTest, AnObjectIsAFileToItsOwnerItsGroupAndOthers) {
     ASSERT_EQ(Ask(kAnna, "open 258 777 /pps/a"), "ok") << "750 after the umask";
     ASSERT_EQ(Ask(kAnna, "open 258 206 /pps/b"), "ok") << "200 after the umask";
     const struct {
-        uid_t user;
         std::vector<gid_t> groups;
         std::string request;
+        uid_t user;
         int error;
-    } cases[] = {{kAnna, {}, "open 2 0 /pps/a", 0},
-                 {kAnna, {}, "open 0 0 /pps/b", EACCES},
-                 {kAnna, {}, "open 1 0 /pps/b", 0},
-                 {kBert, {kAnna}, "open 0 0 /pps/a", 0},
-                 {kBert, {7, kAnna}, "open 258 777 /pps/a", EACCES},
-                 {kBert, {kAnna}, "open 512 0 /pps/a", EACCES},
-                 {kBert, {}, "open 0 0 /pps/a", EACCES},
-                 {kBert, {}, "open 1 0 /pps/b", EACCES},
-                 {kOwn, {}, "open 1 0 /pps/a", EACCES},
-                 {0, {}, "open 514 0 /pps/b", 0},
-                 {kAnna, {}, "open 1282 600 /pps/a", EEXIST},
-                 {kBert, {kAnna}, "delete /pps/a", EACCES},
-                 {kAnna, {}, "delete /pps/a", 0},
-                 {0, {}, "delete /pps/b", 0}};
-    for (const auto& [user, groups, request, error] : cases) {
+    } cases[] = {{{}, "open 2 0 /pps/a", kAnna, 0},
+                 {{}, "open 0 0 /pps/b", kAnna, EACCES},
+                 {{}, "open 1 0 /pps/b", kAnna, 0},
+                 {{kAnna}, "open 0 0 /pps/a", kBert, 0},
+                 {{7, kAnna}, "open 258 777 /pps/a", kBert, EACCES},
+                 {{kAnna}, "open 512 0 /pps/a", kBert, EACCES},
+                 {{}, "open 0 0 /pps/a", kBert, EACCES},
+                 {{}, "open 1 0 /pps/b", kBert, EACCES},
+                 {{}, "open 1 0 /pps/a", kOwn, EACCES},
+                 {{}, "open 514 0 /pps/b", 0, 0},
+                 {{}, "open 1282 600 /pps/a", kAnna, EEXIST},
+                 {{kAnna}, "delete /pps/a", kBert, EACCES},
+                 {{}, "delete /pps/a", kAnna, 0},
+                 {{}, "delete /pps/b", 0, 0}};
+    for (const auto& [groups, request, user, error] : cases) {
         EXPECT_EQ(Ask(user, request, groups), error == 0 ? "ok" : Error(error)) << user << " " << request;
     }
 }

@@ -26,7 +26,8 @@ std::string Reload(std::string_view text, unsigned& complaints) {
     }
     loader.Finish();
     std::string saved;
-    if (!ppsd::SaveObjects(tree, [&](std::string_view part) { return !saved.append(part).empty(); })) {
+    std::string scratch;
+    if (!ppsd::SaveObjects(tree, scratch, [&](std::string_view part) { return !saved.append(part).empty(); })) {
         std::abort();
     }
     return saved;

@@ -149,7 +149,8 @@ TEST(SavedObjects, ComeBackAsTheyWereAndWhatIsBrokenIsPassedOver) {
                           "line 16: an object that is there already: '/pps/e'\n"
                           "line 17: owner, group and mode that don't parse: '/pps/f 0 0 1000'\n");
     std::string text;
-    EXPECT_TRUE(ppsd::SaveObjects(tree, [&](std::string_view part) { return !text.append(part).empty(); }));
+    std::string scratch;
+    EXPECT_TRUE(ppsd::SaveObjects(tree, scratch, [&](std::string_view part) { return !text.append(part).empty(); }));
     EXPECT_EQ(text, "/pps/a/b 7 8 666\n@b\nx:n:1\n/pps/c 1 2 640\n@c\nx:n:1\n/pps/e 7 8 666\n@e\n");
     for (const char* path : {"/pps", "/pps/", "/pps//a", "/pps/a/", "/pps/.ppsd", "/dev/a", "pps/a", "/pps/a b"}) {
         EXPECT_FALSE(ppsd::ObjectTree::IsPath(path)) << path;

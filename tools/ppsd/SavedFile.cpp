@@ -39,13 +39,13 @@ bool WriteAll(int file, std::string_view text) {
 }
 
 /// Writes the objects into a new file of the directory, up to the disk. False with errno set on failure.
-bool WriteNew(int directory, const std::string& name, const ObjectTree& tree) {
+bool WriteNew(int directory, const std::string& name, const ObjectTree& tree, std::string& scratch) {
     constexpr mode_t kOwnerOnly = 0600;
     if (::unlinkat(directory, name.c_str(), 0) != 0 && errno != ENOENT) {
         return false;
     }
     UniqueFd file(::openat(directory, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kOwnerOnly));
-    return file && SaveObjects(tree, [&](std::string_view text) { return WriteAll(file.Get(), text); }) &&
+    return file && SaveObjects(tree, scratch, [&](std::string_view text) { return WriteAll(file.Get(), text); }) &&
            ::fsync(file.Get()) == 0 && ::close(file.Release()) == 0;
 }
 
@@ -82,7 +82,7 @@ bool ReadLines(int file, ObjectLoader& loader) {
 
 } // namespace
 
-std::string SaveToFile(const std::string& path, const ObjectTree& tree) {
+std::string SaveToFile(const std::string& path, const ObjectTree& tree, std::string& scratch) {
     const std::filesystem::path full(path);
     const std::string name = full.filename();
     const std::string next = name + ".new";
@@ -92,7 +92,7 @@ std::string SaveToFile(const std::string& path, const ObjectTree& tree) {
     if (!directory) {
         return std::strerror(errno);
     }
-    if (!WriteNew(directory.Get(), next, tree) ||
+    if (!WriteNew(directory.Get(), next, tree, scratch) ||
         ::renameat(directory.Get(), next.c_str(), directory.Get(), name.c_str()) != 0) {
         const int reason = errno;
         ::unlinkat(directory.Get(), next.c_str(), 0);

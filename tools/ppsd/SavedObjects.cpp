@@ -46,19 +46,15 @@ std::optional<Permissions> ParsePermissions(std::string_view text, const Permiss
 
 } // namespace
 
-bool SaveObjects(const ObjectTree& tree, const TextSink& sink) {
+bool SaveObjects(const ObjectTree& tree, std::string& scratch, const TextSink& sink) {
     bool isTaken = true;
-    std::string text;
-    text.reserve(2 * pps::kMaxObjectText);
     tree.ForEachAfter({}, [&](const Node& node) {
-        text.clear();
-        node.object.AppendPersistentState(text);
-        if (!text.empty()) {
-            const Permissions& whose = node.permissions;
-            isTaken = sink(node.path + " " + std::to_string(whose.owner) + " " + std::to_string(whose.group) + " " +
-                           Octal(whose.mode) + "\n") &&
-                      sink(text);
-        }
+        const Permissions& whose = node.permissions;
+        scratch.assign(node.path).append(" ").append(std::to_string(whose.owner)).append(" ");
+        scratch.append(std::to_string(whose.group)).append(" ").append(Octal(whose.mode)).append("\n");
+        const std::size_t head = scratch.size();
+        node.object.AppendPersistentState(scratch);
+        isTaken = scratch.size() == head || sink(scratch);
         return isTaken;
     });
     return isTaken;

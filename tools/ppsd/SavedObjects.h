@@ -21,7 +21,10 @@ namespace ppsd {
 using TextSink = std::function<bool(std::string_view)>;
 
 /// Gives what survives a restart to @p sink, object by object. False as soon as the sink says so.
-bool SaveObjects(const ObjectTree& tree, const TextSink& sink);
+///
+/// @param scratch holds one object's text; with kSaveScratch bytes reserved it needs no memory
+bool SaveObjects(const ObjectTree& tree, std::string& scratch, const TextSink& sink);
+constexpr std::size_t kSaveScratch = pps::kMaxObjectText + 4096;
 
 /// Takes saved objects in, line by line. What is damaged is passed over and told of.
 class ObjectLoader {

@@ -57,7 +57,9 @@ bool Server::Start(std::string& error) {
                 (errno == EADDRINUSE ? "another server runs there" : std::strerror(errno));
         return false;
     }
+    // The memory that the server itself needs is taken before clients can.
     m_receiveBuffer.resize(pps::kMaxWrite + 1);
+    m_saveBuffer.reserve(kSaveScratch);
     TakeSpares();
     return Load(error);
 }
@@ -231,7 +233,7 @@ bool Server::Save() {
     bool isSaved = false;
     try {
         const std::string path = host::BelowRoot(kSavedObjects);
-        const std::string reason = SaveToFile(path, m_broker.Tree());
+        const std::string reason = SaveToFile(path, m_broker.Tree(), m_saveBuffer);
         isSaved = reason.empty();
         if (!isSaved) {
             Report(path, "cannot save the objects: " + reason);

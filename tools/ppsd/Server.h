@@ -56,6 +56,7 @@ private:
     std::unordered_map<std::uint64_t, std::unique_ptr<Connection>> m_connections; // by their number
     bool m_accepting = true;
     std::string m_receiveBuffer;
+    std::string m_saveBuffer;
     std::array<UniqueFd, 2> m_spares; // given up for the file and the directory while the objects are saved
 };
 

@@ -241,12 +241,17 @@ void Multiplexer::TakeOver() {
 void Multiplexer::UpdateWatches() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (auto& [key, entry] : m_entries) {
-        UpdateWatch(key, entry);
+        if (!UpdateWatch(key, entry)) {
+            // Something that can't be watched lies in the file's place; it may be replaced again.
+            entry.connection->Lose();
+            entry.reopener->OnLost();
+        }
         m_hasRests = m_hasRests || (entry.input && !entry.input->isHeld && entry.input->HasRest());
     }
 }
 
-/// Brings the epoll set in line with what is to be heard of a file. Called with m_mutex held.
+/// Brings the epoll set in line with what is to be heard of a file. False where an open file can't be watched, with a
+/// line in the log. Called with m_mutex held.
 bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
     const std::uint32_t wanted =
         entry.IsQuiet() ? 0U : EPOLLIN | EPOLLRDHUP | (entry.connection->NeedsRoom() ? EPOLLOUT : 0U);
@@ -254,7 +259,6 @@ bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
     if (wanted == entry.watched) {
         return true;
     }
-    const bool isOpen = entry.connection->CurrentState() == Connection::State::kOpen;
     const bool isWatched = entry.connection->WithDescriptor([&](int fd) {
         if (wanted == 0) {
             return m_epoll.Remove(fd);
@@ -263,10 +267,13 @@ bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
     });
     if (isWatched) {
         entry.watched = wanted;
-    } else if (isOpen || !m_isRunning) {
-        LOGBASE(LOG_LEV_ERROR, "Watch", "can't watch %s: %s\n", entry.file->m_info.path.c_str(), std::strerror(errno));
+        return true;
     }
-    return isWatched;
+    if (m_isRunning && entry.connection->CurrentState() != Connection::State::kOpen) {
+        return true; // its return is taken over later
+    }
+    LOGBASE(LOG_LEV_ERROR, "Watch", "can't watch %s: %s\n", entry.file->m_info.path.c_str(), std::strerror(errno));
+    return false;
 }
 
 void Multiplexer::RunTimer() {

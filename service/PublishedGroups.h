@@ -26,9 +26,9 @@ public:
         for (const FlagSetter set : m_setters) {
             (data.*set)(true);
         }
-        for (unsigned char id = 0; id < m_eqIds.size(); ++id) {
+        for (std::size_t id = 0; id < m_eqIds.size(); ++id) {
             if (m_eqIds[id]) {
-                data.SetUpdateEqFlagByBitID(true, id);
+                data.SetUpdateEqFlagByBitID(true, static_cast<unsigned char>(id));
             }
         }
     }

@@ -172,15 +172,15 @@ public:
         WaitForQueries(queries + 7);
     }
 
-    /// Has the service publish until the stopped server takes no more, and lets the server go on. The knob belongs to a
-    /// record that no command of the stream writes.
+    /// Has the service publish more than the stopped server's socket takes, and lets the server go on. The knob belongs
+    /// to a record that no command of the stream writes.
     void FillAndGoOn() const {
-        const auto failures = [this] { return Count(service->Output(), "SetPPSIntAttr return false"); };
-        const std::size_t before = failures();
-        for (int level = 0; failures() == before; ++level) {
-            Order("volume ext0 " + std::to_string(level % 30));
+        constexpr int kTurns = 400;
+        for (int turn = 0; turn < kTurns; ++turn) {
+            Order("volume ext0 " + std::to_string(turn % 30));
         }
         Order("volume ext0 10");
+        EXPECT_TRUE(service->WaitFor("SetPPSIntAttr return false")) << "there was room for all of it";
         ppsd->Signal(SIGCONT);
     }
     static void DeleteObject(const std::string& path) {

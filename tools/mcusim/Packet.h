@@ -16,6 +16,11 @@ using Bytes = std::vector<std::uint8_t>;
 /// command id; a packet that belongs to no numbered one has the number 0.
 Bytes MakePacket(const Bytes& payload, std::int32_t number);
 
+/// The bytes as text.
+inline std::string_view View(const Bytes& bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
 /// A received packet. The payload is what the header announces, cut to what there is.
 struct Packet {
     TLG::ZOCAR::PacketHeader_s header{};

@@ -1,0 +1,90 @@
+#include "tests/support/FaultBench.h"
+
+#include <chrono>
+#include <cstdlib>
+#include <sstream>
+#include <thread>
+
+#include "tests/support/Published.h"
+#include "tests/system/ReferenceModel.h"
+#include "tools/mcusim/Orders.h"
+
+namespace {
+
+/// Which volume changed last is history, not a setting.
+std::string WithoutVolType(std::string line) {
+    const std::size_t begin = line.find("\"vol_type\":");
+    return begin == std::string::npos ? line : line.erase(begin, line.find(',', begin) - begin + 1);
+}
+
+/// What must be published where the MCU has these records.
+std::string Expected(const std::map<int, Payload>& records) {
+    ReferenceModel reference(1);
+    for (const auto& [group, payload] : records) {
+        reference.Take(137, static_cast<int>(payload.size()), payload);
+    }
+    std::string text;
+    for (const auto& [name, line] : reference.Lines()) {
+        text += WithoutVolType(line) + "\n";
+    }
+    return text;
+}
+
+std::string Published() {
+    std::string text;
+    for (const auto& [name, line] : PublishedLines()) {
+        text += WithoutVolType(line) + "\n";
+    }
+    return text;
+}
+
+} // namespace
+
+int Rounds() {
+    const char* rounds = std::getenv("TLG_FAULT_ROUNDS");
+    return rounds == nullptr ? 1 : std::stoi(rounds);
+}
+
+void Order(const std::string& line) {
+    const mcusim::OrderResult result = mcusim::GiveOrder(line);
+    EXPECT_TRUE(result.isObeyed) << line << ": " << result.text;
+}
+
+std::map<int, Payload> McuRecords() {
+    std::map<int, Payload> records;
+    std::istringstream lines(mcusim::GiveOrder("show").text);
+    for (std::string line; std::getline(lines, line);) {
+        const Payload payload = line.find('[') == std::string::npos ? Payload{} : PayloadIn(line);
+        if (payload.size() > 3) {
+            records[payload[2]] = payload;
+        }
+    }
+    return records;
+}
+
+int Received(const std::string& kind) {
+    const std::string text = mcusim::GiveOrder("show").text;
+    const std::size_t count = text.rfind(kind + "=");
+    return count == std::string::npos ? 0 : std::stoi(text.substr(count + kind.size() + 1));
+}
+
+void WaitForQueries(int queries) {
+    while (Received("queries") < queries) {
+        std::this_thread::yield();
+    }
+}
+
+testing::AssertionResult IsTrueSoon() {
+    const auto begin = std::chrono::steady_clock::now();
+    std::string expected;
+    std::string published;
+    do {
+        expected = Expected(McuRecords());
+        published = Published();
+        if (expected == published && expected == Expected(McuRecords())) {
+            return testing::AssertionSuccess();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    } while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(kTestTimeoutMs));
+    return testing::AssertionFailure() << "the MCU has\n" << expected << "but published is\n" << published;
+}

@@ -1,0 +1,83 @@
+#ifndef TLG_TESTS_SUPPORT_FAULTBENCH_H
+#define TLG_TESTS_SUPPORT_FAULTBENCH_H
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tests/support/Chain.h"
+
+using Payload = std::vector<int>;
+
+/// How often each fault is tried: TLG_FAULT_ROUNDS in the environment, or once.
+int Rounds();
+
+/// Gives the simulator an order.
+void Order(const std::string& line);
+
+/// The simulator's setting records, as answers, by their group.
+std::map<int, Payload> McuRecords();
+
+/// How many packets of a kind (commands, keys, queries) the simulator has received.
+int Received(const std::string& kind);
+
+/// Waits until the service has asked for all settings.
+void WaitForQueries(int queries);
+
+/// Waits until what is published is what the MCU has; false where that never comes.
+testing::AssertionResult IsTrueSoon();
+
+/// The whole chain in volume scheme 1, and what can happen to it.
+class FaultBench : public Chain {
+public:
+    FaultBench() {
+        root.WriteFile("/zoapps/etc/volume.conf", "scheme=1;");
+        EXPECT_TRUE(WriteObject("/pps/services/app-launcher", "started::1"));
+        // Nobody reads what this many packets would print.
+        StartMcu({});
+        StartService();
+    }
+
+    void KillMcu() { mcu.reset(); }
+    void ReviveMcu() {
+        StartMcu({});
+        WaitForQueries(7);
+    }
+    void RestartMcu(const std::string& order) const {
+        const int queries = Received("queries");
+        Order(order);
+        WaitForQueries(queries + 7);
+    }
+    void RestartServer(int signal) {
+        ppsd->Stop(signal);
+        ppsd = std::make_unique<Process>("ppsd");
+        EXPECT_TRUE(ppsd->WaitFor("ppsd: ready\n"));
+    }
+    void RestartService(int signal) {
+        service->Stop(signal);
+        const int queries = Received("queries");
+        service = std::make_unique<Process>("melvane");
+        // Only then has it emptied the control object.
+        WaitForQueries(queries + 7);
+    }
+
+    /// Has the service publish more than the stopped server's socket takes, and lets the server go on. The knob belongs
+    /// to a record that no command of the stream writes.
+    void FillAndGoOn() const {
+        constexpr int kTurns = 400;
+        for (int turn = 0; turn < kTurns; ++turn) {
+            Order("volume ext0 " + std::to_string(turn % 30));
+        }
+        Order("volume ext0 10");
+        EXPECT_TRUE(service->WaitFor("SetPPSIntAttr return false")) << "there was room for all of it";
+        ppsd->Signal(SIGCONT);
+    }
+    static void DeleteObject(const std::string& path) {
+        std::string output;
+        EXPECT_EQ(RunProgram("ppsctl", {"delete", path}, output), 0) << output;
+    }
+};
+
+#endif

@@ -1,0 +1,116 @@
+// The service under load and at its start: bursts, commands in every phase, an MCU that does not answer, signals.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <thread>
+
+#include "tests/support/FaultBench.h"
+
+namespace {
+
+/// How many packets were lost, as the log of a service that ended says.
+int LostPackets(const std::string& log) {
+    int lost = 0;
+    const std::string words = "succeed again, ";
+    for (std::size_t at = log.find(words); at != std::string::npos; at = log.find(words, at + 1)) {
+        lost += std::stoi(log.substr(at + words.size()));
+    }
+    return lost;
+}
+
+TEST(BurstTest, EveryCommandIsDeliveredOrItsLossIsCountedAndOthersAreHeardMeanwhile) {
+    constexpr int kCommands = 5000;
+    for (const char* fault : {"clear", "deaf on"}) {
+        FaultBench bench;
+        std::string burst;
+        for (int i = 0; i < kCommands; ++i) {
+            burst += "zoalc::" + std::to_string(i % 200) + "\n";
+        }
+        Order(fault);
+        ASSERT_TRUE(WriteObject(kControl, burst));
+        const std::string last = "packet no = " + std::to_string(kCommands);
+        std::size_t heard = 0;
+        std::chrono::steady_clock::duration longest{};
+        while (bench.service->Output().find(last) == std::string::npos) {
+            ASSERT_TRUE(WriteObject("/pps/tolvyn/system/poweron_status", "zopoweroff::off"));
+            const auto begin = std::chrono::steady_clock::now();
+            ASSERT_TRUE(bench.service->WaitFor("cmdVector.empty():1", ++heard)) << "no command of the burst";
+            longest = std::max(longest, std::chrono::steady_clock::now() - begin);
+        }
+        EXPECT_GT(heard, 2U) << "another input during the burst";
+        std::printf("%s: another input was heard %zu times meanwhile, within %d ms at most\n", fault, heard,
+                    static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(longest).count()));
+        Order("clear");
+        // One more, so that losses have an end.
+        do {
+            ASSERT_TRUE(WriteObject(kControl, "zosrs::9"));
+        } while (McuRecords()[3][4] != 9);
+        bench.StopService();
+        const std::string log = bench.service->Output();
+        EXPECT_EQ(Received("commands") + LostPackets(log), static_cast<int>(Count(log, "packet no = ")));
+    }
+}
+
+TEST(StartTest, ACommandInAnyPhaseOfAStartChangesWhatItCommandsAlone) {
+    const int starts = 20 * Rounds();
+    for (int start = 0; start < starts; ++start) {
+        SCOPED_TRACE("start " + std::to_string(start));
+        Chain chain;
+        chain.root.WriteFile("/zoapps/etc/volume.conf", "scheme=1;");
+        chain.StartMcu({});
+        Order("delay " + std::to_string(start * 37 % 101));
+        std::map<int, Payload> expected = McuRecords();
+        const PpsObjectClient control(std::string(kControl) + "?delta");
+        chain.service = std::make_unique<Process>("melvane");
+        // The service empties the object as it opens it; from then on commands count, and this is the first moment.
+        ASSERT_NE(control.ReadUntil("#@control").find("#@control"), std::string::npos);
+        std::this_thread::sleep_for(std::chrono::milliseconds(start * 53 % 120));
+        ASSERT_TRUE(WriteObject(kControl, "zoloud::on"));
+        const PpsObjectClient status(std::string(kStatus) + "?delta");
+        ASSERT_NE(status.ReadUntil("zoloud::on").find("zoloud::on"), std::string::npos);
+        expected[0][17] = 1;
+        EXPECT_EQ(McuRecords(), expected);
+        ASSERT_TRUE(IsTrueSoon());
+        chain.StopService();
+    }
+}
+
+TEST(StartTest, CommandsGoOnWhereTheMcuDoesNotAnswer) {
+    Chain chain;
+    chain.StartMcu({});
+    Order("drop 3");
+    chain.service = std::make_unique<Process>("melvane");
+    ASSERT_TRUE(chain.service->WaitFor("the MCU has not answered the queries of the groups 0 1 2, commands go on"));
+    ASSERT_TRUE(WriteObject(kControl, "zoalc::9"));
+    EXPECT_TRUE(chain.service->WaitFor("Cmd[0x8], packet no = 1"));
+    chain.StopService();
+}
+
+/// Waits until a service that was just started has blocked SIGTERM: it does so before main begins, and ignores SIGPIPE
+/// right after, which shows in the process's state whatever it waits for later.
+void WaitUntilSignalsAreBlocked(const Process& process) {
+    constexpr int kSigPipeBit = SIGPIPE - 1;
+    const std::string path = "/proc/" + std::to_string(process.Id()) + "/status";
+    for (bool isReached = false; !isReached;) {
+        std::ifstream status(path);
+        for (std::string line; std::getline(status, line);) {
+            isReached |=
+                line.rfind("SigIgn:", 0) == 0 && (std::stoull(line.substr(7), nullptr, 16) >> kSigPipeBit & 1) != 0;
+            isReached |= line.rfind("State:\tZ", 0) == 0;
+        }
+    }
+}
+
+TEST(StartTest, ASignalAtAnyMomentEndsTheServiceInOrder) {
+    Chain chain;
+    chain.StartMcu({});
+    for (int moment = 0; moment < 20 * Rounds(); ++moment) {
+        Process service("melvane");
+        WaitUntilSignalsAreBlocked(service);
+        std::this_thread::sleep_for(std::chrono::microseconds(moment * 317 % 20000));
+        EXPECT_EQ(service.Stop(moment % 2 == 0 ? SIGTERM : SIGINT), 0) << service.Output();
+    }
+}
+
+} // namespace

@@ -115,7 +115,9 @@ void Multiplexer::Deliver(int key, std::uint32_t events) {
 
 /// Reads and hands over blocks, up to a turn's part. Those of an output go to nobody.
 void Multiplexer::Receive(int key, Entry& entry) {
-    for (int block = 0; block < kBlocksPerTurn && !entry.IsQuiet(); ++block) {
+    // What comes as text may be many lines; one block of it is enough for a turn.
+    const int blocks = entry.file->m_reading.isInLines ? 1 : kBlocksPerTurn;
+    for (int block = 0; block < blocks && !entry.IsQuiet(); ++block) {
         const ReadResult read = entry.connection->Read(m_buffer.data(), m_buffer.size());
         if (read.kind == ReadResult::kNothing) {
             return;

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 namespace TLG::ZOCAR {
 
@@ -35,12 +36,18 @@ ssize_t ReadOnce(int fd, unsigned char* buffer, std::size_t size) {
 } // namespace
 
 UniqueFd Connection::OpenDescriptor(int oflag) const {
-    UniqueFd opened(::open(m_info.path.c_str(), oflag, static_cast<mode_t>(m_info.mode)));
-    if (opened) {
-        const int flags = ::fcntl(opened.Get(), F_GETFL);
-        ::fcntl(opened.Get(), F_SETFL, flags | O_NONBLOCK);
+    try {
+        UniqueFd opened(::open(m_info.path.c_str(), oflag, static_cast<mode_t>(m_info.mode)));
+        if (opened) {
+            const int flags = ::fcntl(opened.Get(), F_GETFL);
+            ::fcntl(opened.Get(), F_SETFL, flags | O_NONBLOCK);
+        }
+        return opened;
+    } catch (const std::bad_alloc&) {
+        // What stands in for the platform's open may need memory.
+        errno = ENOMEM;
+        return {};
     }
-    return opened;
 }
 
 void Connection::Observe(ConnectionObserver* observer) {
@@ -66,7 +73,7 @@ bool Connection::Open() {
 
 void Connection::Close() {
     const std::lock_guard<Mutex> lock(m_mutex);
-    m_outbox.Drop("it is closed");
+    m_outbox.End();
     m_descriptor.Reset();
     m_isStarved = false;
     m_state = State::kClosed;
@@ -90,8 +97,9 @@ int Connection::Reopen() {
         }
         m_state = State::kReopening;
     }
-    // Old commands are thrown away when the service starts, but not when it finds its way back to a server that
-    // restarted: what lies there then is new.
+    // Old commands are thrown away when the service starts, but not when it finds its way back: a server that
+    // restarted has new ones only, since objects with commands don't survive it. (A server that ended the connection
+    // alone would tell the old ones again.)
     UniqueFd opened = OpenDescriptor(m_info.oflag & ~kTruncate);
     const int error = opened ? 0 : errno;
     const std::lock_guard<Mutex> lock(m_mutex);
@@ -163,7 +171,7 @@ bool Connection::Send(const unsigned char* data, std::size_t length) {
     const std::lock_guard<Mutex> lock(m_mutex);
     if (m_state != State::kOpen) {
         if (m_state != State::kClosed) {
-            m_outbox.Lose(1, "its link is gone");
+            m_outbox.CountLost(1, "its link is gone");
         }
         return false;
     }
@@ -171,7 +179,7 @@ bool Connection::Send(const unsigned char* data, std::size_t length) {
     if (m_outbox.Empty()) {
         const ssize_t written = ::write(m_descriptor.Get(), data, length);
         if (written < 0 && !IsNoRoom(errno)) {
-            m_outbox.Lose(1, std::strerror(errno));
+            m_outbox.CountLost(1, std::strerror(errno));
             return false;
         }
         sent = written < 0 ? 0 : static_cast<std::size_t>(written);

@@ -60,7 +60,7 @@ public:
     ~Connection() = default;
 
     const std::string& Path() const { return m_info.path; }
-    State CurrentState() const { return m_state; }
+    State CurrentState() const noexcept { return m_state; }
 
     /// Who hears of what the connection needs from now on; null: nobody. Not owned.
     void Observe(ConnectionObserver* observer);

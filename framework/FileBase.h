@@ -43,7 +43,7 @@ protected:
         /// between them.
         bool isInLines = false;
         /// Whether a block tells that what was written to the file is gone; null where no block does.
-        bool (*tellsOfLoss)(const unsigned char* data, std::size_t length) = nullptr;
+        bool (*tellsThatObjectIsGone)(const unsigned char* data, std::size_t length) = nullptr;
     };
 
     FileBase(const fileTagInfo& info, Reading reading)

@@ -37,15 +37,19 @@ bool FilesControlBase::RemoveFile(int key) const {
 }
 
 void FilesControlBase::HoldInput(int key) const {
-    m_multiplexer->Hold(key, true);
+    m_multiplexer->Hold(key, Multiplexer::Holding::kHeld);
+}
+
+void FilesControlBase::HoldInputAfterBlock(int key) const {
+    m_multiplexer->Hold(key, Multiplexer::Holding::kHeldAfterBlock);
 }
 
 void FilesControlBase::ResumeInput(int key) const {
-    m_multiplexer->Hold(key, false);
+    m_multiplexer->Hold(key, Multiplexer::Holding::kResumed);
 }
 
 void FilesControlBase::SetReturnHandler(std::function<void(const std::vector<int>& keys)> handler) const {
-    m_multiplexer->OnReturn(std::move(handler));
+    m_multiplexer->SetReturnHandler(std::move(handler));
 }
 
 void FilesControlBase::SetTimer(std::chrono::milliseconds delay, std::function<void()> handler) const {

@@ -48,6 +48,8 @@ public:
 
     /// Lets the input of a registered file wait with its peer, whole and in order, and has it delivered again.
     void HoldInput(int key) const;
+    /// The same, but the next block is delivered first: of a newly opened object, the state that it had then.
+    void HoldInputAfterBlock(int key) const;
     void ResumeInput(int key) const;
 
     /// Who hears, between two deliveries and on their thread, of files that lack what was written to them: their

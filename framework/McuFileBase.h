@@ -23,7 +23,7 @@ public:
     void PacketHeader(PacketHeader_s& header, int command, int reply, int third, int fourth, int fifth,
                       int payloadLength, int packetNumber);
 
-    /// Writes @p length bytes, one packet, to the device, or keeps them, behind those that wait already, until the
+    /// Writes @p length bytes, one packet, to the device, or keeps them, after those that wait already, until the
     /// device takes them; waits for nothing. False when the packet is lost: the link is gone, or too many wait.
     bool SendToSpiDev(const unsigned char* data, int length) const;
 

@@ -29,7 +29,7 @@ Multiplexer::~Multiplexer() {
 bool Multiplexer::Init() {
     m_wake.Reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!m_wake || !m_epoll.Open() || !m_epoll.Add(m_wake.Get(), EPOLLIN, kWakeId)) {
-        LOGBASE(LOG_LEV_ERROR, "Init", "can't prepare the multiplexer: %s\n", std::strerror(errno));
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "can't prepare the multiplexer: %s\n", std::strerror(errno));
         return false;
     }
     m_buffer.resize(kBufferSize);
@@ -74,7 +74,7 @@ bool Multiplexer::StartThreads() {
         }
         return true;
     } catch (const std::system_error& error) {
-        LOGBASE(LOG_LEV_ERROR, "Start", "can't start the multiplexer: %s\n", error.what());
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "can't start the multiplexer: %s\n", error.what());
         return false;
     }
 }
@@ -97,10 +97,17 @@ void Multiplexer::Join() {
     if (m_dispatcher.joinable()) {
         m_dispatcher.join();
     }
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    for (auto& [directory, reopener] : m_reopeners) {
-        reopener->Stop();
+    std::vector<Reopener*> reopeners;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        for (auto& [directory, reopener] : m_reopeners) {
+            reopeners.push_back(reopener.get());
+        }
     }
+    for (Reopener* reopener : reopeners) {
+        reopener->Stop(); // may wait for an opening, and so not with the lock held
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
     for (auto& [key, entry] : m_entries) {
         entry.connection->Observe(nullptr);
     }
@@ -127,31 +134,39 @@ bool Multiplexer::AddEntry(int key, FileBase* file, bool isOutput) {
     entry.file = file;
     entry.connection = file->m_connection;
     entry.input = isOutput ? nullptr : std::make_shared<Input>();
-    entry.reopener = &ReopenerOf(file->m_info.path);
+    entry.reopener = ReopenerOf(file->m_info.path);
+    if (entry.reopener == nullptr || (m_isRunning && !UpdateWatch(key, entry))) {
+        m_entries.erase(added);
+        return false;
+    }
     if (m_isRunning) {
-        if (!UpdateWatch(key, entry)) {
-            m_entries.erase(added);
-            return false;
-        }
         entry.connection->Observe(this);
     }
     entry.reopener->Add(entry.connection);
     return true;
 }
 
-/// Called with m_mutex held.
-Reopener& Multiplexer::ReopenerOf(const std::string& path) {
-    std::unique_ptr<Reopener>& reopener = m_reopeners[DirectoryOf(path)];
-    if (!reopener) {
-        reopener = std::make_unique<Reopener>([this] {
-            m_needsAttention = true;
-            Wake();
-        });
-        if (m_isRunning) {
-            reopener->Start();
-        }
+/// The reopener of the file's peer; null, with a line in the log, where there can be no thread for a new one. Called
+/// with m_mutex held.
+Reopener* Multiplexer::ReopenerOf(const std::string& path) {
+    const auto [found, isNew] = m_reopeners.try_emplace(DirectoryOf(path));
+    if (!isNew) {
+        return found->second.get();
     }
-    return *reopener;
+    found->second = std::make_unique<Reopener>([this] {
+        m_needsAttention = true;
+        Wake();
+    });
+    try {
+        if (m_isRunning) {
+            found->second->Start();
+        }
+        return found->second.get();
+    } catch (const std::system_error& error) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "can't open %s again when it is lost: %s\n", path.c_str(), error.what());
+        m_reopeners.erase(found);
+        return nullptr;
+    }
 }
 
 bool Multiplexer::Remove(int key) {
@@ -174,16 +189,17 @@ bool Multiplexer::Remove(int key) {
     return true;
 }
 
-void Multiplexer::Hold(int key, bool isHeld) {
+void Multiplexer::Hold(int key, Holding holding) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto found = m_entries.find(key);
     if (found != m_entries.end() && found->second.input) {
-        found->second.input->isHeld = isHeld;
-        Attend();
+        found->second.input->isHeld = holding == Holding::kHeld;
+        found->second.input->isHeldAfterBlock = holding == Holding::kHeldAfterBlock;
+        RequestAttention();
     }
 }
 
-void Multiplexer::OnReturn(ReturnHandler handler) {
+void Multiplexer::SetReturnHandler(ReturnHandler handler) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_onReturn = std::move(handler);
 }
@@ -192,20 +208,20 @@ void Multiplexer::SetTimer(std::chrono::milliseconds delay, std::function<void()
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_timerDue = Clock::now() + delay;
     m_timerHandler = std::move(handler);
-    Attend();
+    RequestAttention();
 }
 
 void Multiplexer::OnRoomNeeded() {
-    Attend();
+    RequestAttention();
 }
 
 void Multiplexer::OnWriteLost() {
     m_wasWriteLost = true;
-    Attend();
+    RequestAttention();
 }
 
 /// Has the dispatcher look at watches, connections and timer before it waits again.
-void Multiplexer::Attend() {
+void Multiplexer::RequestAttention() {
     m_needsAttention = true;
     if (m_dispatcherId.load() != std::this_thread::get_id()) {
         Wake();

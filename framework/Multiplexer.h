@@ -3,7 +3,7 @@
 // A turn of that thread: it waits for events; delivers, of each file that has input, a bounded part; then, between
 // two deliveries, takes over the connections that came back and says so; then runs the timer. So a file with much
 // input, be it many packets or one long text, holds up the others for a part's time only, and whoever hears of a
-// return (the handler of OnReturn) is heard before any later input.
+// return (the return handler) is heard before any later input.
 //
 //     what happens                         who notices            what follows
 //     a file has input                     epoll                  FileBase::OnDataChange
@@ -15,10 +15,10 @@
 //     object that is written to
 //     input is held or resumed             the caller             the file leaves or joins the epoll set
 //
-// It can't deadlock: the dispatcher holds a file's delivery lock while it delivers, and its own lock only to look
-// something up. Locks are taken in this order: delivery, multiplexer, connection; reopeners' locks are taken with
-// any of them held and hold nothing themselves. Who removes a file waits until it is not being delivered, with no lock
-// held, and not at all on the dispatcher itself.
+// Locks are taken in this order: delivery (of a file, while it delivers), multiplexer (for a look-up or a change of
+// what is watched), reopener and connection (which hold nothing else). Nobody waits with the multiplexer's lock held:
+// who removes a file waits for its delivery with the lock given back, and not at all on the dispatcher itself; who
+// stops waits for the threads without it.
 #ifndef TLG_FRAMEWORK_MULTIPLEXER_H
 #define TLG_FRAMEWORK_MULTIPLEXER_H
 
@@ -46,6 +46,7 @@ namespace TLG::ZOCAR {
 class Multiplexer : private ConnectionObserver {
 public:
     using ReturnHandler = std::function<void(const std::vector<int>& keys)>;
+    enum class Holding { kHeld, kHeldAfterBlock, kResumed };
 
     Multiplexer() = default;
     Multiplexer(const Multiplexer&) = delete;
@@ -60,8 +61,8 @@ public:
     bool Add(int key, FileBase* file);
     bool AddOutput(int key, FileBase* file);
     bool Remove(int key);
-    void Hold(int key, bool isHeld);
-    void OnReturn(ReturnHandler handler);
+    void Hold(int key, Holding holding);
+    void SetReturnHandler(ReturnHandler handler);
     void SetTimer(std::chrono::milliseconds delay, std::function<void()> handler);
 
 private:
@@ -72,8 +73,9 @@ private:
     /// What the dispatcher keeps of a file's input. Shared by the entry and a delivery that outlives it.
     struct Input {
         std::atomic<bool> isHeld{false};
-        std::vector<unsigned char> rest; // lines that were read and not delivered yet; the dispatcher's alone
-        std::size_t delivered = 0;       // bytes of them that were
+        std::atomic<bool> isHeldAfterBlock{false}; // to be held once the next block has been delivered
+        std::vector<unsigned char> rest;           // lines that were read and not delivered yet; the dispatcher's alone
+        std::size_t delivered = 0;                 // bytes of them that were
         bool HasRest() const { return delivered < rest.size(); }
     };
 
@@ -85,18 +87,18 @@ private:
         std::uint32_t watched = 0; // the events that the epoll set has
         bool awaitsAnswer = false; // came back, and nothing was read from it yet
 
-        /// Whether nothing more is to be read from it for now.
-        bool IsQuiet() const { return input && (input->isHeld || input->HasRest()); }
+        /// Whether nothing is to be read from it for now.
+        bool IsPaused() const { return input && (input->isHeld || input->HasRest()); }
     };
 
     bool AddEntry(int key, FileBase* file, bool isOutput);
     bool StartThreads();
     void Join();
-    Reopener& ReopenerOf(const std::string& path);
+    Reopener* ReopenerOf(const std::string& path);
 
     void OnRoomNeeded() override;
     void OnWriteLost() override;
-    void Attend();
+    void RequestAttention();
     void Wake() const;
 
     void Dispatch();
@@ -106,6 +108,7 @@ private:
     void WithClaimed(int key, Delivery deliver);
     std::optional<Entry> Claim(int key);
     void Release();
+    void Turn();
     void Deliver(int key, std::uint32_t events);
     void Receive(int key, Entry& entry);
     void DeliverLines(const Entry& entry, unsigned char* text, std::size_t length);
@@ -114,6 +117,7 @@ private:
     void LoseConnection(int key, const Entry& entry, int error);
     void NoteAnswer(int key, Entry& entry);
     void TakeOver();
+    void TakeOver(int key, Entry& entry);
     void UpdateWatches();
     bool UpdateWatch(int key, Entry& entry) const;
     void RunTimer();
@@ -126,7 +130,7 @@ private:
     std::atomic<bool> m_needsAttention{false}; // something changed that watches or connections follow
     std::atomic<bool> m_wasWriteLost{false};
     std::vector<unsigned char> m_buffer; // this and what follows: the dispatcher's alone
-    std::set<int> m_rewritable;          // files that can take again what they took not, or have lost
+    std::set<int> m_lacking;             // files of which the return handler is to hear
     bool m_hasRests = false;
 
     std::mutex m_mutex;                                           // never held while a file delivers or opens

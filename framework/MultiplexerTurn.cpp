@@ -33,16 +33,25 @@ std::size_t LengthOfLines(const unsigned char* text, std::size_t length, int lin
 void Multiplexer::Dispatch() {
     m_dispatcherId = std::this_thread::get_id();
     while (!m_isStopping) {
-        m_epoll.Wait(TimeoutMs(), [this](std::uint64_t id, std::uint32_t events) { OnEvent(id, events); });
-        if (m_hasRests) {
-            DeliverRests();
+        try {
+            Turn();
+        } catch (const std::bad_alloc&) {
+            LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "no memory, what was to be done is tried again\n");
+            m_needsAttention = true;
         }
-        if (m_needsAttention.exchange(false)) {
-            TakeOver();
-            UpdateWatches();
-        }
-        RunTimer();
     }
+}
+
+void Multiplexer::Turn() {
+    m_epoll.Wait(TimeoutMs(), [this](std::uint64_t id, std::uint32_t events) { OnEvent(id, events); });
+    if (m_hasRests) {
+        DeliverRests();
+    }
+    if (m_needsAttention.exchange(false)) {
+        TakeOver();
+        UpdateWatches();
+    }
+    RunTimer();
 }
 
 /// How long to wait for events: not at all while lines wait for their turn.
@@ -96,7 +105,7 @@ void Multiplexer::WithClaimed(int key, Delivery deliver) {
         const std::lock_guard<std::recursive_mutex> delivery(entry->file->m_deliveryMutex);
         deliver(*entry);
     } catch (const std::bad_alloc&) {
-        LOGBASE(LOG_LEV_ERROR, "Deliver", "no memory for the input of file %d, it is lost\n", key);
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "no memory for the input of file %d, it is lost\n", key);
     }
     Release();
 }
@@ -105,7 +114,7 @@ void Multiplexer::Deliver(int key, std::uint32_t events) {
     WithClaimed(key, [&](Entry& entry) {
         if ((events & EPOLLOUT) != 0) {
             if (entry.connection->Flush()) {
-                m_rewritable.insert(key);
+                m_lacking.insert(key);
             }
             m_needsAttention = true;
         }
@@ -117,7 +126,7 @@ void Multiplexer::Deliver(int key, std::uint32_t events) {
 void Multiplexer::Receive(int key, Entry& entry) {
     // What comes as text may be many lines; one block of it is enough for a turn.
     const int blocks = entry.file->m_reading.isInLines ? 1 : kBlocksPerTurn;
-    for (int block = 0; block < blocks && !entry.IsQuiet(); ++block) {
+    for (int block = 0; block < blocks && !entry.IsPaused(); ++block) {
         const ReadResult read = entry.connection->Read(m_buffer.data(), m_buffer.size());
         if (read.kind == ReadResult::kNothing) {
             return;
@@ -128,14 +137,18 @@ void Multiplexer::Receive(int key, Entry& entry) {
         }
         NoteAnswer(key, entry);
         const FileBase::Reading& reading = entry.file->m_reading;
-        if (reading.tellsOfLoss != nullptr && reading.tellsOfLoss(m_buffer.data(), read.length)) {
-            m_rewritable.insert(key);
+        if (reading.tellsThatObjectIsGone != nullptr && reading.tellsThatObjectIsGone(m_buffer.data(), read.length)) {
+            m_lacking.insert(key);
             m_needsAttention = true;
         }
         if (entry.input && reading.isInLines) {
             DeliverLines(entry, m_buffer.data(), read.length);
         } else if (entry.input) {
             entry.file->OnDataChange(m_buffer.data(), static_cast<int>(read.length));
+        }
+        if (entry.input && entry.input->isHeldAfterBlock.exchange(false)) {
+            entry.input->isHeld = true;
+            m_needsAttention = true;
         }
     }
 }
@@ -174,7 +187,9 @@ void Multiplexer::DeliverRest(const Entry& entry) {
     unsigned char* const text = input.rest.data() + input.delivered;
     const std::size_t part = LengthOfLines(text, input.rest.size() - input.delivered, kLinesPerTurn);
     input.delivered += part;
-    m_needsAttention = m_needsAttention || !input.HasRest();
+    if (!input.HasRest()) {
+        m_needsAttention = true;
+    }
     if (!m_isStopping) {
         entry.file->OnDataChange(text, static_cast<int>(part));
     }
@@ -184,10 +199,10 @@ void Multiplexer::LoseConnection(int key, const Entry& entry, int error) {
     const char* path = entry.file->m_info.path.c_str();
     const char* reason = error == 0 ? "closed by its peer" : std::strerror(error);
     if (entry.input) {
-        LOGBASE(LOG_LEV_ERROR, "OnInputLost", "input %s lost (%s), it is reopened as soon as it is back\n", path,
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "input %s lost (%s), it is reopened as soon as it is back\n", path,
                 reason);
     } else {
-        LOGBASE(LOG_LEV_NOTICE, "OnOutputLost", "output %s lost (%s)\n", path, reason);
+        LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "output %s lost (%s)\n", path, reason);
     }
     entry.connection->Lose();
     {
@@ -214,40 +229,48 @@ void Multiplexer::NoteAnswer(int key, Entry& entry) {
     }
 }
 
-/// Turns to connections that came back, and has those that wrote to a lost one opened soon.
+/// Turns to connections that came back, and has those that wrote to a lost one opened soon. Of whom the return handler
+/// has not heard, be it for lack of memory, it hears in the next turn.
 void Multiplexer::TakeOver() {
     const bool wasWriteLost = m_wasWriteLost.exchange(false);
-    std::vector<int> returned(m_rewritable.begin(), m_rewritable.end());
-    m_rewritable.clear();
     ReturnHandler onReturn;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        onReturn = m_onReturn;
         for (auto& [key, entry] : m_entries) {
-            if (entry.connection->CurrentState() == Connection::State::kReturned && entry.connection->TakeOver()) {
-                entry.watched = 0;
-                entry.awaitsAnswer = true;
-                returned.push_back(key);
-                LOGBASE(LOG_LEV_NOTICE, entry.input ? "OnInputBack" : "OnOutputBack", "%s %s is back\n",
-                        entry.input ? "input" : "output", entry.file->m_info.path.c_str());
-            } else if (wasWriteLost && !entry.input && entry.connection->CurrentState() == Connection::State::kLost) {
+            const Connection::State state = entry.connection->CurrentState();
+            if (state == Connection::State::kReturned) {
+                TakeOver(key, entry);
+            } else if (wasWriteLost && !entry.input && state == Connection::State::kLost) {
                 entry.reopener->Hurry();
             }
         }
-        onReturn = m_onReturn;
     }
-    if (!returned.empty() && onReturn) {
-        onReturn(returned);
+    if (!m_lacking.empty() && onReturn) {
+        onReturn(std::vector<int>(m_lacking.begin(), m_lacking.end()));
     }
+    m_lacking.clear();
+}
+
+/// Takes one connection over, unless what lies in the file's place can't be watched. Called with m_mutex held.
+void Multiplexer::TakeOver(int key, Entry& entry) {
+    m_lacking.insert(key);
+    entry.watched = 0;
+    entry.awaitsAnswer = true;
+    if (entry.connection->TakeOver() && UpdateWatch(key, entry)) {
+        LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "%s %s is back\n", entry.input ? "input" : "output",
+                entry.file->m_info.path.c_str());
+        return;
+    }
+    m_lacking.erase(key);
+    entry.connection->Lose();
+    entry.reopener->OnLost();
 }
 
 void Multiplexer::UpdateWatches() {
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (auto& [key, entry] : m_entries) {
-        if (!UpdateWatch(key, entry)) {
-            // Something that can't be watched lies in the file's place; it may be replaced again.
-            entry.connection->Lose();
-            entry.reopener->OnLost();
-        }
+        UpdateWatch(key, entry);
         m_hasRests = m_hasRests || (entry.input && !entry.input->isHeld && entry.input->HasRest());
     }
 }
@@ -256,7 +279,7 @@ void Multiplexer::UpdateWatches() {
 /// line in the log. Called with m_mutex held.
 bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
     const std::uint32_t wanted =
-        entry.IsQuiet() ? 0U : EPOLLIN | EPOLLRDHUP | (entry.connection->NeedsRoom() ? EPOLLOUT : 0U);
+        entry.IsPaused() ? 0U : EPOLLIN | EPOLLRDHUP | (entry.connection->NeedsRoom() ? EPOLLOUT : 0U);
     const auto id = static_cast<std::uint64_t>(key);
     if (wanted == entry.watched) {
         return true;
@@ -274,7 +297,7 @@ bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
     if (m_isRunning && entry.connection->CurrentState() != Connection::State::kOpen) {
         return true; // its return is taken over later
     }
-    LOGBASE(LOG_LEV_ERROR, "Watch", "can't watch %s: %s\n", entry.file->m_info.path.c_str(), std::strerror(errno));
+    LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "can't watch %s: %s\n", entry.file->m_info.path.c_str(), std::strerror(errno));
     return false;
 }
 

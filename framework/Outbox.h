@@ -19,7 +19,8 @@ public:
 
     bool Empty() const { return m_packets.empty(); }
 
-    /// Keeps a packet behind those that wait; false, and the packet counts as lost, past the bound.
+    /// Keeps a packet after those that wait; false, and the packet counts as lost, past the bound and where there is no
+    /// memory.
     bool Keep(const unsigned char* data, std::size_t length);
 
     /// The packet to write next, or what is left of it. Only when not Empty().
@@ -29,13 +30,17 @@ public:
 
     /// Counts packets that can't be written.
     /// @param reason stands in the line that tells of the first one
-    void Lose(std::size_t count, const char* reason);
+    void CountLost(std::size_t count, const char* reason);
     /// Throws away what waits; it counts as lost.
     void Drop(const char* reason);
     /// Notes that nothing waits and the last write succeeded: losses, if there were any, have ended.
     void Recover();
+    /// Throws away what waits, and says how many packets were lost in all: nothing more will be written.
+    void End();
 
 private:
+    void SayLost(const char* what);
+
     std::string m_path;
     std::deque<std::vector<unsigned char>> m_packets;
     std::size_t m_lost = 0; // since losses began

@@ -17,12 +17,13 @@ bool PPSFileBase::Open() {
     return OpenLogged("PPS server's object");
 }
 
-bool PPSFileBase::TellsOfLoss(const unsigned char* data, std::size_t length) {
+bool PPSFileBase::TellsThatObjectIsGone(const unsigned char* data, std::size_t length) {
     std::string_view text(reinterpret_cast<const char*>(data), length);
     while (!text.empty()) {
         const std::string_view line = text.substr(0, text.find('\n'));
         // An attribute's deletion begins with a hyphen too, and has no "@".
-        if ((line[0] == '-' || line[0] == '#') && (line.substr(1, 1) == "@" || line.substr(1, 4) == "[n]@")) {
+        const std::string_view mark = line.substr(0, 1);
+        if ((mark == "-" || mark == "#") && (line.substr(1, 1) == "@" || line.substr(1, 4) == "[n]@")) {
             return true;
         }
         text.remove_prefix(std::min(line.size() + 1, text.size()));

@@ -13,13 +13,14 @@ namespace TLG::ZOCAR {
 
 /// A PPS object: what is read from it goes to the callback as attributes, what is written to it is PPS
 /// text. Writing may happen on any thread and waits for nobody. A write to an object whose server went away
-/// has it opened again: by the multiplexer that cares for it, or at once where there is none.
+/// has it opened again: by the multiplexer that cares for it, or, where there is none, at once, which may wait for the
+/// server.
 class PPSFileBase : public FileBase {
 public:
     /// @param info     must outlive the object
     /// @param callback receives the changes; not owned
     PPSFileBase(const fileTagInfo& info, IPPSOnChange* callback)
-        : FileBase(info, {true, TellsOfLoss}), m_callback(callback) {}
+        : FileBase(info, {true, TellsThatObjectIsGone}), m_callback(callback) {}
 
     /// True when there is a callback for the changes.
     bool Init() override;
@@ -45,7 +46,7 @@ public:
 
 private:
     /// Whether somebody deleted or emptied the object.
-    static bool TellsOfLoss(const unsigned char* data, std::size_t length);
+    static bool TellsThatObjectIsGone(const unsigned char* data, std::size_t length);
 
     IPPSOnChange* m_callback;
     std::vector<char> m_text; // what is being parsed; the multiplexer's thread alone

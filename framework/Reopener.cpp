@@ -70,17 +70,16 @@ bool Reopener::IsAnyLost() const {
 void Reopener::Run() {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_isStopping) {
-        m_isHurried = false;
         m_changed.wait(lock, [this] { return m_isStopping || IsAnyLost(); });
         WaitForPass(lock);
         if (m_isStopping) {
             return;
         }
+        m_isHurried = false;
         // Until an answer tells otherwise, this pass leads to nothing.
         m_delay = std::min<Clock::duration>(2 * m_delay, kLongestDelay);
-        const std::vector<File> files = m_files;
         lock.unlock();
-        if (Pass(files)) {
+        if (Pass()) {
             m_onReturn();
         }
         lock.lock();
@@ -98,16 +97,26 @@ void Reopener::WaitForPass(std::unique_lock<std::mutex>& lock) {
     }
 }
 
-/// Tries each lost file once; true when one was opened.
-bool Reopener::Pass(const std::vector<File>& files) {
-    bool isAnyOpen = false;
-    for (const File& file : files) {
-        if (file.connection->CurrentState() != Connection::State::kLost) {
-            continue;
+/// The lost file at or after a place among the files, which moves on to the place after it; null where there is none.
+std::shared_ptr<Connection> Reopener::NextLost(std::size_t& place) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    while (place < m_files.size() && !m_isStopping) {
+        const std::shared_ptr<Connection>& connection = m_files[place++].connection;
+        if (connection->CurrentState() == Connection::State::kLost) {
+            return connection;
         }
-        const int error = file.connection->Reopen();
-        isAnyOpen |= file.connection->CurrentState() == Connection::State::kReturned;
-        SayOnce(*file.connection, error);
+    }
+    return nullptr;
+}
+
+/// Tries each lost file once; true when one was opened.
+bool Reopener::Pass() {
+    bool isAnyOpen = false;
+    std::size_t place = 0;
+    while (const std::shared_ptr<Connection> connection = NextLost(place)) {
+        const int error = connection->Reopen();
+        isAnyOpen |= connection->CurrentState() == Connection::State::kReturned;
+        SayOnce(*connection, error);
     }
     return isAnyOpen;
 }
@@ -121,7 +130,7 @@ void Reopener::SayOnce(const Connection& connection, int error) {
         }
         file.toldError = error;
         if (error != 0) {
-            LOGBASE(LOG_LEV_NOTICE, "Reopen", "can't open %s yet: %s\n", connection.Path().c_str(),
+            LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "can't open %s yet: %s\n", connection.Path().c_str(),
                     std::strerror(error));
         }
     }

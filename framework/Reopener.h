@@ -28,7 +28,7 @@ public:
 
     /// Throws std::system_error where there can be no thread.
     void Start();
-    /// Ends the thread; waits for an opening under way.
+    /// Ends the thread; waits for an opening under way, and makes no other.
     void Stop();
 
     void Add(std::shared_ptr<Connection> connection);
@@ -38,7 +38,7 @@ public:
     void OnLost();
     /// Tries after the shortest delay: somebody has something for the peer.
     void Hurry();
-    /// Notes that the peer has answered: the delay of the next loss starts anew.
+    /// Notes that the peer has answered: the delay of the next loss starts from its shortest again.
     void OnAnswer();
 
 private:
@@ -51,7 +51,8 @@ private:
     void Run();
     bool IsAnyLost() const;
     void WaitForPass(std::unique_lock<std::mutex>& lock);
-    bool Pass(const std::vector<File>& files);
+    std::shared_ptr<Connection> NextLost(std::size_t& place);
+    bool Pass();
     void SayOnce(const Connection& connection, int error);
 
     std::function<void()> m_onReturn;

@@ -158,7 +158,7 @@ TEST_F(McuLinkTest, TheOldestOfTooManyPendingPacketsIsDropped) {
         m_link.SendCtrCmd(8, {5, 1});
     }
     EXPECT_EQ(TakeErrors(),
-              std::string("_Melvane_[Write]-writes to ") + TLG::ZOCAR::g_eqMCU.path + " fail: Broken pipe");
+              std::string("_Melvane_[CountLost]-writes to ") + TLG::ZOCAR::g_eqMCU.path + " fail: Broken pipe");
     m_link.SendCtrCmd(8, {5, 1});
     EXPECT_EQ(TakeErrors(), "_Melvane_[KeepPending]-16384 packets unacknowledged, packet no:1 is given up");
     EXPECT_EQ(Pending(), CEQMcuFile::kMaxPending);

@@ -17,6 +17,9 @@
 /// The centre of the service: owns every file and the settings store, opens and registers them, and routes
 /// every event: PPS changes to commands for the MCU, MCU data through the store to the status objects.
 ///
+/// Its parts stand in files of their own: the update cycle in StatusUpdate.cpp, what follows the return of a peer in
+/// PeerReturn.cpp.
+///
 /// Init, Start, Stop and Close are called by the thread that runs the service, the callbacks by the
 /// multiplexer's thread. The controller has no lock of its own; store and MCU link lock themselves.
 class CEQMidController : public TLG::ZOCAR::FilesControlBase, public TLG::ZOCAR::IMcuRecvData {

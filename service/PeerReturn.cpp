@@ -1,4 +1,4 @@
-// What the controller does when a peer is there anew: it asks the MCU for its settings, and lets commands wait until
+// What the controller does when a peer is there again: it asks the MCU for its settings, and lets commands wait until
 // they are known; it publishes again what a PPS server that restarted, took no writes for a while, or was told by
 // somebody to delete or empty an object, does not have.
 #include <algorithm>
@@ -17,7 +17,13 @@ constexpr std::chrono::milliseconds kAnswerTimeout(500);
 void CEQMidController::HoldCommands() {
     m_settingsWait.Begin();
     HoldInput(m_EQControl.GetKey());
-    HoldInput(m_gpsStatus.GetKey());
+    if (m_bNaviVolEnabled) {
+        HoldInput(m_gpsStatus.GetKey());
+    } else {
+        // What the object holds from before the first volumes is no request and must be ignored, so it comes before
+        // them; what is written to it from now on waits.
+        HoldInputAfterBlock(m_gpsStatus.GetKey());
+    }
 }
 
 void CEQMidController::ResumeCommands() {

@@ -7,7 +7,8 @@
 
 #include "model/RecordTypes.h"
 
-/// The setting groups that are asked for whenever the MCU's link is there anew, in the order of the queries.
+/// The setting groups that are asked for at the start and after each return of the MCU's link, in the order of the
+/// queries.
 constexpr std::array<RecordType, 7> kQueriedGroups{VOLUME_AND_FADE_BALANCE, EQ,  SOURCE_GAIN, LISTEN_POS,
                                                    AUDIO_SETTING,           ALC, EQ_EXPEND};
 

@@ -76,6 +76,25 @@ TEST(StartTest, ACommandInAnyPhaseOfAStartChangesWhatItCommandsAlone) {
     }
 }
 
+TEST(StartTest, WhatTheNavigationObjectHoldsFromBeforeIsNoRequest) {
+    FaultBench bench;
+    constexpr std::size_t kNaviByte = 6;
+    ASSERT_TRUE(WriteObject(kNavigation, "navivolume:n:75"));
+    while (McuRecords()[0][kNaviByte] != 30) {
+        std::this_thread::yield();
+    }
+    ASSERT_TRUE(IsTrueSoon());
+    bench.StopService();
+    Order("volume navi 8");
+    bench.StartService();
+    ASSERT_TRUE(IsTrueSoon());
+    EXPECT_EQ(McuRecords()[0][kNaviByte], 8);
+    ASSERT_TRUE(WriteObject(kNavigation, "navivolume:n:50"));
+    ASSERT_TRUE(bench.service->WaitFor("packet no = 1\n"));
+    ASSERT_TRUE(IsTrueSoon());
+    EXPECT_EQ(McuRecords()[0][kNaviByte], 20);
+}
+
 TEST(StartTest, CommandsGoOnWhereTheMcuDoesNotAnswer) {
     Chain chain;
     chain.StartMcu({});

@@ -151,15 +151,16 @@ void Broker::Make(Node& node, Client& creator, const Client* untold) {
     if (!m_tree.Make(node, permissions)) {
         return;
     }
-    if (creator.notPersistent) {
-        node.object.SetNotPersistent();
-    }
     for (Client* client : node.clients) {
         const bool isCreator = client == &creator;
         client->granted.reads =
             client->asked.reads && (isCreator || Allows(permissions, client->identity, {true, false}));
         client->granted.writes =
             client->asked.writes && (isCreator || Allows(permissions, client->identity, {false, true}));
+        if (client->notPersistent && client->granted.writes) {
+            // Also where it was deleted and somebody else made it again: whoever has it open relies on it.
+            node.object.SetNotPersistent();
+        }
     }
     Publish(node, "+", {}, untold);
 }

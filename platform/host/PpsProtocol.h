@@ -9,7 +9,7 @@
 // After "ok" to an open, the connection is the object: a packet to the server is a write, a packet from
 // it is what one read returns. With the option "ack" the server answers every write with a reply of its
 // own and sends nothing else. With the option "kept" a connection that does not read is told, in the form of a read,
-// when the object is deleted. After "ok" to a list, one packet holds the paths of objects behind the given one
+// when the object is deleted. After "ok" to a list, one packet holds the paths of objects after the given one
 // in their order, one a line, as many as fit; none where that was the last. A list begins with an empty path.
 #ifndef TLG_PLATFORM_HOST_PPSPROTOCOL_H
 #define TLG_PLATFORM_HOST_PPSPROTOCOL_H
@@ -49,7 +49,7 @@ constexpr std::size_t kMaxRequest = 4096;
 /// The permissions that an object is created with where nobody says otherwise.
 constexpr mode_t kDefaultMode = 0666;
 
-/// What the options behind the "?" of a path ask for.
+/// What the options after the "?" of a path ask for.
 struct PpsOptions {
     bool delta = false;
     bool wait = false;

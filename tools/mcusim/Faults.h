@@ -24,17 +24,18 @@ enum class Fault : std::size_t {
 struct FaultWord {
     std::string_view word;
     Fault fault;
+    bool isState = false; ///< it is on or off, and does not happen so many times
 };
 
 /// The faults by the words that order them.
-constexpr std::array<FaultWord, 8> kFaultWords{{{"refuse", Fault::kRefuse},
-                                                {"drop", Fault::kDrop},
-                                                {"duplicate", Fault::kDuplicate},
-                                                {"reorder", Fault::kReorder},
-                                                {"renumber", Fault::kRenumber},
-                                                {"corrupt", Fault::kCorrupt},
-                                                {"silence", Fault::kSilence},
-                                                {"deaf", Fault::kDeaf}}};
+constexpr std::array<FaultWord, 8> kFaultWords{{{"refuse", Fault::kRefuse, false},
+                                                {"drop", Fault::kDrop, false},
+                                                {"duplicate", Fault::kDuplicate, false},
+                                                {"reorder", Fault::kReorder, false},
+                                                {"renumber", Fault::kRenumber, false},
+                                                {"corrupt", Fault::kCorrupt, false},
+                                                {"silence", Fault::kSilence, true},
+                                                {"deaf", Fault::kDeaf, true}}};
 
 /// Which faults happen, and how often from now on.
 class Faults {

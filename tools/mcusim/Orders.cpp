@@ -53,8 +53,11 @@ std::optional<std::string> Delay(Simulator& simulator, const Words& arguments) {
 }
 
 std::optional<std::string> ClearFaults(Simulator& simulator, const Words& arguments) {
+    if (!arguments.empty()) {
+        return std::nullopt;
+    }
     simulator.ClearFaults();
-    return arguments.empty() ? std::optional<std::string>("") : std::nullopt;
+    return "";
 }
 
 std::optional<std::string> HangUp(Simulator& simulator, const Words& arguments) {
@@ -93,16 +96,16 @@ constexpr Order kOrders[] = {
     {"help", "", "prints this", Help},
 };
 
-/// A fault's argument: how often from now on.
-std::optional<long> CountOf(const Words& arguments) {
-    if (arguments.empty()) {
-        return 1;
+/// A fault's argument: how often it happens from now on.
+std::optional<long> CountOf(const FaultWord& fault, const Words& arguments) {
+    if (arguments.size() == 1 && (arguments[0] == "on" || arguments[0] == "off")) {
+        return arguments[0] == "on" ? Faults::kAlways : 0;
     }
-    if (arguments.size() > 1) {
+    if (fault.isState || arguments.size() > 1) {
         return std::nullopt;
     }
-    if (arguments[0] == "on" || arguments[0] == "off") {
-        return arguments[0] == "on" ? Faults::kAlways : 0;
+    if (arguments.empty()) {
+        return 1;
     }
     const std::optional<long> count = NumberOf<long>(arguments[0]);
     return count && *count >= 0 ? count : std::nullopt;
@@ -119,10 +122,12 @@ std::string OrderHelp() {
     for (const Order& order : kOrders) {
         text.append(order.word).append(" ").append(order.arguments).append(": ").append(order.meaning).append("\n");
     }
+    const char* separator = "";
     for (const FaultWord& fault : kFaultWords) {
-        text.append(fault.word).append(" ");
+        text.append(separator).append(fault.word).append(fault.isState ? " on|off" : " [COUNT|on|off]");
+        separator = ", ";
     }
-    return text + "[COUNT|on|off]: what happens to the next answers, once where nothing is said";
+    return text + ": what happens to so many of the next answers, to one where nothing is said";
 }
 
 OrderResult Obey(Simulator& simulator, std::string_view line) {
@@ -141,8 +146,8 @@ OrderResult Obey(Simulator& simulator, std::string_view line) {
     }
     const auto* fault = std::find_if(kFaultWords.begin(), kFaultWords.end(),
                                      [&word](const FaultWord& each) { return each.word == word; });
-    const std::optional<long> count = CountOf(arguments);
-    if (fault == kFaultWords.end() || !count) {
+    const std::optional<long> count = fault == kFaultWords.end() ? std::nullopt : CountOf(*fault, arguments);
+    if (!count) {
         return Refused(line);
     }
     simulator.SetFault(fault->fault, *count);
@@ -155,7 +160,8 @@ OrderResult GiveOrder(const std::string& line) {
     std::string answer;
     if (!connection || ::send(connection.Get(), line.data(), line.size(), MSG_NOSIGNAL) < 0 ||
         !host::ReceivePacket(connection.Get(), answer)) {
-        return {false, "no simulator takes orders at " + path + ": " + std::strerror(errno)};
+        return {false,
+                "no simulator takes orders at " + path + ": " + (errno == 0 ? "it has ended" : std::strerror(errno))};
     }
     return {answer.compare(0, 3, "ok ") == 0, answer.substr(std::min<std::size_t>(answer.size(), 3))};
 }

@@ -17,10 +17,6 @@ namespace mcusim {
 
 namespace {
 
-constexpr std::uint64_t kListenerId = ~std::uint64_t{0};
-constexpr std::uint64_t kStopId = kListenerId - 1;
-constexpr std::uint64_t kInputId = kListenerId - 2;
-constexpr std::uint64_t kOrdersId = kListenerId - 3;
 constexpr std::size_t kMaxBlock = 64U * 1024U;
 constexpr int kBlocksPerTurn = 64;
 constexpr auto kLargestLag = std::chrono::milliseconds(10);
@@ -76,7 +72,9 @@ void Simulator::Run(int stopFd, int commandFd) {
             } else if (id == kInputId) {
                 TakeOrders(commandFd);
             } else if (id == kOrdersId) {
-                AcceptOrder();
+                AcceptOrders();
+            } else if (m_orderConnections.count(id) != 0) {
+                AnswerOrder(id);
             } else {
                 Handle(id, events);
             }
@@ -101,6 +99,12 @@ void Simulator::AcceptAll() {
     }
 }
 
+/// A descriptor is free: newcomers that had to wait are let in.
+void Simulator::ListenAgain() {
+    m_epoll.Modify(m_listener.Fd(), EPOLLIN, kListenerId);
+    m_epoll.Modify(m_orderListener.Fd(), EPOLLIN, kOrdersId);
+}
+
 void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
     for (int block = 0; block < kBlocksPerTurn; ++block) {
         const auto found = m_connections.find(id);
@@ -121,7 +125,7 @@ void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
         } else if (length == 0 || (errno != EAGAIN && errno != ECONNRESET)) {
             // After ECONNRESET, what was sent before is still to be had.
             m_connections.erase(found);
-            m_epoll.Modify(m_listener.Fd(), EPOLLIN, kListenerId);
+            ListenAgain();
         } else if (errno == EAGAIN) {
             return;
         }
@@ -175,10 +179,12 @@ void Simulator::Reply(std::uint64_t id, const Bytes& payload, std::int32_t numbe
     if (m_faults.Happens(Fault::kDrop)) {
         return;
     }
-    Bytes packet = MakePacket(payload, number + (m_faults.Happens(Fault::kRenumber) ? kOtherNumber : 0));
+    const std::int32_t otherNumber = number < kOtherNumber ? number + kOtherNumber : number - kOtherNumber;
+    Bytes packet = MakePacket(payload, m_faults.Happens(Fault::kRenumber) ? otherNumber : number);
     if (m_faults.Happens(Fault::kCorrupt)) {
-        // The announced length no longer fits what comes, or there is not even a header.
-        packet.resize(m_counts.commands % 2 == 0 ? packet.size() - 1 : sizeof(TLG::ZOCAR::PacketHeader_s) - 1);
+        // In turns: the announced length does not fit what comes, or there is not even a header.
+        const bool isCut = std::exchange(m_cutNext, !m_cutNext);
+        packet.resize(isCut ? packet.size() - 1 : sizeof(TLG::ZOCAR::PacketHeader_s) - 1);
     }
     const int times = m_faults.Happens(Fault::kDuplicate) ? 2 : 1;
     for (int i = 0; i < times; ++i) {

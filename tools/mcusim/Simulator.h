@@ -44,7 +44,8 @@ public:
     bool ChangeVolume(const std::string& name, int level);
     /// @param count how often from now on; 0: no more; Faults::kAlways: until told otherwise
     void SetFault(Fault fault, long count);
-    void SetDelay(std::chrono::milliseconds delay) { m_faults.delay = delay; }
+    /// @param delay of answers from now on; those that wait come after that time at the latest
+    void SetDelay(std::chrono::milliseconds delay);
     void ClearFaults();
     /// Ends all connections.
     void HangUp();
@@ -55,6 +56,12 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
+
+    // In the epoll set; connections have their number.
+    static constexpr std::uint64_t kListenerId = ~std::uint64_t{0};
+    static constexpr std::uint64_t kStopId = kListenerId - 1;
+    static constexpr std::uint64_t kInputId = kListenerId - 2;
+    static constexpr std::uint64_t kOrdersId = kListenerId - 3;
 
     struct Connection {
         UniqueFd fd;
@@ -73,7 +80,9 @@ private:
     };
 
     void AcceptAll();
-    void AcceptOrder();
+    void AcceptOrders();
+    void AnswerOrder(std::uint64_t id);
+    void ListenAgain();
     void Handle(std::uint64_t id, std::uint32_t events);
     void Answer(std::uint64_t id, std::string_view block);
     void Reply(std::uint64_t id, const Bytes& payload, std::int32_t number);
@@ -94,13 +103,15 @@ private:
     Settings m_settings;
     Faults m_faults;
     Counts m_counts;
+    bool m_cutNext = true; // how the next corrupt answer is damaged
     host::Epoll m_epoll;
     host::Listener m_listener;
     host::Listener m_orderListener;
-    std::map<std::uint64_t, Connection> m_connections; // by number, which is never used again
-    std::uint64_t m_nextConnection = 0;
-    std::deque<Later> m_later; // in the order of their time
-    std::string m_orders;      // the unfinished line
+    std::map<std::uint64_t, Connection> m_connections;    // by number, which is never used again
+    std::map<std::uint64_t, UniqueFd> m_orderConnections; // by number
+    std::uint64_t m_nextConnection = 0;                   // of both kinds
+    std::deque<Later> m_later;                            // in their order
+    std::string m_orders;                                 // the unfinished line
     std::optional<RandomReports> m_random;
     long m_reportsSent = 0;
     Clock::time_point m_nextReport;

@@ -1,11 +1,10 @@
 // How the simulator takes orders, and what they do.
-#include <fcntl.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <utility>
 
@@ -20,18 +19,28 @@ constexpr std::size_t kMaxOrder = 1024;
 
 } // namespace
 
-/// Takes one order, answers it and ends the connection.
-void Simulator::AcceptOrder() {
-    while (const UniqueFd fd = m_orderListener.Accept()) {
-        std::array<char, kMaxOrder> text{};
-        constexpr timeval kPatience{1, 0};
-        ::setsockopt(fd.Get(), SOL_SOCKET, SO_RCVTIMEO, &kPatience, sizeof kPatience);
-        ::fcntl(fd.Get(), F_SETFL, 0);
-        const ssize_t length = ::recv(fd.Get(), text.data(), text.size(), 0);
-        const OrderResult result = Obey(*this, {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
-        const std::string answer = (result.isObeyed ? "ok " : "no ") + result.text;
-        ::send(fd.Get(), answer.data(), answer.size(), MSG_NOSIGNAL);
+void Simulator::AcceptOrders() {
+    while (UniqueFd fd = m_orderListener.Accept()) {
+        const std::uint64_t id = m_nextConnection++;
+        if (m_epoll.Add(fd.Get(), EPOLLIN, id)) {
+            m_orderConnections[id] = std::move(fd);
+        }
     }
+    if (errno != EAGAIN) {
+        m_epoll.Modify(m_orderListener.Fd(), 0, kOrdersId);
+    }
+}
+
+/// Answers the one order of a connection, and ends it.
+void Simulator::AnswerOrder(std::uint64_t id) {
+    const UniqueFd fd = std::move(m_orderConnections[id]);
+    m_orderConnections.erase(id);
+    std::array<char, kMaxOrder> text{};
+    const ssize_t length = ::recv(fd.Get(), text.data(), text.size(), MSG_DONTWAIT);
+    const OrderResult result = Obey(*this, {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
+    const std::string answer = (result.isObeyed ? "ok " : "no ") + result.text;
+    ::send(fd.Get(), answer.data(), answer.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    ListenAgain();
 }
 
 bool Simulator::ChangeVolume(const std::string& name, int level) {
@@ -54,14 +63,23 @@ void Simulator::SetFault(Fault fault, long count) {
     }
 }
 
+void Simulator::SetDelay(std::chrono::milliseconds delay) {
+    m_faults.delay = delay;
+    for (Later& later : m_later) {
+        later.due = std::min(later.due, Clock::now() + delay);
+    }
+}
+
 void Simulator::ClearFaults() {
     m_faults.Clear();
+    SetDelay(std::chrono::milliseconds(0));
     SetFault(Fault::kReorder, 0);
 }
 
 void Simulator::HangUp() {
     m_connections.clear();
     m_later.clear();
+    ListenAgain();
 }
 
 void Simulator::Restart(std::optional<std::uint32_t> seed) {

@@ -39,7 +39,7 @@ protected:
             }
         });
     }
-    ~ConnectionTest() override { m_controller.Stop(); }
+    void TearDown() override { m_controller.Stop(); }
 
     const TemporaryRoot m_root;
     NotingController m_controller;
@@ -56,7 +56,6 @@ protected:
         EXPECT_TRUE(m_mcu->Accept());
         TakeLog();
     }
-    ~McuConnectionTest() override { m_controller.Stop(); }
 
     bool Send(std::int32_t number) const {
         std::vector<unsigned char> packet(280);
@@ -134,7 +133,6 @@ protected:
         EXPECT_TRUE(m_controller.AddOutput(m_output.GetKey(), &m_output));
         EXPECT_TRUE(m_controller.Start());
     }
-    ~PpsConnectionTest() override { m_controller.Stop(); }
 
     PPSFileBase m_input{kInput, &m_controller};
     PPSFileBase m_other{kOther, &m_controller};

@@ -82,7 +82,11 @@ TEST_F(UpdateCycleTest, EachChangePublishesItsOwnGroup) {
         curves[5 + 3 * band + 2] = 1;
     }
     FakeMcu::Bytes otherType = curves;
-    otherType[4] = 5;
+    otherType[4] = 6;
+    FakeMcu::Bytes answer = kFirst;
+    answer[0] = 137;
+    FakeMcu::Bytes curvesAnswer = otherType;
+    curvesAnswer[0] = 137;
     const Step steps[] = {
         {kFirst, "zoaudio zovolume [n]zosrc_vol [n]zoextra_vol zofade_balance zosubwoofer_gain zocenter_gain zoloud "
                  "[n]sysvolume [n]navivolume"},
@@ -98,14 +102,21 @@ TEST_F(UpdateCycleTest, EachChangePublishesItsOwnGroup) {
         {With(6, 21), "[n]zosrc_vol [n]zoextra_vol [n]navivolume"},
         {With(6, 0x80 | 20), "[n]zosrc_vol [n]zoextra_vol [n]navivolume req"},
         {With(6, 0x80 | 20), "req"},
+        {With(8, 0x80 | 8), "[n]zosrc_vol [n]zoextra_vol [n]navivolume req"},
         {kFirst, ""},
         {{138, 2, 7, 1, 2, 3, 4}, "[n]zosrc_vol [n]zoextra_vol [n]navivolume"},
         {{138, 2, 7, 0x81, 2, 3, 4}, "zovolume [n]zosrc_vol [n]zoextra_vol [n]sysvolume [n]navivolume req"},
+        {{138, 2, 7, 1, 2, 3, 0x84}, "zovolume [n]zosrc_vol [n]zoextra_vol [n]sysvolume [n]navivolume req"},
         {With(14, 9), "zofade_balance"},
         {With(15, 9), "zofade_balance zosubwoofer_gain"},
         {With(16, 9), "zosubwoofer_gain zocenter_gain"},
         {With(17, 0), "zocenter_gain zoloud"},
+        {{138, 2, 2, 2, 3, 5, 4, 6}, "zosource_gain"},
+        {{138, 2, 2, 2, 4, 6, 3, 5}, ""},
+        {{138, 2, 2, 2, 3, 5, 4, 7}, "zosource_gain"},
+        {{138, 2, 2, 2, 3, 5, 9, 7}, "zosource_gain"},
         {{138, 2, 2, 1, 3, 5}, "zosource_gain"},
+        {{138, 2, 2, 0}, "zosource_gain"},
         {{138, 2, 3, 1, 0}, "zolisten_pos"},
         {{138, 2, 3, 1, 1}, "zosrs"},
         {{138, 2, 4, 0x01, 0, 0}, "zodbb"},
@@ -115,7 +126,13 @@ TEST_F(UpdateCycleTest, EachChangePublishesItsOwnGroup) {
         {{138, 2, 4, 0x03, 1, 0x88}, "zorear_stereo_filter"},
         {curves, "zoeqtype_0 zoeqtype_1 zoeqtype_2 zoeqtype_3 zoeqtype_4 zoeqtype_5 zoeqtype_6"},
         {otherType, "zoeq_type"},
+        {kFirst, "zoloud"},
+        {answer, "zoaudio zovolume zofade_balance zosubwoofer_gain zocenter_gain zoloud [n]sysvolume"},
+        {curvesAnswer, "zoeq_type zoeqtype_0 zoeqtype_1 zoeqtype_2 zoeqtype_3 zoeqtype_4 zoeqtype_5 zoeqtype_6"},
+        {{137, 2, 2, 0}, "zosource_gain"},
         {{137, 2, 3, 1, 1}, "zolisten_pos zosrs"},
+        {{137, 2, 4, 3, 1, 0x88}, "zodbb zosubwoofer zospeaker_mode zofront_stereo_filter zorear_stereo_filter"},
+        {{137, 2, 5, 1}, ""},
         {{138, 2, 6, 0}, ""},
     };
     int index = 0;
@@ -161,26 +178,6 @@ TEST_F(UpdateCycleTest, AFakePowerOffArmsTheFirstMuteAnew) {
     }
     Write(kControl, "zoalc::9");
     EXPECT_EQ(m_mcu.Receive().payload[2], 5) << "power changes sent nothing";
-}
-
-TEST_F(UpdateCycleTest, NavigationRequestsAreForwardedInSchemeOneFromTheFirstVolumesOn) {
-    Start("1");
-    Write(kNavigation, "navivolume:n:75");
-    Receive(kFirst);
-    Write(kNavigation, "navivolume:n:75");
-    EXPECT_EQ(m_mcu.Receive().header.PacketNo, 1) << "the early request was not sent";
-    m_mcu.Acknowledge(1);
-    EXPECT_NE(m_watchers[3].ReadUntil("[n]navivolume:n:75").find("navivolume:n:75"), std::string::npos);
-}
-
-TEST_F(UpdateCycleTest, NavigationRequestsAreIgnoredInSchemeZero) {
-    Start("0");
-    for (int i = 0; i < 3; ++i) {
-        Receive(With(4, static_cast<std::uint8_t>(i)));
-        Write(kNavigation, "navivolume:n:" + std::to_string(10 * i));
-    }
-    Write(kControl, "zoalc::9");
-    EXPECT_EQ(m_mcu.Receive().payload[2], 5) << "the first packet that was sent";
 }
 
 } // namespace

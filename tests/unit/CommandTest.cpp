@@ -8,12 +8,30 @@
 
 namespace {
 
-std::string Hex(const std::vector<unsigned char>& bytes) {
+using Bytes = std::vector<unsigned char>;
+
+/// A byte as two digits, after @p before.
+std::string Hex(const char* before, unsigned char byte) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%s%02x", before, byte);
+    return text;
+}
+
+/// A payload's bytes. Of the records that the store fills, only those that differ from the state that the tests begin
+/// with, each after its place: "2=8d".
+std::string Shown(const Bytes& payload) {
+    const Bytes records[] = {{0, 1, 10, 40, 20, 15, 8, 30, 0, 1, 2, 3, 4, 6, 7, 1}, {4, 0x16, 0x07, 0x2d}};
     std::string text;
-    char digits[4];
-    for (const unsigned char byte : bytes) {
-        std::snprintf(digits, sizeof digits, "%02x", byte);
-        text.append(text.empty() ? "" : " ").append(digits);
+    for (const Bytes& stored : records) {
+        if (payload.size() == stored.size() && payload[0] == stored[0]) {
+            for (std::size_t i = 0; i < stored.size(); ++i) {
+                text += payload[i] == stored[i] ? "" : " " + std::to_string(i) + Hex("=", payload[i]);
+            }
+            return text.empty() ? "as stored" : text.substr(1);
+        }
+    }
+    for (const unsigned char byte : payload) {
+        text += Hex(text.empty() ? "" : " ", byte);
     }
     return text;
 }
@@ -41,45 +59,40 @@ protected:
     void SetVolumes(std::uint8_t sysMute, std::uint8_t srcMute) {
         tagSpeaker speaker;
         speaker.tSrcVol = {0, 0, 40, sysMute, 0, srcMute, {10, 20, 15, 8}, 30};
-        speaker.tCarPlayVol.SrcVol[0] = 1;
-        speaker.tCarPlayVol.SrcVol[1] = 2;
-        speaker.tCarPlayVol.SrcVol[2] = 3;
-        speaker.tCarPlayVol.SrcVol[3] = 4;
+        for (std::uint8_t i = 0; i < kVolumeCount; ++i) {
+            speaker.tCarPlayVol.SrcVol[i] = static_cast<std::uint8_t>(i + 1);
+        }
         m_data.SetVolumeData(speaker);
         m_data.SetCarplayVolumeData(speaker);
     }
 
-    /// What a command comes to: its payload, with the way it is sent in front where that is special; or
-    /// the error messages without tag.
-    std::string Run(std::string name, std::string value, std::string encoding = "") {
+    /// What an attribute line comes to: its payload, or the error messages without tag.
+    std::string Run(std::string line) {
+        const std::size_t encoding = line.find(':') + 1;
+        const std::size_t value = line.find(':', encoding) + 1;
+        line[encoding - 1] = line[value - 1] = '\0';
         pps_attrib_t attribute{};
-        attribute.attr_name = name.data();
-        attribute.encoding = encoding.data();
-        attribute.value = value.data();
-        return Run(attribute);
-    }
-    std::string Run(pps_attrib_t& attribute) {
+        attribute.attr_name = line.data();
+        attribute.encoding = line.data() + encoding;
+        attribute.value = line.data() + value;
         unsigned char id = 255;
         bool isKey = false;
-        std::vector<unsigned char> payload;
+        Bytes payload;
         const bool isComplete = m_control.OnPPSCmd(&attribute, id, isKey, payload);
         m_sentAs = std::to_string(id) + (isKey ? " key" : "");
         std::string errors = TakeErrors();
         const std::size_t tagEnd = errors.find("]-");
         errors.erase(0, tagEnd == std::string::npos ? 0 : tagEnd + 2);
-        EXPECT_NE(isComplete, !errors.empty()) << attribute.attr_name << " " << attribute.value;
-        return isComplete ? Hex(payload) : errors;
+        EXPECT_NE(isComplete, !errors.empty()) << line;
+        return isComplete ? Shown(payload) : errors;
     }
 
     struct Row {
-        const char* name;
-        const char* value;
-        const char* encoding;
-        std::string result;
+        std::string line, result;
     };
-    void Expect(std::initializer_list<Row> rows) {
-        for (const Row& row : rows) {
-            EXPECT_EQ(Run(row.name, row.value, row.encoding), row.result) << row.name << " " << row.value;
+    void Expect(std::initializer_list<Row> rows, const char* name = "") {
+        for (const auto& [line, result] : rows) {
+            EXPECT_EQ(Run(name + line), result) << name << line;
         }
     }
 
@@ -90,191 +103,193 @@ protected:
 
 TEST_F(CommandTest, VolumeAndMute) {
     Expect({
-        {"zovolume", "3", "", "00 01 8d 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zovolume", "-50", "", "00 01 80 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zovolume", "100", "", "00 01 a8 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zovolume", "99999999999999999999", "", "00 01 a8 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zovolume", "2147483647", "", "00 01 a8 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zovolume", "-99999999999999999999", "", "00 01 80 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zovolume", " +2x", "n", "00 01 8c 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zovolume", "loud", "", "00 01 8a 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zomaxpower_vol", "50", "", "00 01 0a 28 14 0f 08 28 00 01 02 03 04 06 07 01"},
-        {"zomaxpower_vol", "-5", "", "00 01 0a 28 14 0f 08 00 00 01 02 03 04 06 07 01"},
-        {"zosrc_vol", R"({"type":0,"val":11})", "json", "00 01 0b 28 14 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zosrc_vol", R"({"val":99,"type":1})", "json", "00 01 0a 28 28 0f 08 1e 00 01 02 03 04 06 07 01"},
-        {"zosrc_vol", R"({"type":2,"val":-3})", "json", "00 01 0a 28 14 00 08 1e 00 01 02 03 04 06 07 01"},
-        {"zosrc_vol", R"({"type":5,"val":200})", "json", "07 01 48 03 04"},
-        {"zosrc_vol", R"({"type":7,"val":-1})", "json", "07 01 02 03 7f"},
-        {"zosrc_vol", R"({"type":8,"val":1})", "json", "CEQControlPPSModule, unknown type : 8"},
-        {"zosrc_vol", R"({"type":-1,"val":1})", "json", "CEQControlPPSModule, unknown type : -1"},
-        {"zosrc_vol", R"({"type":1})", "json", "CEQControlPPSModule, pps_decoder_status() failed."},
-        {"zosrc_vol", R"({"type":1,"val":1})", "", "Encoding isn't json, function return."},
-        {"zovolume_mute", R"({"mutetype":"source","mute":"mute"})", "json", "a0 01 04"},
-        {"zovolume_mute", R"({"mutetype":"system","mute":"unmute"})", "json", "a0 00 00"},
-        {"zovolume_mute", R"({"mutetype":"x","mute":"mute"})", "json", "Param error! type[x]."},
-        {"zovolume_mute", R"({"mutetype":"x","mute":"y"})", "json", "Param error! status[y]."},
-        {"zovolume_mute", R"({"mutetype":"system"})", "json", " pps_decoder_status() failed."},
-        {"zovolume_mute", R"({"mutetype":"system","mute":"mute"})", "JSON", "Encoding isn't json, function return."},
+        {"zovolume::3", "2=8d"},
+        {"zovolume::-50", "2=80"},
+        {"zovolume::99999999999999999999", "2=a8"},
+        {"zovolume::2147483647", "2=a8"},
+        {"zovolume::-99999999999999999999", "2=80"},
+        {"zovolume:n: +2x", "2=8c"},
+        {"zovolume::loud", "2=8a"},
+        {"zomaxpower_vol::50", "7=28"},
+        {"zomaxpower_vol::-5", "7=00"},
+        {R"(zosrc_vol:json:{"type":0,"val":11})", "2=0b"},
+        {R"(zosrc_vol:json:{"val":99,"type":1})", "4=28"},
+        {R"(zosrc_vol:json:{"type":2,"val":-3})", "5=00"},
+        {R"(zosrc_vol:json:{"type":5,"val":200})", "07 01 48 03 04"},
+        {R"(zosrc_vol:json:{"type":7,"val":-1})", "07 01 02 03 7f"},
+        {R"(zosrc_vol:json:{"type":8,"val":1})", "CEQControlPPSModule, unknown type : 8"},
+        {R"(zosrc_vol:json:{"type":-1,"val":1})", "CEQControlPPSModule, unknown type : -1"},
+        {R"(zosrc_vol:json:{"type":1})", "CEQControlPPSModule, pps_decoder_status() failed."},
+        {R"(zosrc_vol::{"type":1,"val":1})", "Encoding isn't json, function return."},
+        {R"(zovolume_mute:json:{"mutetype":"source","mute":"mute"})", "a0 01 04"},
+        {R"(zovolume_mute:json:{"mutetype":"system","mute":"unmute"})", "a0 00 00"},
+        {R"(zovolume_mute:json:{"mutetype":"x","mute":"mute"})", "Param error! type[x]."},
+        {R"(zovolume_mute:json:{"mutetype":"x","mute":"y"})", "Param error! status[y]."},
+        {R"(zovolume_mute:json:{"mutetype":"system"})", " pps_decoder_status() failed."},
+        {R"(zovolume_mute:JSON:{"mutetype":"system","mute":"mute"})", "Encoding isn't json, function return."},
     });
 }
 
 TEST_F(CommandTest, SoundField) {
+    const char* levels[] = {"ff", "fr", "bl", "br"};
+    for (const char* wrong : levels) {
+        for (const char* value : {"24", "25", "-1"}) {
+            std::string json;
+            std::string told;
+            for (const char* level : levels) {
+                const std::string now = level == wrong ? value : "24";
+                json += std::string(json.empty() ? "\"" : ",\"") + level + "\":" + now;
+                told.append(", ").append(level).append(":").append(now);
+            }
+            const bool isAccepted = value == std::string("24");
+            EXPECT_EQ(Run("zofade_balance:json:{" + json + "}"),
+                      isAccepted ? "9=18 10=18 11=18 12=18" : "Fade balance's value is wrong(0~24)" + told);
+        }
+    }
     Expect({
-        {"zofade_balance", R"({"ff":12,"fr":12,"bl":0,"br":24})", "json",
-         "00 01 0a 28 14 0f 08 1e 00 0c 0c 00 18 06 07 01"},
-        {"zofade_balance", R"({"ff":12,"fr":12,"bl":0,"br":25})", "json",
-         "Fade balance's value is wrong(0~24), ff:12, fr:12, bl:0, br:25"},
-        {"zofade_balance", R"({"ff":12,"fr":12,"bl":-1,"br":4})", "json",
-         "Fade balance's value is wrong(0~24), ff:12, fr:12, bl:-1, br:4"},
-        {"zofade_balance", R"({"ff":12,"fr":12,"bl":1})", "json", " pps_decoder_status() failed."},
-        {"zofade_balance", "1", "", "EncodingIsJson isn't json"},
-        {"zocenter_gain", "12", "", "00 01 0a 28 14 0f 08 1e 00 01 02 03 04 06 0c 01"},
-        {"zocenter_gain", "13", "", "Param error,function return.center gain's value is wrong(0~12-13)"},
-        {"zocenter_gain", "-1", "", "Param error,function return.center gain's value is wrong(0~12--1)"},
-        {"zosubwoofer_gain", "255", "", "00 01 0a 28 14 0f 08 1e 00 01 02 03 04 ff 07 01"},
-        {"zosubwoofer_gain", "256", "", "Param error,function return, sub woofer gain's value is wrong(0~255):256"},
-        {"zolisten_pos", "2", "", "03 02 01"},
-        {"zolisten_pos", "256", "", "Unknown listening position:256"},
-        {"zosource_gain", R"({"count":2,"src":["btaudio","navi"],"gain":[5,12]})", "json", "02 02 0d 05 10 0c"},
-        {"zosource_gain", R"({"count":2,"src":["usb","usb"],"gain":[1,2]})", "json", "02 02 03 01 03 02"},
-        {"zosource_gain", R"({"count":0,"src":[],"gain":[]})", "json", "02 00"},
-        {"zosource_gain", R"({"src":[],"gain":[]})", "json", "CEQControlPPSModule, sourceCount(0~255):-1"},
-        {"zosource_gain", R"({"count":256})", "json", "CEQControlPPSModule, sourceCount(0~255):256"},
-        {"zosource_gain", R"({"count":2,"src":["usb","sd","tv"],"gain":[1,2]})", "json",
-         "CEQControlPPSModule, src array's length in pps is wrong, pps length = 3, source count: 2"},
-        {"zosource_gain", R"({"count":2,"src":["usb","sd"],"gain":[1]})", "json",
-         "CEQControlPPSModule, gain array's length in pps is wrong, pps length = 1, source count: 2"},
-        {"zosource_gain", R"({"count":2,"src":{"a":"usb","b":"sd"},"gain":[1,2]})", "json",
-         "CEQControlPPSModule, src array's length in pps is wrong, pps length = 0, source count: 2"},
-        {"zosource_gain", R"({"count":2,"src":["usb","sd"],"gain":[1,13]})", "json",
-         "CEQControlPPSModule, wrong cmdGain[1]:13, (0 ~ 12)"},
-        {"zosource_gain", R"({"count":2,"src":["usb","sd"],"gain":[-1,13]})", "json",
-         "CEQControlPPSModule, wrong cmdGain[0]:-1, (0 ~ 12)"},
-        {"zosource_gain", R"({"count":1,"src":[3],"gain":[1]})", "json",
-         "CEQControlPPSModule, pps_decoder_*() failed."},
-        {"zosource_gain", R"({"count":0})", "json", "CEQControlPPSModule, pps_decoder_*() failed."},
-        {"zosource_gain", R"({"count":0,"":[],"gain":{}})", "json", "CEQControlPPSModule, pps_decoder_*() failed."},
-        {"zosource_gain", R"({"count":2,"src":["usb","USB"],"gain":[1,2]})", "json",
-         "Cann't get the src id by name, name:USB."},
-        {"zosource_gain", "{}", "", "EncodingIsJson isn't json"},
+        {R"(zofade_balance:json:{"ff":12,"fr":12,"bl":1})", " pps_decoder_status() failed."},
+        {"zofade_balance::1", "EncodingIsJson isn't json"},
+        {"zocenter_gain::12", "14=0c"},
+        {"zocenter_gain::13", "Param error,function return.center gain's value is wrong(0~12-13)"},
+        {"zocenter_gain::-1", "Param error,function return.center gain's value is wrong(0~12--1)"},
+        {"zosubwoofer_gain::255", "13=ff"},
+        {"zosubwoofer_gain::256", "Param error,function return, sub woofer gain's value is wrong(0~255):256"},
+        {"zolisten_pos::2", "03 02 01"},
+        {"zolisten_pos::256", "Unknown listening position:256"},
+        {"zosrs::3", "03 01 03"},
+        {"zosrs::-1", "Unknown SRS:-1"},
+        {"zoalc::0", "05 00"},
+        {"zoalc::256", "CEQControlPPSModule, Unknown ACL:256"},
     });
-    for (const int count : {33, 124, 125, 255}) {
-        std::string names;
-        std::string gains;
-        for (int i = 0; i < count; ++i) {
-            names += i == 0 ? R"("none")" : R"(,"none")";
-            gains += i == 0 ? "1" : ",1";
+}
+
+TEST_F(CommandTest, SourceGains) {
+    const std::string tag = "CEQControlPPSModule, ";
+    const std::string length = " array's length in pps is wrong, pps length = ";
+    Expect(
+        {
+            {R"(json:{"count":2,"src":["btaudio","usb"],"gain":[5,12]})", "02 02 0d 05 03 0c"},
+            {R"(json:{"count":2,"src":["usb","usb"],"gain":[1,2]})", "02 02 03 01 03 02"},
+            {R"(json:{"count":0,"src":[],"gain":[]})", "02 00"},
+            {R"(json:{"src":[],"gain":[]})", tag + "sourceCount(0~255):-1"},
+            {R"(json:{"count":256})", tag + "sourceCount(0~255):256"},
+            {R"(json:{"count":2,"src":["usb","sd","tv"],"gain":[1,2]})", tag + "src" + length + "3, source count: 2"},
+            {R"(json:{"count":2,"src":["usb","sd"],"gain":[1]})", tag + "gain" + length + "1, source count: 2"},
+            {R"(json:{"count":2,"src":{"a":"usb"},"gain":[1,2]})", tag + "src" + length + "0, source count: 2"},
+            {R"(json:{"count":2,"src":["usb","sd"],"gain":[1,13]})", tag + "wrong cmdGain[1]:13, (0 ~ 12)"},
+            {R"(json:{"count":2,"src":["usb","sd"],"gain":[-1,13]})", tag + "wrong cmdGain[0]:-1, (0 ~ 12)"},
+            {R"(json:{"count":1,"src":[3],"gain":[1]})", tag + "pps_decoder_*() failed."},
+            {R"(json:{"count":0})", tag + "pps_decoder_*() failed."},
+            {R"(json:{"count":0,"":[],"gain":{}})", tag + "pps_decoder_*() failed."},
+            {R"(json:{"count":2,"src":["usb","USB"],"gain":[1,2]})", "Cann't get the src id by name, name:USB."},
+            {":{}", "EncodingIsJson isn't json"},
+        },
+        "zosource_gain:");
+    for (const int count : {124, 125, 255}) {
+        std::string names = R"("none")";
+        std::string gains = "1";
+        for (int i = 1; i < count; ++i) {
+            names += R"(,"none")";
+            gains += ",1";
         }
-        const std::string value =
-            "{\"count\":" + std::to_string(count) + ",\"src\":[" + names + "],\"gain\":[" + gains + "]}";
-        const std::string result = Run("zosource_gain", value, "json");
-        if (count <= 124) {
-            EXPECT_EQ(result.size(), 3U * (2U + 2U * static_cast<unsigned>(count)) - 1U);
-        } else {
-            EXPECT_EQ(result,
-                      "CEQControlPPSModule, " + std::to_string(count) + " sources don't fit a packet, at most 124");
-        }
+        const std::string number = std::to_string(count);
+        const std::string result =
+            Run("zosource_gain:json:{\"count\":" + number + ",\"src\":[" + names + "],\"gain\":[" + gains + "]}");
+        EXPECT_EQ(count == 124 ? result.substr(0, 5) : result,
+                  count == 124 ? "02 7c" : tag + number + " sources don't fit a packet, at most 124");
     }
 }
 
 TEST_F(CommandTest, SwitchesAndFilters) {
+    const std::string tag = "CEQControlPPSModule, ";
     Expect({
-        {"zoloud", "off", "", "00 01 0a 28 14 0f 08 1e 00 01 02 03 04 06 07 00"},
-        {"zoloud", "On", "", "Unknown loud state:On"},
-        {"zodbb", "on", "", "04 17 07 2d"},
-        {"zodbb", "", "", "Unknown DBB state:"},
-        {"zosubwoofer", R"({"status":"off","phase":0,"filter":4})", "json", "04 20 07 2d"},
-        {"zosubwoofer", R"({"status":"ON","phase":90,"filter":5})", "json",
-         "CEQControlPPSModule, Unknown subwoofer state:ON"},
-        {"zosubwoofer", R"({"status":"on","phase":90,"filter":5})", "json",
-         "CEQControlPPSModule, Unknown sub phase:90"},
-        {"zosubwoofer", R"({"status":"on","phase":180,"filter":5})", "json",
-         "CEQControlPPSModule, Unknown sub filter:5"},
-        {"zosubwoofer", R"({"status":"on","phase":180,"filter":-1})", "json",
-         "CEQControlPPSModule, Unknown sub filter:-1"},
-        {"zosubwoofer", R"({"status":"on","phase":180})", "json", " pps_decoder_status() failed."},
-        {"zospeaker_mode", R"({"mode":0,"channel":4})", "json", "04 16 08 2d"},
-        {"zospeaker_mode", R"({"mode":2,"channel":5})", "json", "Unknown mode(0 0r 1):2"},
-        {"zospeaker_mode", R"({"mode":1,"channel":5})", "json", "Unknown channel(0 ~ 4):5"},
-        {"zospeaker_mode", R"({"mode":1,"channel":1.5})", "json", " pps_decoder_status() failed."},
-        {"zofront_stereo_filter", R"({"status":"off","cutoff_freq":7})", "json", "04 16 07 27"},
-        {"zofront_stereo_filter", R"({"status":"x","cutoff_freq":8})", "json",
-         "CEQControlPPSModule, Unknown frontFilterState:x"},
-        {"zofront_stereo_filter", R"({"status":"on","cutoff_freq":8})", "json",
-         "CEQControlPPSModule, Unkown freq from pps:8"},
-        {"zofront_stereo_filter", R"({"status":1,"cutoff_freq":8})", "json", "pps_decoder_status() failed."},
-        {"zorear_stereo_filter", R"({"status":"on","cutoff_freq":7})", "json", "04 16 07 fd"},
-        {"zorear_stereo_filter", R"({"status":"x","cutoff_freq":8})", "json",
-         "CEQControlPPSModule, Unknown rearFilterState:x"},
-        {"zorear_stereo_filter", R"({})", "json", " pps_decoder_status() failed."},
-        {"zorear_stereo_filter", "on", "", "EncodingIsJson isn't json"},
-        {"zosrs", "3", "", "03 01 03"},
-        {"zosrs", "-1", "", "Unknown SRS:-1"},
-        {"zoalc", "0", "", "05 00"},
-        {"zoalc", "256", "", "CEQControlPPSModule, Unknown ACL:256"},
-        {"zoaudiomix", "on", "", "01"},
-        {"zoaudiomix", "off", "", "00"},
-        {"zoaudiomix", "mix", "", "Unknown mix status:mix"},
+        {"zoloud::off", "15=00"},
+        {"zoloud::On", "Unknown loud state:On"},
+        {"zodbb::on", "1=17"},
+        {"zodbb::", "Unknown DBB state:"},
+        {R"(zosubwoofer:json:{"status":"off","phase":0,"filter":4})", "1=20"},
+        {R"(zosubwoofer:json:{"status":"ON","phase":90,"filter":5})", tag + "Unknown subwoofer state:ON"},
+        {R"(zosubwoofer:json:{"status":"on","phase":90,"filter":5})", tag + "Unknown sub phase:90"},
+        {R"(zosubwoofer:json:{"status":"on","phase":180,"filter":5})", tag + "Unknown sub filter:5"},
+        {R"(zosubwoofer:json:{"status":"on","phase":180,"filter":-1})", tag + "Unknown sub filter:-1"},
+        {R"(zosubwoofer:json:{"status":"on","phase":180})", " pps_decoder_status() failed."},
+        {R"(zospeaker_mode:json:{"mode":0,"channel":4})", "2=08"},
+        {R"(zospeaker_mode:json:{"mode":2,"channel":5})", "Unknown mode(0 0r 1):2"},
+        {R"(zospeaker_mode:json:{"mode":-1,"channel":1})", "Unknown mode(0 0r 1):-1"},
+        {R"(zospeaker_mode:json:{"mode":1,"channel":5})", "Unknown channel(0 ~ 4):5"},
+        {R"(zospeaker_mode:json:{"mode":1,"channel":-1})", "Unknown channel(0 ~ 4):-1"},
+        {R"(zospeaker_mode:json:{"mode":1,"channel":1.5})", " pps_decoder_status() failed."},
+        {R"(zofront_stereo_filter:json:{"status":"off","cutoff_freq":7})", "3=27"},
+        {R"(zofront_stereo_filter:json:{"status":"x","cutoff_freq":8})", tag + "Unknown frontFilterState:x"},
+        {R"(zofront_stereo_filter:json:{"status":"on","cutoff_freq":8})", tag + "Unkown freq from pps:8"},
+        {R"(zofront_stereo_filter:json:{"status":1,"cutoff_freq":8})", "pps_decoder_status() failed."},
+        {R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":7})", "3=fd"},
+        {R"(zorear_stereo_filter:json:{"status":"x","cutoff_freq":8})", tag + "Unknown rearFilterState:x"},
+        {R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":-1})", tag + "Unkown freq from pps:-1"},
+        {"zorear_stereo_filter:json:{}", " pps_decoder_status() failed."},
+        {"zorear_stereo_filter::on", "EncodingIsJson isn't json"},
+        {"zoaudiomix::on", "01"},
+        {"zoaudiomix::off", "00"},
+        {"zoaudiomix::mix", "Unknown mix status:mix"},
     });
 }
 
 TEST_F(CommandTest, StoredMutesAreCheckedWhereTheRecordCarriesThem) {
     SetVolumes(1, 1);
-    EXPECT_EQ(Run("zovolume", "0"), "00 01 8a 28 14 0f 08 1e 02 01 02 03 04 06 07 01");
-    EXPECT_EQ(Run("zomaxpower_vol", "30"), "00 01 0a 28 14 0f 08 1e 02 01 02 03 04 06 07 01");
-    EXPECT_EQ(Run("zoloud", "on"), "00 01 0a 28 14 0f 08 1e 03 01 02 03 04 06 07 01");
-    const std::pair<std::uint8_t, std::uint8_t> states[] = {{2, 3}, {1, 3}};
-    for (const auto& [sysMute, srcMute] : states) {
-        SetVolumes(sysMute, srcMute);
-        const std::string mute = sysMute > 1 ? "systemMute:2" : "sourceMute:3";
+    Expect({{"zovolume::0", "2=8a 8=02"}, {"zomaxpower_vol::30", "8=02"}, {"zoloud::on", "8=03"}});
+    for (const auto& [sysMute, srcMute] : {std::pair(2, 3), std::pair(1, 2)}) {
+        SetVolumes(static_cast<std::uint8_t>(sysMute), static_cast<std::uint8_t>(srcMute));
+        const std::string mute = sysMute > 1 ? "systemMute:2" : "sourceMute:2";
         Expect({
-            {"zosrc_vol", R"({"type":0,"val":1})", "json", "Param error,function return, " + mute},
-            {"zosrc_vol", R"({"type":9,"val":1})", "json", "CEQControlPPSModule, unknown type : 9"},
-            {"zosrc_vol", R"({"type":4,"val":9})", "json", "07 09 02 03 04"},
-            {"zofade_balance", "no json", "json", "Function return, " + mute},
-            {"zocenter_gain", "99", "", "Param error,function return, " + mute},
-            {"zosubwoofer_gain", "999", "", "Param error,function return. " + mute},
-            {"zoloud", "loud", "", "Unknown loud state:loud"},
-            {"zoloud", "on", "", std::string("Param error,") + (sysMute > 1 ? " " : "") + mute},
-            {"zolisten_pos", "1", "", "03 01 01"},
+            {R"(zosrc_vol:json:{"type":0,"val":1})", "Param error,function return, " + mute},
+            {R"(zosrc_vol:json:{"type":9,"val":1})", "CEQControlPPSModule, unknown type : 9"},
+            {R"(zosrc_vol:json:{"type":4,"val":9})", "07 09 02 03 04"},
+            {"zofade_balance:json:no json", "Function return, " + mute},
+            {"zocenter_gain::99", "Param error,function return, " + mute},
+            {"zosubwoofer_gain::999", "Param error,function return. " + mute},
+            {"zoloud::loud", "Unknown loud state:loud"},
+            {"zoloud::on", std::string("Param error,") + (sysMute > 1 ? " " : "") + mute},
+            {"zolisten_pos::1", "03 01 01"},
         });
     }
 }
 
 TEST_F(CommandTest, AStoredPhaseThatCannotBeSentIsRefusedUnlessItIsReplaced) {
     m_data.SetSubwooferData({1, 90, 2});
-    const std::string message = "CEQControlPPSModule, Unknown subwooferPhase from CEQData:90";
+    const std::string message = "Unknown subwooferPhase from CEQData:90";
     Expect({
-        {"zodbb", "on", "", "Unknown subwooferPhase from CEQData:90"},
-        {"zospeaker_mode", R"({"mode":1,"channel":1})", "json", message},
-        {"zofront_stereo_filter", R"({"status":"on","cutoff_freq":1})", "json",
-         "Unknown subwooferPhase from CEQData:90"},
-        {"zorear_stereo_filter", R"({"status":"on","cutoff_freq":1})", "json", message},
-        {"zosubwoofer", R"({"status":"on","phase":0,"filter":0})", "json", "04 02 07 2d"},
+        {"zodbb::on", message},
+        {R"(zospeaker_mode:json:{"mode":1,"channel":1})", "CEQControlPPSModule, " + message},
+        {R"(zofront_stereo_filter:json:{"status":"on","cutoff_freq":1})", message},
+        {R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":1})", "CEQControlPPSModule, " + message},
+        {R"(zosubwoofer:json:{"status":"on","phase":0,"filter":0})", "1=02"},
     });
 }
 
 TEST_F(CommandTest, DispatchSetsTheWayOfSendingWhateverTheResult) {
-    Run("zovolume_mute", "no json", "json");
-    EXPECT_EQ(m_sentAs, "8 key");
-    Run("zoaudiomix", "?");
-    EXPECT_EQ(m_sentAs, "50");
-    Run("zoalc", "300");
-    EXPECT_EQ(m_sentAs, "8");
-    EXPECT_EQ(Run("ZOVOLUME", "1"), "Unknown attribute : ZOVOLUME, function return.");
-    EXPECT_EQ(m_sentAs, "8");
+    for (const auto& [line, sentAs] :
+         {std::pair("zovolume_mute:json:no json", "8 key"), std::pair("zoaudiomix::?", "50"),
+          std::pair("zoalc::300", "8"), std::pair("ZOVOLUME::1", "8")}) {
+        EXPECT_NE(Run(line), "");
+        EXPECT_EQ(m_sentAs, sentAs);
+    }
+    EXPECT_EQ(Run("ZOVOLUME::1"), "Unknown attribute : ZOVOLUME, function return.");
     unsigned char id = 255;
-    bool isKey = false;
-    std::vector<unsigned char> payload;
+    bool isKey = true;
+    Bytes payload;
     EXPECT_FALSE(m_control.OnPPSCmd(nullptr, id, isKey, payload));
     EXPECT_EQ(id, 255);
     EXPECT_EQ(TakeErrors(), "_Melvane_[OnPPSCmd]-Param error! function return. info[0x0], pBuf[0x0].");
+    char name[] = "x";
+    pps_attrib_t unknown{};
+    unknown.attr_name = name;
+    EXPECT_FALSE(m_control.OnPPSCmd(&unknown, id, isKey, payload));
+    EXPECT_FALSE(isKey);
 }
 
 TEST_F(CommandTest, PreconditionsAreCheckedInTheHandlersOrder) {
     const std::string value = "CEQControlPPSModule, szValue is NULL.";
     const std::string store = "Param error! m_pEQData is NULL.";
-    const std::string param = "Param error! szValue is NULL.";
     const std::string module = "CEQControlPPSModule, m_pEQData is NULL.";
     const std::string mix = "CEQControlPPSModule,  szValue is NULL.";
     struct Group {
@@ -290,7 +305,7 @@ TEST_F(CommandTest, PreconditionsAreCheckedInTheHandlersOrder) {
          value},
         {{"zoaudiomix"}, mix, "Unknown mix status:1", mix},
         {{"zoloud", "zodbb", "zosubwoofer", "zospeaker_mode", "zofront_stereo_filter", "zorear_stereo_filter"},
-         param,
+         "Param error! szValue is NULL.",
          store,
          store},
         {{"zomaxpower_vol"}, "", module, module}};
@@ -302,7 +317,7 @@ TEST_F(CommandTest, PreconditionsAreCheckedInTheHandlersOrder) {
                 attribute.value = text.empty() ? nullptr : text.data();
                 unsigned char id = 0;
                 bool isKey = false;
-                std::vector<unsigned char> payload;
+                Bytes payload;
                 EXPECT_FALSE(control.OnPPSCmd(&attribute, id, isKey, payload)) << name;
                 const std::string logged = TakeErrors();
                 return logged.empty() ? logged : logged.substr(logged.find("]-") + 2);
@@ -316,80 +331,58 @@ TEST_F(CommandTest, PreconditionsAreCheckedInTheHandlersOrder) {
 }
 
 TEST_F(CommandTest, NoMalformedJsonGetsThrough) {
-    const std::string deep(200000, '[');
-    const std::string longText(300000, 'x');
-    const std::string values[] = {"",
-                                  "x",
-                                  "1",
-                                  "\"text\"",
-                                  "null",
-                                  "true",
-                                  "[]",
-                                  "[1,2,3,4,5]",
-                                  "{}",
-                                  deep,
-                                  "{\"a\":" + deep,
-                                  longText, //
-                                  "{\"" + longText + "\":1}",
-                                  "{\"status\":\"\xFF\"}", //
-                                  R"({"type":1e9,"val":99999999999999999999,"ff":1,"mode":{}})",
-                                  R"({"status":"on\u0000","phase":0,"filter":0,"cutoff_freq":0})",
-                                  R"({"mutetype":"system\u0000","mute":"mute"})"};
     for (const char* name : {"zovolume_mute", "zosrc_vol", "zofade_balance", "zosource_gain", "zoeqtype", "zosubwoofer",
                              "zospeaker_mode", "zofront_stereo_filter", "zorear_stereo_filter"}) {
-        for (const std::string& value : values) {
-            const std::string result = Run(name, value, "json");
+        for (const char* value : {"", "1", "[1,2,3,4,5]", "{}", "{\"status\":\"\xFF\"}",
+                                  R"({"status":"on\u0000","phase":0,"filter":0,"cutoff_freq":0,"mode":{}})"}) {
+            const std::string result = Run(std::string(name) + ":json:" + value);
             const bool isStated = result.find("pps_decoder_") != std::string::npos ||
                                   result.find("sourceCount(0~255):-1") != std::string::npos ||
                                   result.find("pps length = 0") != std::string::npos;
-            EXPECT_TRUE(isStated) << name << " " << value.substr(0, 40) << ": " << result;
+            EXPECT_TRUE(isStated) << name << " " << value << ": " << result;
         }
     }
 }
 
-class EqCommandTest : public CommandTest {
-protected:
-    static std::string Value(const std::string& type, const std::string& freqs, const std::string& gains,
-                             const std::string& qs) {
-        return "{\"type\":\"" + type + "\",\"freqs\":[" + freqs + "],\"gain\":[" + gains + "],\"q\":[" + qs + "]}";
-    }
-    std::string Eq(const std::string& type, const std::string& freqs = "1,4,7,10,13",
-                   const std::string& gains = "1,2,3,4,5", const std::string& qs = "1.0,1.0,1.0,1.0,1.0") {
-        return Run("zoeqtype", Value(type, freqs, gains, qs), "json");
-    }
-};
-
-TEST_F(EqCommandTest, ReplacesTheSelectedCurveAmongTheStoredOnes) {
-    m_data.SetEqDataByIndex(2, {{9, 2, 0, 1.5}, {9, 5, 0, 2.0}, {9, 8, 0, 0.75}, {9, 11, 0, 1.25}, {9, 14, 0, 0.33}});
-    const std::string zeros = "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00";
-    const std::string stored = "09 02 03 09 05 04 09 08 00 09 0b 02 09 0e 00";
-    EXPECT_EQ(Eq("type_3", "0,5,7,11,12", "-3,300,255,0,-256", "1.5,2,0.75,1.25,2.0"),
-              "01 00 03 " + zeros + " " + zeros + " " + stored + " fd 00 03 2c 05 04 ff 07 00 00 0b 02 00 0c 04 " +
-                  zeros + " " + zeros + " " + zeros);
-    m_data.SetEqTypeNumData(0);
-    EXPECT_EQ(Eq("type_0"), "CEQControlPPSModule, the MCU has no eq type:type_0, number of types:0");
-    m_data.SetEqTypeNumData(1);
-    EXPECT_EQ(Eq("type_0"), "01 00 00 01 01 01 02 04 01 03 07 01 04 0a 01 05 0d 01");
-    EXPECT_EQ(Eq("type_1"), "CEQControlPPSModule, the MCU has no eq type:type_1, number of types:1");
+std::string Curve(const std::string& type, const std::string& freqs = "1,4,7,10,13",
+                  const std::string& gains = "1,2,3,4,5", const std::string& qs = "1.0,1.0,1.0,1.0,1.0") {
+    return "zoeqtype:json:{\"type\":\"" + type + "\",\"freqs\":[" + freqs + "],\"gain\":[" + gains + "],\"q\":[" + qs +
+           "]}";
 }
 
-TEST_F(EqCommandTest, ChecksBandsThenType) {
-    EXPECT_EQ(Eq("type_0", "3,4,7,10,13"), "eqtype:type_0, band 1 unkown freq(0~2):3");
-    EXPECT_EQ(Eq("type_0", "1,4,7,10,15"), "eqtype:type_0, band 5 unkown freq(12~14):15");
-    EXPECT_EQ(Eq("type_9", "1,4,7,10,-1", "1,2,3,4,5", "0.75,1,1,1,1"), "Unknown q from pps, band:1, q:0.750000");
-    EXPECT_EQ(Eq("type_0", "1,4,7,10,13", "1,2,3,4,5", "1,1,1,1.5,1"), "Unknown q from pps, band:4, q:1.500000");
-    EXPECT_EQ(Eq("type_0", "1,4,7,10,13", "1,2,3,4,5", "1,0.9999999999999999,1,1,1"),
-              "Unknown q from pps, band:2, q:1.000000");
-    EXPECT_EQ(Eq("type_7"), "Unkown eq type:type_7");
-    EXPECT_EQ(Eq("Type_1"), "Unkown eq type:Type_1");
-    EXPECT_EQ(Eq("type_0", "1,4,7,10"),
-              "CEQControlPPSModule, freq array's length in pps is wrong, pps length = 4, neend 5");
-    EXPECT_EQ(Eq("type_0", "1,4,7,10,13", "1,2,3,4,5,6"),
-              "CEQControlPPSModule, gain array's length in pps is wrong, pps length = 6, neend 5");
-    EXPECT_EQ(Eq("type_0", "1,4,7,10,13", "1,2,3,4,5", ""),
-              "CEQControlPPSModule, q array's length in pps is wrong, pps length = 0, neend 5");
-    EXPECT_EQ(Eq("type_0", "1,4,7,10,13", "1,2,3.5,4,5"), " pps_decoder_status() failed.");
-    EXPECT_EQ(Run("zoeqtype", Value("type_0", "", "", ""), ""), "EncodingIsJson isn't json.");
+TEST_F(CommandTest, ACurveReplacesTheSelectedOneAmongTheStored) {
+    m_data.SetEqDataByIndex(2, {{9, 2, 0, 1.5}, {9, 5, 0, 2.0}, {9, 8, 0, 0.75}, {9, 11, 0, 1.25}, {9, 14, 0, 0.33}});
+    const std::string zeros = "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ";
+    const std::string stored = "09 02 03 09 05 04 09 08 00 09 0b 02 09 0e 00 ";
+    EXPECT_EQ(Run(Curve("type_3", "0,5,7,11,12", "-3,300,255,0,-256", "1.5,2,0.75,1.25,2.0")) + " ",
+              "01 00 03 " + zeros + zeros + stored + "fd 00 03 2c 05 04 ff 07 00 00 0b 02 00 0c 04 " + zeros + zeros +
+                  zeros);
+    const std::string none = "CEQControlPPSModule, the MCU has no eq type:type_";
+    m_data.SetEqTypeNumData(0);
+    EXPECT_EQ(Run(Curve("type_0")), none + "0, number of types:0");
+    m_data.SetEqTypeNumData(1);
+    EXPECT_EQ(Run(Curve("type_0")), "01 00 00 01 01 01 02 04 01 03 07 01 04 0a 01 05 0d 01");
+    EXPECT_EQ(Run(Curve("type_1")), none + "1, number of types:1");
+}
+
+TEST_F(CommandTest, ACurveIsCheckedBandByBandThenItsType) {
+    const std::string freqs = "1,4,7,10,13";
+    const std::string gains = "1,2,3,4,5";
+    const std::string length = " array's length in pps is wrong, pps length = ";
+    Expect({
+        {Curve("type_0", "3,4,7,10,13"), "eqtype:type_0, band 1 unkown freq(0~2):3"},
+        {Curve("type_0", "1,4,7,10,15"), "eqtype:type_0, band 5 unkown freq(12~14):15"},
+        {Curve("type_9", "1,4,7,10,-1", gains, "0.75,1,1,1,1"), "Unknown q from pps, band:1, q:0.750000"},
+        {Curve("type_0", freqs, gains, "1,1,1,1.5,1"), "Unknown q from pps, band:4, q:1.500000"},
+        {Curve("type_0", freqs, gains, "1,0.9999999999999999,1,1,1"), "Unknown q from pps, band:2, q:1.000000"},
+        {Curve("type_7"), "Unkown eq type:type_7"},
+        {Curve("Type_1"), "Unkown eq type:Type_1"},
+        {Curve("type_0", "1,4,7,10"), "CEQControlPPSModule, freq" + length + "4, neend 5"},
+        {Curve("type_0", freqs, gains + ",6"), "CEQControlPPSModule, gain" + length + "6, neend 5"},
+        {Curve("type_0", freqs, gains, ""), "CEQControlPPSModule, q" + length + "0, neend 5"},
+        {Curve("type_0", freqs, "1,2,3.5,4,5"), " pps_decoder_status() failed."},
+        {"zoeqtype::{}", "EncodingIsJson isn't json."},
+    });
 }
 
 } // namespace

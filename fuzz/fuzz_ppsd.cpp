@@ -10,11 +10,11 @@
 // Everything taken is accounted for, nobody reads what the owner does not allow, and a subscriber that has read
 // everything knows the object's state.
 #include <cstdint>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <string>
 
+#include "fuzz/Require.h"
 #include "tests/support/BrokerClient.h"
 
 namespace {
@@ -24,12 +24,6 @@ constexpr uid_t kUsers[] = {0, kOwn, 200, 200, 200, 300, 300, 400};
 constexpr std::size_t kClients = std::size(kUsers);
 constexpr std::size_t kRoom = 600;
 constexpr ppsd::Limits kLimits{{{3, 8, 2}, {9000, 20000, 6000}, {2, 8, 2}, {700, 3000, 500}}};
-
-void Require(bool holds) {
-    if (!holds) {
-        std::abort();
-    }
-}
 
 /// Attributes by their names, as a subscriber knows them from what it was told.
 struct Known {

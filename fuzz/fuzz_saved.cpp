@@ -1,8 +1,9 @@
 // The file of saved objects: whatever loads is saved as text that loads without a complaint and is saved the same.
+#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/Require.h"
 #include "tools/ppsd/SavedObjects.h"
 
 namespace {
@@ -14,11 +15,7 @@ std::string Reload(std::string_view text, unsigned& complaints) {
     ppsd::Quota quota(ppsd::LimitsWith(4096), kOwn.owner);
     ppsd::ObjectTree tree(quota);
     ppsd::ObjectLoader loader(tree, kOwn, [&](std::string_view complaint) {
-        for (const char c : complaint) {
-            if (c < ' ' || c > '~') {
-                std::abort();
-            }
-        }
+        Require(std::all_of(complaint.begin(), complaint.end(), [](char c) { return c >= ' ' && c <= '~'; }));
         ++complaints;
     });
     while (!text.empty()) {
@@ -27,9 +24,7 @@ std::string Reload(std::string_view text, unsigned& complaints) {
     loader.Finish();
     std::string saved;
     std::string scratch;
-    if (!ppsd::SaveObjects(tree, scratch, [&](std::string_view part) { return !saved.append(part).empty(); })) {
-        std::abort();
-    }
+    Require(ppsd::SaveObjects(tree, scratch, [&](std::string_view part) { return !saved.append(part).empty(); }));
     return saved;
 }
 
@@ -39,8 +34,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     unsigned complaints = 0;
     const std::string saved = Reload({reinterpret_cast<const char*>(data), size}, complaints);
     complaints = 0;
-    if (Reload(saved, complaints) != saved || complaints != 0) {
-        std::abort();
-    }
+    Require(Reload(saved, complaints) == saved && complaints == 0);
     return 0;
 }

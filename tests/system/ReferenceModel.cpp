@@ -29,10 +29,6 @@ std::string Mute(int code) {
     return code == 1 ? "\"mute\"" : "\"unmute\"";
 }
 
-std::string Status(const Bytes& value) {
-    return std::string("\"status\":") + (value[0] == 1 ? "\"on\"" : "\"off\"");
-}
-
 /// The first marked of four volume bytes; 5 where none is.
 int MarkedOf(const Bytes& volumes) {
     const auto marked = std::find_if(volumes.begin(), volumes.end(), [](int byte) { return byte >= 128; });
@@ -279,18 +275,34 @@ void ReferenceModel::PublishVolumes() {
 }
 
 /// The value of the attribute that a group is published as; nothing where it can't be published.
-std::string ReferenceModel::Published(const std::string& group, std::string& name) {
-    const Bytes value = m_values.count(group) != 0 ? m_values[group] : Bytes{};
-    const auto member = [&value](const char* key, std::size_t i) {
-        return std::string("\"") + key + "\":" + std::to_string(value[i]);
-    };
-    name = "zo" + group;
-    if (group == "[n]zoaudiomix" || group == "loud" || group == "dbb") {
-        name = group[0] == '[' ? group : name;
-        return value[0] == 1 ? ":on" : ":off";
+std::string ReferenceModel::Published(const std::string& group) {
+    static const std::map<std::string, std::vector<const char*>> kMembers{
+        {"fade_balance", {"ff", "fr", "bl", "br"}},
+        {"subwoofer", {"status", "phase", "filter"}},
+        {"speaker_mode", {"mode", "channel"}},
+        {"front_stereo_filter", {"status", "cutoff_freq"}},
+        {"rear_stereo_filter", {"status", "cutoff_freq"}}};
+    if (group == "source_gain") {
+        return PublishedSources();
     }
-    if (value.size() == 1 && group != "audio" && group != "eq_type") {
-        return Number(value);
+    if (group.compare(0, 7, "eqtype_") == 0) {
+        return PublishedCurve(m_curves[group[7] - '0']);
+    }
+    if (m_values.count(group) == 0) {
+        return ""; // the volumes
+    }
+    const Bytes& value = m_values[group];
+    if (const auto members = kMembers.find(group); members != kMembers.end()) {
+        std::string text;
+        for (std::size_t i = 0; i < value.size(); ++i) {
+            const std::string name = members->second[i];
+            const std::string word = value[i] == 1 ? "\"on\"" : "\"off\"";
+            text += (i == 0 ? "\"" : ",\"") + name + "\":" + (name == "status" ? word : std::to_string(value[i]));
+        }
+        return "json:{" + text + "}";
+    }
+    if (group == "[n]zoaudiomix" || group == "loud" || group == "dbb") {
+        return value[0] == 1 ? ":on" : ":off";
     }
     if (group == "audio") {
         return value[0] == 1 ? ":ready" : ":bad";
@@ -298,22 +310,7 @@ std::string ReferenceModel::Published(const std::string& group, std::string& nam
     if (group == "eq_type") {
         return value[0] <= 6 ? ":type_" + std::to_string(value[0]) : "";
     }
-    if (group == "fade_balance") {
-        return "json:{" + member("ff", 0) + "," + member("fr", 1) + "," + member("bl", 2) + "," + member("br", 3) + "}";
-    }
-    if (group == "subwoofer") {
-        return "json:{" + Status(value) + "," + member("phase", 1) + "," + member("filter", 2) + "}";
-    }
-    if (group == "speaker_mode") {
-        return "json:{" + member("mode", 0) + "," + member("channel", 1) + "}";
-    }
-    if (group == "front_stereo_filter" || group == "rear_stereo_filter") {
-        return "json:{" + Status(value) + "," + member("cutoff_freq", 1) + "}";
-    }
-    if (group == "source_gain") {
-        return PublishedSources();
-    }
-    return group.compare(0, 7, "eqtype_") == 0 ? PublishedCurve(m_curves[group[7] - '0']) : "";
+    return Number(value);
 }
 
 std::string ReferenceModel::PublishedSources() const {
@@ -346,10 +343,9 @@ std::string ReferenceModel::PublishedCurve(Bytes curve) const {
 void ReferenceModel::PublishRaised() {
     PublishVolumes();
     for (const std::string& group : m_raised) {
-        std::string name;
-        const std::string value = Published(group, name);
+        const std::string value = Published(group);
         if (!value.empty()) {
-            Line(name, value);
+            Line(group[0] == '[' ? group : "zo" + group, value);
         }
     }
     m_raised.clear();

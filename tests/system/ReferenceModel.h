@@ -32,7 +32,7 @@ private:
     void RaiseGroup(int group);
     void PublishRaised();
     void PublishVolumes();
-    std::string Published(const std::string& group, std::string& name);
+    std::string Published(const std::string& group);
     std::string PublishedSources() const;
     std::string PublishedCurve(Bytes curve) const;
 

@@ -205,6 +205,12 @@ TEST(ChainTest, WhatIsMissingAtTheStartIsNamed) {
         EXPECT_NE(output.find("can't open the PPS server's object /pps/tolvyn/eq/status?delta: Connection refused"),
                   std::string::npos)
             << output;
+        for (const char* level : {"1", "2", "9"}) {
+            ::setenv("TLG_SLOG_LEVEL", level, 1);
+            EXPECT_EQ(RunProgram("melvane", {}, output), 0);
+            EXPECT_EQ(Count(output, "2 0x"), *level == '1' ? 0U : 8U) << "seven files and that it ends";
+        }
+        ::unsetenv("TLG_SLOG_LEVEL");
     }
     Chain chain;
     EXPECT_EQ(RunProgram("melvane", {}, output), 0);

@@ -18,6 +18,7 @@ TEST(Object, RefusesMalformedWritesWhole) {
         pps::Object object("object");
         object.Apply("kept:n:1");
         EXPECT_NE(object.Apply("good:n:1\n" + bad + (bad.empty() ? "\n" : "")).error, "") << bad.substr(0, 40);
+        EXPECT_NE(object.Apply("@other\na:n:1").error, "");
         EXPECT_EQ(object.State(), "@object\nkept:n:1\n") << bad.substr(0, 40);
     }
 }

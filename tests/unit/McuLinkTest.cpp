@@ -129,15 +129,6 @@ TEST_F(McuLinkTest, AudioMixReports) {
               "_Melvane_[ProcessDataPacket]-Wrong packet size! function return. nCmd[178], nPacketSize[3].");
 }
 
-TEST_F(McuLinkTest, OnlyAnAnswerThatStoresSomethingRaisesItsGroup) {
-    EXPECT_TRUE(Process({138, 2, 3, 0, 0}));
-    EXPECT_FALSE(m_data.GetUpdateSRSFlag()) << "a report raises what changed";
-    EXPECT_TRUE(Process({137, 2, 3, 0, 0}));
-    EXPECT_TRUE(m_data.GetUpdateSRSFlag());
-    EXPECT_FALSE(Process({137, 2, 2, 1, 0, 13}));
-    EXPECT_FALSE(m_data.GetUpdateSrcGainFlag());
-}
-
 TEST_F(McuLinkTest, NumbersStartAgainAndPassOverPendingOnes) {
     m_link.SendCtrCmd(8, {5, 1});
     m_link.SendCtrCmd(8, {5, 2});

@@ -59,23 +59,27 @@ TEST(Object, IsBoundedButRewritable) {
 TEST(Parser, GivesRecordsAndGoesOnBehindMalformedLines) {
     char text[] = "@object\n[n]a:json:{\"x\":\"y\"}\nbroken\nb::\n-c\n#@object\n|@object";
     char* rest = text;
-    pps_attrib_t record{};
-    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_OBJECT);
-    EXPECT_STREQ(record.obj_name, "object");
-    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_ATTRIBUTE);
-    EXPECT_STREQ(record.attr_name, "a");
-    EXPECT_STREQ(record.encoding, "json");
-    EXPECT_STREQ(record.value, "{\"x\":\"y\"}");
-    EXPECT_EQ(record.options, PPS_NOPERSIST);
-    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_ERROR);
-    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_ATTRIBUTE);
-    EXPECT_STREQ(record.encoding, "");
-    EXPECT_STREQ(record.value, "");
-    EXPECT_EQ(record.options, 0);
-    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_ATTRIBUTE_DELETED);
-    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_OBJECT_TRUNCATED);
-    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_OBJECT_OVERFLOWED);
-    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_END);
+    auto next = [&rest, record = pps_attrib_t{}]() mutable {
+        const pps_status_t status = ppsparse(&rest, nullptr, nullptr, &record, 0);
+        return std::pair(status, record);
+    };
+    const auto [first, object] = next();
+    EXPECT_EQ(first, PPS_OBJECT);
+    EXPECT_STREQ(object.obj_name, "object");
+    const auto [second, a] = next();
+    EXPECT_EQ(second, PPS_ATTRIBUTE);
+    EXPECT_STREQ(a.attr_name, "a");
+    EXPECT_STREQ(a.encoding, "json");
+    EXPECT_STREQ(a.value, "{\"x\":\"y\"}");
+    EXPECT_EQ(a.options, PPS_NOPERSIST);
+    EXPECT_EQ(next().first, PPS_ERROR);
+    const auto [fourth, b] = next();
+    EXPECT_EQ(fourth, PPS_ATTRIBUTE);
+    EXPECT_EQ(b.encoding + std::string(b.value), "");
+    EXPECT_EQ(b.options, 0);
+    for (const pps_status_t status : {PPS_ATTRIBUTE_DELETED, PPS_OBJECT_TRUNCATED, PPS_OBJECT_OVERFLOWED, PPS_END}) {
+        EXPECT_EQ(next().first, status);
+    }
 }
 
 /// Writes into the object and hands the change to the backlog, as the server does.

@@ -216,6 +216,10 @@ TEST(Slog, KeepsAMessageOneLine) {
     const Redirected redirected(ends.write);
     const std::string head = "2 0xffffffff ";
     const std::size_t room = 4096 - head.size() - 1;
+    std::string escapes;
+    for (std::size_t i = 0; i < room / 4; ++i) {
+        escapes += "\\x02";
+    }
     const std::pair<std::string, std::string> messages[] = {
         {"", ""},
         {"\n", ""},
@@ -228,13 +232,7 @@ TEST(Slog, KeepsAMessageOneLine) {
         {std::string(room, 'x') + "\n", std::string(room, 'x')},
         {std::string(room - 3, 'x') + "\n\n", std::string(room - 3, 'x')},
         {std::string(room - 4, 'x') + "\n\n", std::string(room - 4, 'x') + "\\x0a"},
-        {std::string(4000, '\x02'), [room] {
-             std::string all;
-             for (std::size_t i = 0; i < room / 4; ++i) {
-                 all += "\\x02";
-             }
-             return all;
-         }()}};
+        {std::string(4000, '\x02'), escapes}};
     for (const auto& [message, text] : messages) {
         EXPECT_EQ(slogf(-1, _SLOG_ERROR, "%s", message.c_str()), static_cast<int>(head.size() + text.size() + 1));
         std::array<char, 8192> packet{};

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "model/CEQData.h"
-#include "model/EqTables.h"
-#include "model/SourcesNameIdMap.h"
 #include "tests/support/CapturedLog.h"
 
 namespace {
@@ -60,38 +58,6 @@ TEST(Store, RefusesWhatIsOutOfRange) {
               "_Melvane_[SetEqTypeNumData]-CEQData, wrong type num(0 ~ 7): 8\n"
               "_Melvane_[SetEqTypeNumData]-CEQData, wrong type num(0 ~ 7): -1\n"
               "_Melvane_[SetVolumeData]-CEQData, unknown volume change status(0 or 1): 3");
-}
-
-TEST(EqTables, CheckAndEncodeBands) {
-    for (int band = 0; band < 5; ++band) {
-        EXPECT_FALSE(IsFreqAllowed(band, 3 * band - 1));
-        EXPECT_TRUE(IsFreqAllowed(band, 3 * band));
-        EXPECT_TRUE(IsFreqAllowed(band, 3 * band + 2));
-        EXPECT_FALSE(IsFreqAllowed(band, 3 * band + 3));
-        EXPECT_EQ(IsQIndexAllowed(band, 0), band >= 2);
-        EXPECT_EQ(IsQIndexAllowed(band, 3), band < 2);
-        EXPECT_EQ(AllowedQIndexOf(band, 1.25), 2);
-        EXPECT_EQ(AllowedQIndexOf(band, 1.0000001), -1);
-    }
-}
-
-// That each id has its name, and each name its id, shows in the tests of reports and commands.
-TEST(SourceNames, MatchWhole) {
-    TLG::ZOCAR::SourcesNameIdMap map;
-    unsigned char id = 99;
-    std::string name;
-    EXPECT_FALSE(map.GetSrcIdByName("usb", id)) << "before Init";
-    map.Init();
-    map.Init();
-    for (const char* wrong : {"USB", "usb ", "", "us"}) {
-        EXPECT_FALSE(map.GetSrcIdByName(wrong, id)) << wrong;
-    }
-    EXPECT_EQ(id, 99);
-    EXPECT_TRUE(map.GetSrcIdByName("siri", id));
-    EXPECT_EQ(id, 31);
-    EXPECT_TRUE(map.GetSrcNameById(31, name));
-    EXPECT_FALSE(map.GetSrcNameById(32, name));
-    EXPECT_EQ(name, "siri");
 }
 
 } // namespace

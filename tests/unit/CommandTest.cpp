@@ -206,6 +206,7 @@ TEST_F(CommandTest, SwitchesAndFilters) {
         {"zodbb::on", "1=17"},
         {"zodbb::", "Unknown DBB state:"},
         {R"(zosubwoofer:json:{"status":"off","phase":0,"filter":4})", "1=20"},
+        {R"(zosubwoofer:json:{"status":"on","phase":180,"filter":0})", "1=06"},
         {R"(zosubwoofer:json:{"status":"ON","phase":90,"filter":5})", tag + "Unknown subwoofer state:ON"},
         {R"(zosubwoofer:json:{"status":"on","phase":90,"filter":5})", tag + "Unknown sub phase:90"},
         {R"(zosubwoofer:json:{"status":"on","phase":180,"filter":5})", tag + "Unknown sub filter:5"},

@@ -3,12 +3,14 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -18,19 +20,17 @@ constexpr auto kTimeout = std::chrono::seconds(180);
 
 Process::Process(const std::string& program, const std::vector<std::string>& arguments) {
     std::array<int, 2> input{};
-    std::array<int, 2> output{};
-    if (::pipe2(input.data(), O_CLOEXEC) != 0 || ::pipe2(output.data(), O_CLOEXEC) != 0) {
+    m_output.Reset(::memfd_create("output", MFD_CLOEXEC));
+    if (::pipe2(input.data(), O_CLOEXEC) != 0 || !m_output) {
         throw std::runtime_error("no pipe");
     }
     m_input.Reset(input[1]);
-    m_output.Reset(output[0]);
     const UniqueFd theirInput(input[0]);
-    const UniqueFd theirOutput(output[1]);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, theirInput.Get(), STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, theirOutput.Get(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, theirOutput.Get(), STDERR_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, m_output.Get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, m_output.Get(), STDERR_FILENO);
     std::string path = std::string(TLG_BIN_DIR "/") + program;
     std::vector<char*> argv{path.data()};
     for (const std::string& argument : arguments) {
@@ -49,13 +49,22 @@ Process::~Process() {
     Stop(SIGKILL);
 }
 
+/// The output goes to a file in memory, which takes everything at once: programs that drop what nobody takes, as the
+/// service's log, lose nothing to a collector that is slow.
 void Process::Collect() {
     std::array<char, 65536> buffer{};
+    off_t collected = 0;
     for (;;) {
-        const ssize_t length = ::read(m_output.Get(), buffer.data(), buffer.size());
-        if (length <= 0) {
+        const bool wasEnded = m_isEnded;
+        const ssize_t length = ::pread(m_output.Get(), buffer.data(), buffer.size(), collected);
+        if (length <= 0 && wasEnded) {
             return;
         }
+        if (length <= 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            continue;
+        }
+        collected += length;
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_text.append(buffer.data(), static_cast<std::size_t>(length));
         m_changed.notify_all();
@@ -113,6 +122,7 @@ int Process::Stop(int signal) {
     int status = 0;
     ::waitpid(m_pid, &status, 0);
     m_pid = -1;
+    m_isEnded = true;
     m_collector.join();
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
 }

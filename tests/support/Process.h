@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 #include <sys/types.h>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <string>
@@ -48,6 +49,7 @@ private:
     pid_t m_pid = -1;
     UniqueFd m_input;
     UniqueFd m_output;
+    std::atomic<bool> m_isEnded{false};
     std::thread m_collector;
     std::mutex m_mutex;
     std::condition_variable m_changed;

@@ -91,6 +91,18 @@ TEST_F(BrokerTest, AnObjectMadeAgainByAnotherIsNotToldToThoseWhoHadIt) {
     EXPECT_EQ(StateOf("/pps/a"), "@a\nsecret::1\n");
 }
 
+TEST_F(BrokerTest, AnObjectMadeAgainByAnotherStaysNotPersistentForWhoeverHasItOpenSo) {
+    BrokerClient service(broker, kAnna);
+    ASSERT_EQ(service.Ask("open 770 666 /pps/a?nopersist"), "ok");
+    ASSERT_EQ(Ask(kAnna, "delete /pps/a"), "ok");
+    BrokerClient other(broker, kAnna);
+    ASSERT_EQ(other.Ask("open 258 666 /pps/a?ack"), "ok");
+    ASSERT_EQ(other.Ask("step::1"), "ok");
+    std::string saved;
+    broker.Tree().Find("/pps/a")->object.AppendPersistentState(saved);
+    EXPECT_EQ(saved, "");
+}
+
 TEST_F(BrokerTest, EachUserIsBoundedAndRootHasAReserve) {
     const std::string noRoom = "error 28 the user has too many objects, or too large ones";
     EXPECT_EQ(Ask(kAnna, "open 258 600 /pps/a1"), "ok");

@@ -74,6 +74,13 @@ protected:
     TLG::ZOCAR::McuFileBase m_file{TLG::ZOCAR::g_eqMCU, &m_controller};
 };
 
+TEST_F(McuConnectionTest, BlocksAreDeliveredAsTheyAre) {
+    m_mcu->SendBlock({'a'});
+    m_mcu->SendBlock({});
+    m_mcu->SendBlock({'b', 'c'});
+    EXPECT_EQ(m_controller.Wait(3), (std::vector<std::string>{"mcu a", "mcu ", "mcu bc"}));
+}
+
 TEST_F(McuConnectionTest, WhatTheMcuDoesNotTakeIsKeptInOrderUpToABound) {
     constexpr int kPackets = 3000;
     int accepted = 0;
@@ -235,6 +242,8 @@ TEST_F(PpsConnectionTest, AllThatTheServerHadIsBackAtOnce) {
     EXPECT_EQ(Lines(log, 2, "input /pps/test/").size(), 2U);
     EXPECT_EQ(Lines(log, 4, "output /pps/test/output?delta lost").size(), 1U);
     EXPECT_TRUE(m_output.SetPPSIntAttr("@output", "a", 1));
+    WriteObject("/pps/test/input", "a::1");
+    EXPECT_EQ(m_controller.Wait(4).back(), "2 a::1");
 }
 
 } // namespace

@@ -1,12 +1,9 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
-#include <memory>
 
 #include "framework/FilesControlBase.h"
-#include "framework/McuFileBase.h"
 #include "framework/PPSFileBase.h"
 #include "framework/RunService.h"
 #include "tests/support/Bench.h"
@@ -36,7 +33,7 @@ protected:
     }
 
     TemporaryRoot m_root;
-    std::unique_ptr<LocalServer> m_server = std::make_unique<LocalServer>();
+    const LocalServer m_server;
     NotingController m_listener;
     PPSFileBase m_one{kOne, &m_listener};
     PPSFileBase m_two{kTwo, &m_listener};
@@ -105,55 +102,11 @@ TEST_F(MultiplexerTest, ClosingWaitsForADeliveryUnderWay) {
     closer.join();
 }
 
-TEST_F(MultiplexerTest, ALostInputIsSaidOnceAndReopened) {
-    TakeLog();
-    m_server.reset();
-    EXPECT_FALSE(m_two.SetPPSIntAttr("@two", "mine", 1));
-    m_server = std::make_unique<LocalServer>();
-    WriteObject("/pps/test/one", "a::1");
-    WriteObject("/pps/test/two", "c::1");
-    std::vector<std::string> events = m_listener.Wait(2);
-    EXPECT_TRUE(m_two.SetPPSIntAttr("@two", "mine", 2));
-    std::sort(events.begin(), events.end());
-    EXPECT_EQ(events.front(), "2 a::1");
-    EXPECT_EQ(events.back(), "4 c::1");
-    int lost = 0;
-    for (const LogLine& line : TakeLog()) {
-        lost += line.severity == 2 && line.text.find("/pps/test/one?delta lost") != std::string::npos ? 1 : 0;
-    }
-    EXPECT_EQ(lost, 1);
-}
-
 TEST_F(MultiplexerTest, AFileWithoutAReceiverIsRefused) {
     PPSFileBase deaf(kTwo, nullptr);
     EXPECT_FALSE(m_listener.AddFile(9, &deaf));
     EXPECT_FALSE(m_listener.AddFile(9, nullptr));
     EXPECT_FALSE(m_listener.AddFile(2, &m_two)) << "the key is taken";
-}
-
-TEST(McuFile, DeliversBlocksAsTheyAreAndComesBack) {
-    const TemporaryRoot root;
-    auto mcu = std::make_unique<FakeMcu>();
-    NotingController listener;
-    TLG::ZOCAR::McuFileBase file(TLG::ZOCAR::g_eqMCU, &listener);
-    ASSERT_TRUE(file.Open());
-    ASSERT_TRUE(listener.Init());
-    ASSERT_TRUE(listener.AddFile(file.GetKey(), &file));
-    ASSERT_TRUE(listener.Start());
-    ASSERT_TRUE(mcu->Accept());
-    mcu->SendBlock({'a'});
-    mcu->SendBlock({});
-    mcu->SendBlock({'b', 'c'});
-    EXPECT_EQ(listener.Wait(3), (std::vector<std::string>{"mcu a", "mcu ", "mcu bc"}));
-    mcu.reset();
-    mcu = std::make_unique<FakeMcu>();
-    ASSERT_TRUE(mcu->Accept());
-    mcu->SendBlock({'d'});
-    EXPECT_EQ(listener.Wait(4).back(), "mcu d");
-    const unsigned char text[] = {'o', 'k'};
-    EXPECT_TRUE(file.SendToSpiDev(text, 2));
-    EXPECT_EQ(mcu->ReceiveBlock(), "ok");
-    listener.Stop();
 }
 
 TEST(EncodingIsJson, IsExact) {

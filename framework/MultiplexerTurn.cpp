@@ -17,6 +17,8 @@ namespace {
 constexpr int kBlocksPerTurn = 32;
 constexpr int kLinesPerTurn = 32;
 
+constexpr std::chrono::milliseconds kPauseWithoutMemory(10);
+
 /// The length of the first lines of a text.
 std::size_t LengthOfLines(const unsigned char* text, std::size_t length, int lines) {
     const unsigned char* const end = text + length;
@@ -38,6 +40,7 @@ void Multiplexer::Dispatch() {
         } catch (const std::bad_alloc&) {
             LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "no memory, what was to be done is tried again\n");
             m_needsAttention = true;
+            std::this_thread::sleep_for(kPauseWithoutMemory);
         }
     }
 }
@@ -303,15 +306,20 @@ bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
 
 void Multiplexer::RunTimer() {
     std::function<void()> handler;
+    Clock::time_point due;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_timerDue && *m_timerDue <= Clock::now()) {
-            m_timerDue.reset();
-            handler = std::move(m_timerHandler);
+        if (!m_timerDue || *m_timerDue > Clock::now()) {
+            return;
         }
+        due = *m_timerDue;
+        handler = m_timerHandler;
     }
-    if (handler) {
-        handler();
+    handler();
+    // Only now, so that a handler that lacked memory is called again; it may have set the timer itself.
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_timerDue == due) {
+        m_timerDue.reset();
     }
 }
 

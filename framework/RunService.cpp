@@ -1,6 +1,7 @@
 #include "framework/RunService.h"
 
 #include <csignal>
+#include <new>
 
 #include "framework/InstanceGuard.h"
 #include "framework/LogBase.h"
@@ -15,6 +16,17 @@ sigset_t StopSignals() {
     sigaddset(&signals, SIGTERM);
     sigaddset(&signals, SIGINT);
     return signals;
+}
+
+/// The result of a step of the service's life; false, with a line in the log, also where it finds no memory.
+template <typename Step>
+bool Succeeds(Step step) {
+    try {
+        return step();
+    } catch (const std::bad_alloc&) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "no memory\n");
+        return false;
+    }
 }
 
 } // namespace
@@ -34,12 +46,12 @@ void RunService::DoWork() {
         LOGBASE(LOG_LEV_ERROR, "DoWork", "the service already runs below this root, this one ends\n");
         return;
     }
-    if (!Init()) {
+    if (!Succeeds([this] { return Init(); })) {
         LOGBASE(LOG_LEV_ERROR, "DoWork", "the service can't be initialised, it ends\n");
         Close();
         return;
     }
-    if (Start()) {
+    if (Succeeds([this] { return Start(); })) {
         const sigset_t stopSignals = StopSignals();
         int signal = 0;
         sigwait(&stopSignals, &signal);

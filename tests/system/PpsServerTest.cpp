@@ -115,6 +115,8 @@ TEST(PpsServerTest, TheClientTellsWhatItDoesAndWhyItFails) {
     EXPECT_EQ(Count(output, "\n"), 1U) << output;
     for (const char* program : {"ppsctl", "ppsd", "mcusim"}) {
         EXPECT_EQ(RunProgram(program, {"--help"}, output), 0);
+        EXPECT_EQ(RunProgram(program, {"--version"}, output), 0);
+        EXPECT_EQ(output, std::string(program) + " 1.0.0\n");
         EXPECT_EQ(RunProgram(program, {"--nonsense"}, output), 1) << output;
         EXPECT_EQ(Count(output, "\n"), 1U) << output;
     }

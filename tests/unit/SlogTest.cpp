@@ -14,9 +14,7 @@
 #include <cstdlib>
 #include <ostream>
 #include <string>
-#include <thread>
 #include <utility>
-#include <vector>
 
 #include "platform/posix/UniqueFd.h"
 
@@ -151,47 +149,6 @@ INSTANTIATE_TEST_SUITE_P(Kinds, SlogSinkTest,
                          testing::Values(Kind{"pipe", &Pipe}, Kind{"terminal", &Terminal},
                                          Kind{"stream", &Sockets<SOCK_STREAM>},
                                          Kind{"packets", &Sockets<SOCK_SEQPACKET>}));
-
-TEST(Slog, NeverWaitsForThreadsAndProcessesThatShareThePipe) {
-    const Ends ends = Pipe();
-    const Redirected redirected(ends.write);
-    constexpr int kThreads = 3;
-    constexpr int kMessages = 20000;
-    const auto log = [] {
-        for (int i = 0; i < kMessages; ++i) {
-            slogf(0, _SLOG_INFO, "%s", kFiller.c_str());
-        }
-    };
-    const pid_t child = ::fork();
-    if (child == 0) {
-        log();
-        ::_exit(0);
-    }
-    std::vector<std::thread> threads;
-    threads.reserve(kThreads);
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back(log);
-    }
-    // Read a little, so that there is room again now and then.
-    std::string text;
-    for (int i = 0; i < 50; ++i) {
-        text += Drain(ends.read);
-        std::this_thread::yield();
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
-    text += Drain(ends.read);
-    slogf(0, _SLOG_INFO, "%s", kFiller.c_str());
-    text += Drain(ends.read);
-    TakeLosses(text);
-    const std::string message = "5 0x0 " + kFiller + "\n";
-    ASSERT_EQ(text.size() % message.size(), 0U);
-    for (std::size_t at = 0; at < text.size(); at += message.size()) {
-        ASSERT_EQ(text.compare(at, message.size(), message), 0) << text.substr(at, message.size());
-    }
-}
 
 TEST(Slog, TellsOfTheLossAtTheEndOfTheProcess) {
     const Ends ends = Pipe();

@@ -145,9 +145,15 @@ bool Listener::ShareWithAll() const {
 }
 
 Listener::~Listener() {
+    EndListening();
+}
+
+void Listener::EndListening() {
     if (!m_name.empty()) {
         ::unlinkat(m_directory.Get(), m_name.c_str(), 0);
+        m_name.clear();
     }
+    m_socket.Reset();
 }
 
 UniqueFd Listener::Accept() const {

@@ -29,6 +29,9 @@ public:
     /// Lets every user of the machine connect. False with errno set on failure.
     bool ShareWithAll() const;
 
+    /// Ends listening and removes the socket, so that newcomers are refused at once; the lock stays.
+    void EndListening();
+
     int Fd() const { return m_socket.Get(); }
 
     /// Takes one waiting connection, non-blocking; empty when there is none, with errno set.

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
 #include <string>
 #include <vector>
@@ -40,25 +41,31 @@ public:
         StartService();
     }
 
+    using Clock = std::chrono::steady_clock;
+
     void KillMcu() { mcu.reset(); }
     void ReviveMcu() {
         StartMcu({});
+        backSince = Clock::now();
         WaitForQueries(7);
     }
-    void RestartMcu(const std::string& order) const {
+    void RestartMcu(const std::string& order) {
         const int queries = Received("queries");
         Order(order);
+        backSince = Clock::now();
         WaitForQueries(queries + 7);
     }
     void RestartServer(int signal) {
         ppsd->Stop(signal);
         ppsd = std::make_unique<Process>("ppsd");
         EXPECT_TRUE(ppsd->WaitFor("ppsd: ready\n"));
+        backSince = Clock::now();
     }
     void RestartService(int signal) {
         service->Stop(signal);
         const int queries = Received("queries");
         service = std::make_unique<Process>("melvane");
+        backSince = Clock::now();
         // Only then has it emptied the control object.
         WaitForQueries(queries + 7);
     }
@@ -78,6 +85,8 @@ public:
         std::string output;
         EXPECT_EQ(RunProgram("ppsctl", {"delete", path}, output), 0) << output;
     }
+
+    Clock::time_point backSince; ///< since when the peer of the last fault is there again
 };
 
 #endif

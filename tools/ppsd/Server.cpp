@@ -89,6 +89,8 @@ bool Server::Run(int stopFd) {
     m_epoll.Remove(m_listener.Fd());
     for (int i = 0; i < kLastTurns && Turn(0).served; ++i) {
     }
+    // Saving may take its time, and nobody is to wait for it.
+    m_listener.EndListening();
     while (!m_connections.empty()) {
         Drop(m_connections.begin()->first);
     }

@@ -3,12 +3,12 @@
 //
 // Byte 0 chooses the attribute, byte 1 the store's state, the rest is the value.
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "control/AudioSettingPayload.h"
 #include "control/CEQControlPPSModule.h"
 #include "fuzz/FilledStore.h"
+#include "fuzz/QuietLog.h"
 #include "fuzz/Require.h"
 #include "model/EqTables.h"
 #include "model/RecordTypes.h"
@@ -132,10 +132,6 @@ void CheckChanges(const Command& command, const Payload& payload, const CEQData&
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    return ::setenv("TLG_SLOG_LEVEL", "0", 1);
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 2) {

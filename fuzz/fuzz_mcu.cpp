@@ -2,15 +2,11 @@
 // stays within its ranges.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
+#include "fuzz/QuietLog.h"
 #include "fuzz/Require.h"
 #include "mcu/CEQMcuFile.h"
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    return ::setenv("TLG_SLOG_LEVEL", "0", 1);
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     CEQData store;

@@ -4,10 +4,10 @@
 // Byte 0 chooses the store's state, byte 1 the percentage last published, the rest is the value.
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "fuzz/FilledStore.h"
+#include "fuzz/QuietLog.h"
 #include "fuzz/Require.h"
 #include "model/VolumeAndFadePayload.h"
 #include "status/GpsStatusPPSModule.h"
@@ -47,10 +47,6 @@ void CheckPower(std::string word, CEQData& store) {
 }
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    return ::setenv("TLG_SLOG_LEVEL", "0", 1);
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size < 2) {

@@ -1,32 +1,31 @@
 // The commands that change one part of the audio setting record with a JSON value: speaker mode, subwoofer,
 // front and rear stereo filter. The other parts stay as the store has them.
-#include "control/AudioSettingPayload.h"
 #include "control/CEQControlPPSModule.h"
 #include "control/CommandChecks.h"
 #include "control/ControlKeys.h"
 #include "control/JsonValue.h"
 #include "framework/LogBase.h"
-#include "model/RecordTypes.h"
+#include "model/RecordPayload.h"
 
-/// The payload of the stored audio settings with one change. A stored phase that can't be encoded is
-/// refused with @p phaseMessage.
-bool CEQControlPPSModule::AudioSettingPacket(const char* handler, const char* phaseMessage,
-                                             const std::function<void(tagAudioData&)>& change, Payload& payload) {
-    tagAudioData audio = m_pEQData->GetAudioData();
-    change(audio);
+/// The audio setting record. A phase that it can't carry is refused, with a message that begins with @p messageStart.
+bool CEQControlPPSModule::AudioSettingPacket(const char* function, const char* messageStart, const tagAudioData& audio,
+                                             Payload& payload) {
     if (!IsPhaseKnown(audio.Subwoofer.Phase)) {
-        LOGBASE(LOG_LEV_ERROR, handler, phaseMessage, audio.Subwoofer.Phase);
+        LOGBASE(LOG_LEV_ERROR, function, "%sUnknown subwooferPhase from CEQData:%d\n", messageStart,
+                audio.Subwoofer.Phase);
         return false;
     }
-    WriteAudioSetting(audio, payload);
+    RecordValues record;
+    record.audio = audio;
+    WriteRecord(AUDIO_SETTING, record, payload);
     return true;
 }
 
 /// What the four handlers check first.
-bool CEQControlPPSModule::CanDecode(const char* handler, const char* encoding, const char* value) const {
-    return Check(handler, {{m_pEQData != nullptr, "Param error! m_pEQData is NULL.\n"},
-                           {value != nullptr, "Param error! szValue is NULL.\n"},
-                           {EncodingIsJson(encoding), "EncodingIsJson isn't json\n"}});
+bool CEQControlPPSModule::CanDecode(const char* function, const char* encoding, const char* value) const {
+    return Check(function, {{m_pEQData != nullptr, "Param error! m_pEQData is NULL.\n"},
+                            {value != nullptr, "Param error! szValue is NULL.\n"},
+                            {EncodingIsJson(encoding), "EncodingIsJson isn't json\n"}});
 }
 
 bool CEQControlPPSModule::OnCmdSpeakerMode(char* encoding, char* value, Payload& payload) {
@@ -52,10 +51,9 @@ bool CEQControlPPSModule::OnCmdSpeakerMode(char* encoding, char* value, Payload&
         LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "Unknown channel(0 ~ 4):%d\n", channel);
         return false;
     }
-    const tagSpeakerMode chosen{static_cast<std::uint8_t>(mode), static_cast<std::uint8_t>(channel)};
-    return AudioSettingPacket(
-        __FUNCTION__, "CEQControlPPSModule, Unknown subwooferPhase from CEQData:%d\n",
-        [&chosen](tagAudioData& audio) { audio.SpeakerMode = chosen; }, payload);
+    tagAudioData audio = m_pEQData->GetAudioData();
+    audio.SpeakerMode = {static_cast<std::uint8_t>(mode), static_cast<std::uint8_t>(channel)};
+    return AudioSettingPacket(__FUNCTION__, "CEQControlPPSModule, ", audio, payload);
 }
 
 bool CEQControlPPSModule::OnCmdSubwoofer(char* encoding, char* value, Payload& payload) {
@@ -92,26 +90,25 @@ bool CEQControlPPSModule::OnCmdSubwoofer(char* encoding, char* value, Payload& p
     chosen.Filter = static_cast<std::uint8_t>(filter);
     tagAudioData audio = m_pEQData->GetAudioData();
     audio.Subwoofer = chosen;
-    WriteAudioSetting(audio, payload);
-    return true;
+    return AudioSettingPacket(__FUNCTION__, "", audio, payload);
 }
 
 /// What distinguishes the two stereo filters.
 struct CEQControlPPSModule::FilterRule {
-    const char* handler;
+    const char* function;
     tagStereoFilterParam tagAudioData::*filter;
     const char* decoderMessage;
-    const char* stateMessage; ///< takes the status text
-    const char* phaseMessage; ///< takes the stored phase
+    const char* name;         ///< in the message about its state
+    const char* messageStart; ///< of the message about the stored phase
 };
 
 bool CEQControlPPSModule::OnStereoFilter(const FilterRule& rule, char* encoding, char* value, Payload& payload) {
-    if (!CanDecode(rule.handler, encoding, value)) {
+    if (!CanDecode(rule.function, encoding, value)) {
         return false;
     }
     const char* status = nullptr;
     int cutoff = -1;
-    JsonValue json(rule.handler);
+    JsonValue json(rule.function);
     if (!json.Enter(value)) {
         return false;
     }
@@ -122,28 +119,27 @@ bool CEQControlPPSModule::OnStereoFilter(const FilterRule& rule, char* encoding,
     }
     tagStereoFilterParam chosen;
     if (!SwitchOf(status, chosen.OnOff)) {
-        LOGBASE(LOG_LEV_ERROR, rule.handler, rule.stateMessage, status);
+        LOGBASE(LOG_LEV_ERROR, rule.function, "CEQControlPPSModule, Unknown %sState:%s\n", rule.name, status);
         return false;
     }
     if (cutoff < 0 || cutoff > kMaxCutoffFreq) {
-        LOGBASE(LOG_LEV_ERROR, rule.handler, "CEQControlPPSModule, Unkown freq from pps:%d\n", cutoff);
+        LOGBASE(LOG_LEV_ERROR, rule.function, "CEQControlPPSModule, Unkown freq from pps:%d\n", cutoff);
         return false;
     }
     chosen.CutoffFreq = static_cast<std::uint8_t>(cutoff);
-    return AudioSettingPacket(
-        rule.handler, rule.phaseMessage, [&](tagAudioData& audio) { audio.*rule.filter = chosen; }, payload);
+    tagAudioData audio = m_pEQData->GetAudioData();
+    audio.*rule.filter = chosen;
+    return AudioSettingPacket(rule.function, rule.messageStart, audio, payload);
 }
 
 bool CEQControlPPSModule::OnCmdFrontStereoFilter(char* encoding, char* value, Payload& payload) {
-    return OnStereoFilter({__FUNCTION__, &tagAudioData::FrontFilter, "pps_decoder_status() failed.\n",
-                           "CEQControlPPSModule, Unknown frontFilterState:%s\n",
-                           "Unknown subwooferPhase from CEQData:%d\n"},
-                          encoding, value, payload);
+    return OnStereoFilter(
+        {__FUNCTION__, &tagAudioData::FrontFilter, "pps_decoder_status() failed.\n", "frontFilter", ""}, encoding,
+        value, payload);
 }
 
 bool CEQControlPPSModule::OnCmdRearStereoFilter(char* encoding, char* value, Payload& payload) {
-    return OnStereoFilter({__FUNCTION__, &tagAudioData::RearFilter, " pps_decoder_status() failed.\n",
-                           "CEQControlPPSModule, Unknown rearFilterState:%s\n",
-                           "CEQControlPPSModule, Unknown subwooferPhase from CEQData:%d\n"},
+    return OnStereoFilter({__FUNCTION__, &tagAudioData::RearFilter, " pps_decoder_status() failed.\n", "rearFilter",
+                           "CEQControlPPSModule, "},
                           encoding, value, payload);
 }

@@ -51,6 +51,14 @@ CEQControlPPSModule::CEQControlPPSModule(TLG::ZOCAR::IPPSOnChange* callback)
     m_sources.Init();
 }
 
+std::vector<const char*> CEQControlPPSModule::CommandNames() {
+    std::vector<const char*> names;
+    for (const Command& command : kCommands) {
+        names.push_back(command.name);
+    }
+    return names;
+}
+
 bool CEQControlPPSModule::OnPPSCmd(pps_attrib_t* info, unsigned char& commandId, bool& keyFlag, Payload& payload) {
     if (info == nullptr || info->attr_name == nullptr) {
         LOGBASE(LOG_LEV_ERROR, __FUNCTION__,

@@ -3,11 +3,11 @@
 
 #include <sys/pps.h>
 
-#include <functional>
 #include <vector>
 
 #include "framework/PPSFileBase.h"
 #include "model/CEQData.h"
+#include "model/RecordFields.h"
 #include "model/SourcesNameIdMap.h"
 
 /// What a mute command mutes; the values are the bytes sent.
@@ -34,6 +34,9 @@ public:
     /// @param keyFlag   receives whether it is to be sent as a key command instead
     /// @return whether the payload is to be sent
     bool OnPPSCmd(pps_attrib_t* info, unsigned char& commandId, bool& keyFlag, Payload& payload);
+
+    /// The attributes that are commands, in the order in which they are compared.
+    static std::vector<const char*> CommandNames();
 
     // The handlers, by the file they are in. docs/commands.md has their values and ranges.
 
@@ -78,15 +81,14 @@ private:
     bool SourceVolPacket(int index, int level, Payload& payload);
     bool ExtendedVolPacket(int index, int level, Payload& payload);
 
-    struct GainRule;
-    bool OnGain(const GainRule& rule, char* value, Payload& payload);
-    bool ByteOf(const char* handler, const char* value, const char* rangeMessage, unsigned char& byte) const;
+    bool CanStore(const char* function, const char* value) const;
+    bool GainRecord(const char* function, const char* value, const char* messageStart, RecordValues& record) const;
 
     struct FilterRule;
     bool OnStereoFilter(const FilterRule& rule, char* encoding, char* value, Payload& payload);
-    bool CanDecode(const char* handler, const char* encoding, const char* value) const;
-    bool AudioSettingPacket(const char* handler, const char* phaseMessage,
-                            const std::function<void(tagAudioData&)>& change, Payload& payload);
+    bool CanDecode(const char* function, const char* encoding, const char* value) const;
+    static bool AudioSettingPacket(const char* function, const char* messageStart, const tagAudioData& audio,
+                                   Payload& payload);
 
     CEQData* m_pEQData = nullptr;
     TLG::ZOCAR::SourcesNameIdMap m_sources; // read-only after construction

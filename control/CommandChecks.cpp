@@ -6,15 +6,16 @@
 
 #include "control/ControlKeys.h"
 #include "framework/LogBase.h"
+#include "model/RecordTypes.h"
 
-bool Check(const char* handler, std::initializer_list<Precondition> conditions) {
+bool Check(const char* function, std::initializer_list<Precondition> conditions) {
     const auto* failed =
         std::find_if(conditions.begin(), conditions.end(), [](const Precondition& each) { return !each.holds; });
     if (failed == conditions.end()) {
         return true;
     }
     if (failed->message != nullptr) {
-        LOGBASE(LOG_LEV_ERROR, handler, "%s", failed->message);
+        LOGBASE(LOG_LEV_ERROR, function, "%s", failed->message);
     }
     return false;
 }
@@ -29,16 +30,8 @@ bool SwitchOf(const char* text, unsigned char& state) {
     return state == 1 || text == SWITCH_OFF;
 }
 
-bool MutesAreKnown(const char* handler, const T_SRC_VOL& volume, const MuteMessages& messages) {
-    if (volume.SysMute > 1) {
-        LOGBASE(LOG_LEV_ERROR, handler, messages.system, volume.SysMute);
-        return false;
-    }
-    if (volume.SrcMute > 1) {
-        LOGBASE(LOG_LEV_ERROR, handler, messages.source, volume.SrcMute);
-        return false;
-    }
-    return true;
+bool IsPhaseKnown(int phase) {
+    return phase == 0 || phase == kReversedPhase;
 }
 
 int Limited(int value, int max) {

@@ -2,16 +2,16 @@
 #ifndef TLG_CONTROL_COMMANDCHECKS_H
 #define TLG_CONTROL_COMMANDCHECKS_H
 
-#include "model/CEQData.h"
+#include <initializer_list>
 
-/// One condition of a handler and what to log, in the handler's name, where it does not hold.
+/// One condition of a handler and what to log, in the handler's name, when it does not hold.
 struct Precondition {
     bool holds;
     const char* message; ///< null: nothing is logged
 };
 
 /// True when all conditions hold; logs the message of the first that does not.
-bool Check(const char* handler, std::initializer_list<Precondition> conditions);
+bool Check(const char* function, std::initializer_list<Precondition> conditions);
 
 /// The decimal number at the start of @p text, with leading blanks and sign; 0 where there is none.
 /// Numbers beyond an int saturate.
@@ -20,14 +20,8 @@ int NumberOf(const char* text);
 /// True, with the switch (0 or 1) in @p state, for exactly "on" and "off".
 bool SwitchOf(const char* text, unsigned char& state);
 
-/// The messages of a handler for mute states that can't be encoded; each takes the state.
-struct MuteMessages {
-    const char* system;
-    const char* source;
-};
-
-/// True when both stored mute states are 0 or 1; logs the message of the first that is not.
-bool MutesAreKnown(const char* handler, const T_SRC_VOL& volume, const MuteMessages& messages);
+/// Whether the audio setting record can carry this subwoofer phase: 0 or 180 degrees.
+bool IsPhaseKnown(int phase);
 
 /// @p value limited to 0 to @p max.
 int Limited(int value, int max);

@@ -1,9 +1,4 @@
-// The EQ type command. Its payload is the EQ record, which always carries every stored type:
-//
-//   byte 0          1, the record type
-//   byte 1          0, reserved
-//   byte 2          index of the selected EQ type
-//   byte 3 + 15t    EQ type t: gain, frequency index and Q index of each of the five bands
+// The EQ type command. It sends the EQ record with every stored type, one of them replaced.
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -13,13 +8,12 @@
 #include "control/ControlKeys.h"
 #include "control/JsonValue.h"
 #include "framework/LogBase.h"
-#include "model/EqTables.h"
-#include "model/RecordTypes.h"
+#include "model/RecordPayload.h"
 
 namespace {
 
-constexpr const char* kHandler = "OnCmdEqtype";
-constexpr std::size_t kBandsOffset = 3;
+constexpr const char* kFunction = "OnCmdEqtype";
+constexpr const RecordLayout& kRecord = Layout<EQ>();
 
 /// The curve that a command asks for; the values as they stand in its JSON.
 struct Curve {
@@ -31,18 +25,22 @@ struct Curve {
 };
 
 void AppendBand(std::vector<unsigned char>& payload, int gain, int freq, int qIndex) {
-    payload.push_back(static_cast<unsigned char>(gain));
-    payload.push_back(static_cast<unsigned char>(freq));
-    payload.push_back(static_cast<unsigned char>(qIndex));
+    constexpr FieldList kBand = kRecord.entries.fields;
+    std::array<unsigned char, kBand.EndByte()> bytes{};
+    bytes[kBand["gain"].byte] = static_cast<unsigned char>(gain);
+    bytes[kBand["freq"].byte] = static_cast<unsigned char>(freq);
+    bytes[kBand["q"].byte] = static_cast<unsigned char>(qIndex);
+    payload.insert(payload.end(), bytes.begin(), bytes.end());
 }
 
-/// Reads an array of exactly one value a band; @p lengthMessage takes the length found and the one needed.
+/// Reads an array of exactly one value for each band; @p name is the array's in the message.
 template <typename T>
-bool ReadBands(JsonValue& json, const std::string& key, std::array<T, kEqBandCount>& values,
-               const char* lengthMessage) {
+bool ReadBands(JsonValue& json, const std::string& key, std::array<T, kEqBandCount>& values, const char* name) {
     const int length = json.EnterArray(key);
     if (length != kEqBandCount) {
-        LOGBASE(LOG_LEV_ERROR, kHandler, lengthMessage, length, kEqBandCount);
+        LOGBASE(LOG_LEV_ERROR, kFunction,
+                "CEQControlPPSModule, %s array's length in pps is wrong, pps length = %d, neend %d\n", name, length,
+                kEqBandCount);
         return false;
     }
     for (T& value : values) {
@@ -53,18 +51,13 @@ bool ReadBands(JsonValue& json, const std::string& key, std::array<T, kEqBandCou
 }
 
 bool Read(char* text, Curve& curve) {
-    JsonValue json(kHandler);
+    JsonValue json(kFunction);
     if (!json.Enter(text)) {
         return false;
     }
     json.Get(EQTYPE_TYPE, curve.type);
-    return ReadBands(json, EQTYPE_FREQS, curve.freqs,
-                     "CEQControlPPSModule, freq array's length in pps is wrong, pps length = %d, neend %d\n") &&
-           ReadBands(json, EQTYPE_GAIN, curve.gains,
-                     "CEQControlPPSModule, gain array's length in pps is wrong, pps length = %d, neend %d\n") &&
-           ReadBands(json, EQTYPE_Q, curve.qs,
-                     "CEQControlPPSModule, q array's length in pps is wrong, pps length = %d, neend %d\n") &&
-           json.Check(" pps_decoder_status() failed.\n");
+    return ReadBands(json, EQTYPE_FREQS, curve.freqs, "freq") && ReadBands(json, EQTYPE_GAIN, curve.gains, "gain") &&
+           ReadBands(json, EQTYPE_Q, curve.qs, "q") && json.Check(" pps_decoder_status() failed.\n");
 }
 
 /// Checks each band's frequency and Q, and finds the Q indexes.
@@ -72,42 +65,41 @@ bool CheckBands(Curve& curve) {
     for (int band = 0; band < kEqBandCount; ++band) {
         const auto at = static_cast<std::size_t>(band);
         if (!IsFreqAllowed(band, curve.freqs[at])) {
-            LOGBASE(LOG_LEV_ERROR, kHandler, "eqtype:%s, band %d unkown freq(%d~%d):%d\n", curve.type, band + 1,
+            LOGBASE(LOG_LEV_ERROR, kFunction, "eqtype:%s, band %d unkown freq(%d~%d):%d\n", curve.type, band + 1,
                     EQ_BAND_FC_MIN[band], EQ_BAND_FC_MAX[band], curve.freqs[at]);
             return false;
         }
         curve.qIndexes[at] = AllowedQIndexOf(band, curve.qs[at]);
         if (curve.qIndexes[at] < 0) {
-            LOGBASE(LOG_LEV_ERROR, kHandler, "Unknown q from pps, band:%d, q:%f\n", band + 1, curve.qs[at]);
+            LOGBASE(LOG_LEV_ERROR, kFunction, "Unknown q from pps, band:%d, q:%f\n", band + 1, curve.qs[at]);
             return false;
         }
     }
     return true;
 }
 
-/// The index of the type of that name, logged where there is none or the stored types don't reach it.
+/// The index of the type of that name, logged where there is none or the store has fewer types.
 bool FindType(const char* name, int typeCount, int& index) {
     static const std::string* const kTypes[kEqTypeCount] = {
         &EQTYPE_TYPE_0, &EQTYPE_TYPE_1, &EQTYPE_TYPE_2, &EQTYPE_TYPE_3, &EQTYPE_TYPE_4, &EQTYPE_TYPE_5, &EQTYPE_TYPE_6};
     const auto* found =
         std::find_if(std::begin(kTypes), std::end(kTypes), [name](const std::string* type) { return *type == name; });
     if (found == std::end(kTypes)) {
-        LOGBASE(LOG_LEV_ERROR, kHandler, "Unkown eq type:%s\n", name);
+        LOGBASE(LOG_LEV_ERROR, kFunction, "Unkown eq type:%s\n", name);
         return false;
     }
     index = static_cast<int>(found - kTypes);
     if (index >= typeCount) {
-        LOGBASE(LOG_LEV_ERROR, kHandler, "CEQControlPPSModule, the MCU has no eq type:%s, number of types:%d\n", name,
+        LOGBASE(LOG_LEV_ERROR, kFunction, "CEQControlPPSModule, the MCU has no eq type:%s, number of types:%d\n", name,
                 typeCount);
         return false;
     }
     return true;
 }
 
-/// The record of all stored types, with a place for the selected one.
+/// The record of all stored types; type 0 stands as the selected one.
 void WriteStoredTypes(const tagEQType& stored, std::vector<unsigned char>& payload) {
-    constexpr unsigned char kNotSelectedYet = 255;
-    payload = {EQ, 0, kNotSelectedYet};
+    WriteRecord(EQ, {}, payload);
     for (int type = 0; type < stored.TypeNum; ++type) {
         for (const tagEQBand& band : stored.Band[type]) {
             AppendBand(payload, band.Gain, band.Freq, QIndexOf(band.Q));
@@ -118,9 +110,9 @@ void WriteStoredTypes(const tagEQType& stored, std::vector<unsigned char>& paylo
 } // namespace
 
 bool CEQControlPPSModule::OnCmdEqtype(char* encoding, char* value, Payload& payload) {
-    if (!Check(kHandler, {{value != nullptr, "CEQControlPPSModule, szValue is NULL.\n"},
-                          {m_pEQData != nullptr, "Param error! m_pEQData is NULL.\n"},
-                          {EncodingIsJson(encoding), "EncodingIsJson isn't json.\n"}})) {
+    if (!Check(kFunction, {{value != nullptr, "CEQControlPPSModule, szValue is NULL.\n"},
+                           {m_pEQData != nullptr, "Param error! m_pEQData is NULL.\n"},
+                           {EncodingIsJson(encoding), "EncodingIsJson isn't json.\n"}})) {
         return false;
     }
     Curve curve;
@@ -129,7 +121,7 @@ bool CEQControlPPSModule::OnCmdEqtype(char* encoding, char* value, Payload& payl
     }
     const tagEQType stored = m_pEQData->GetEqTypeDate();
     if (static_cast<unsigned>(stored.TypeNum) > kEqTypeCount) {
-        LOGBASE(LOG_LEV_ERROR, kHandler, "CEQControlPPSModule, wrong type num(0 ~ %d): %d\n", kEqTypeCount,
+        LOGBASE(LOG_LEV_ERROR, kFunction, "CEQControlPPSModule, wrong type num(0 ~ %d): %d\n", kEqTypeCount,
                 stored.TypeNum);
         return false;
     }
@@ -138,11 +130,13 @@ bool CEQControlPPSModule::OnCmdEqtype(char* encoding, char* value, Payload& payl
     if (!FindType(curve.type, stored.TypeNum, selected)) {
         return false;
     }
-    payload[2] = static_cast<unsigned char>(selected);
+    constexpr std::size_t kSelectedType = PayloadIndex(kRecord.fields["type"]);
+    payload[kSelectedType] = static_cast<unsigned char>(selected);
     Payload bands;
     for (std::size_t band = 0; band < kEqBandCount; ++band) {
         AppendBand(bands, curve.gains[band], curve.freqs[band], curve.qIndexes[band]);
     }
-    std::copy(bands.begin(), bands.end(), payload.begin() + kBandsOffset + selected * kBytesPerEqType);
+    std::copy(bands.begin(), bands.end(),
+              payload.begin() + kRecord.FixedSize() - kRecordTypeByte + selected * kRecord.entries.GroupSize());
     return true;
 }

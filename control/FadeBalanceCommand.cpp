@@ -4,8 +4,8 @@
 #include "control/ControlKeys.h"
 #include "control/JsonValue.h"
 #include "framework/LogBase.h"
-#include "model/RecordTypes.h"
-#include "model/VolumeAndFadePayload.h"
+#include "model/RecordPayload.h"
+#include "model/StoredMutes.h"
 
 bool CEQControlPPSModule::OnCmdFadeBalance(char* encoding, char* value, Payload& payload) {
     if (!Check(__FUNCTION__, {{value != nullptr, "CEQControlPPSModule, szValue is NULL.\n"},
@@ -13,9 +13,8 @@ bool CEQControlPPSModule::OnCmdFadeBalance(char* encoding, char* value, Payload&
                               {EncodingIsJson(encoding), "EncodingIsJson isn't json\n"}})) {
         return false;
     }
-    VolumeAndFadePayload record(*m_pEQData);
-    if (!MutesAreKnown(__FUNCTION__, record.speaker.tSrcVol,
-                       {"Function return, systemMute:%d\n", "Function return, sourceMute:%d\n"})) {
+    RecordValues record = VolumeAndFadeValues(*m_pEQData);
+    if (!AreMutesKnown(__FUNCTION__, record.speaker.tSrcVol, {"Function return, ", "Function return, "})) {
         return false;
     }
     int ff = -1;
@@ -41,6 +40,6 @@ bool CEQControlPPSModule::OnCmdFadeBalance(char* encoding, char* value, Payload&
     }
     record.fade = {static_cast<std::uint8_t>(ff), static_cast<std::uint8_t>(fr), static_cast<std::uint8_t>(bl),
                    static_cast<std::uint8_t>(br)};
-    record.WriteTo(payload);
+    WriteRecord(VOLUME_AND_FADE_BALANCE, record, payload);
     return true;
 }

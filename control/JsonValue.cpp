@@ -5,12 +5,12 @@
 bool JsonValue::Enter(char* text) {
     const int parsed = pps_decoder_parse_json_str(&m_decoder, text);
     if (parsed != PPS_DECODER_OK) {
-        LOGBASE(LOG_LEV_ERROR, m_handler, "CEQControlPPSModule, pps_decoder_parse_json_str return %d\n", parsed);
+        LOGBASE(LOG_LEV_ERROR, m_function, "CEQControlPPSModule, pps_decoder_parse_json_str return %d\n", parsed);
         return false;
     }
     const int entered = pps_decoder_push(&m_decoder, nullptr);
     if (entered != PPS_DECODER_OK) {
-        LOGBASE(LOG_LEV_ERROR, m_handler, "CEQControlPPSModule, pps_decoder_push return %d\n", entered);
+        LOGBASE(LOG_LEV_ERROR, m_function, "CEQControlPPSModule, pps_decoder_push return %d\n", entered);
         return false;
     }
     return true;
@@ -39,6 +39,6 @@ bool JsonValue::Check(const char* message) {
     if (!hasFailed && !m_missesArray) {
         return true;
     }
-    LOGBASE(LOG_LEV_ERROR, m_handler, "%s", message);
+    LOGBASE(LOG_LEV_ERROR, m_function, "%s", message);
     return false;
 }

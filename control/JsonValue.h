@@ -10,8 +10,8 @@
 /// text and outlive the decoder.
 class JsonValue {
 public:
-    /// @param handler name of the handler in whose name failures are logged
-    explicit JsonValue(const char* handler) : m_handler(handler) { pps_decoder_initialize(&m_decoder, nullptr); }
+    /// @param function name of the handler in whose name failures are logged
+    explicit JsonValue(const char* function) : m_function(function) { pps_decoder_initialize(&m_decoder, nullptr); }
     ~JsonValue() { pps_decoder_cleanup(&m_decoder); }
     JsonValue(const JsonValue&) = delete;
     JsonValue& operator=(const JsonValue&) = delete;
@@ -35,7 +35,7 @@ public:
     bool Check(const char* message);
 
 private:
-    const char* m_handler;
+    const char* m_function;
     pps_decoder_t m_decoder{};
     bool m_isInArray = false;
     bool m_missesArray = false; // what should have been an array was none

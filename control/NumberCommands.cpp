@@ -2,94 +2,108 @@
 #include "control/CEQControlPPSModule.h"
 #include "control/CommandChecks.h"
 #include "framework/LogBase.h"
-#include "model/RecordTypes.h"
-#include "model/VolumeAndFadePayload.h"
+#include "model/RecordPayload.h"
+#include "model/StoredMutes.h"
 
-/// A plain number that replaces one gain of the volume and fade payload.
-struct CEQControlPPSModule::GainRule {
-    const char* handler;
-    int max;
-    std::uint8_t tagSpeaker::*gain;
-    const char* rangeMessage; ///< takes 0, the maximum and the value
-    MuteMessages mutes;
-};
+namespace {
 
-bool CEQControlPPSModule::OnGain(const GainRule& rule, char* value, Payload& payload) {
-    if (!Check(rule.handler, {{value != nullptr, "CEQControlPPSModule, szValue is NULL.\n"},
-                              {m_pEQData != nullptr, "Param error! m_pEQData is NULL.\n"}})) {
+bool IsByte(int number) {
+    return number >= 0 && number <= 255;
+}
+
+} // namespace
+
+/// What the five handlers check first.
+bool CEQControlPPSModule::CanStore(const char* function, const char* value) const {
+    return Check(function, {{value != nullptr, "CEQControlPPSModule, szValue is NULL.\n"},
+                            {m_pEQData != nullptr, "Param error! m_pEQData is NULL.\n"}});
+}
+
+/// The stored values of the record that carries the gains; refused where its mute states can't be sent.
+bool CEQControlPPSModule::GainRecord(const char* function, const char* value, const char* messageStart,
+                                     RecordValues& record) const {
+    if (!CanStore(function, value)) {
         return false;
     }
-    VolumeAndFadePayload record(*m_pEQData);
-    if (!MutesAreKnown(rule.handler, record.speaker.tSrcVol, rule.mutes)) {
-        return false;
-    }
-    const int gain = NumberOf(value);
-    if (gain < 0 || gain > rule.max) {
-        LOGBASE(LOG_LEV_ERROR, rule.handler, rule.rangeMessage, 0, rule.max, gain);
-        return false;
-    }
-    record.speaker.*rule.gain = static_cast<std::uint8_t>(gain);
-    record.WriteTo(payload);
-    return true;
+    record = VolumeAndFadeValues(*m_pEQData);
+    return AreMutesKnown(function, record.speaker.tSrcVol, {messageStart, messageStart});
 }
 
 bool CEQControlPPSModule::OnCmdCenterGain(char* value, Payload& payload) {
-    return OnGain({__FUNCTION__,
-                   kMaxCenterGain,
-                   &tagSpeaker::CenterGain,
-                   "Param error,function return.center gain's value is wrong(%d~%d-%d)\n",
-                   {"Param error,function return, systemMute:%d\n", "Param error,function return, sourceMute:%d\n"}},
-                  value, payload);
+    RecordValues record;
+    if (!GainRecord(__FUNCTION__, value, "Param error,function return, ", record)) {
+        return false;
+    }
+    const int gain = NumberOf(value);
+    if (gain < 0 || gain > kMaxCenterGain) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "Param error,function return.center gain's value is wrong(%d~%d-%d)\n", 0,
+                kMaxCenterGain, gain);
+        return false;
+    }
+    record.speaker.CenterGain = static_cast<std::uint8_t>(gain);
+    WriteRecord(VOLUME_AND_FADE_BALANCE, record, payload);
+    return true;
 }
 
 bool CEQControlPPSModule::OnCmdSubWGain(char* value, Payload& payload) {
-    return OnGain({__FUNCTION__,
-                   255,
-                   &tagSpeaker::SubWGain,
-                   "Param error,function return, sub woofer gain's value is wrong(%d~%d):%d\n",
-                   {"Param error,function return. systemMute:%d\n", "Param error,function return. sourceMute:%d\n"}},
-                  value, payload);
-}
-
-/// Reads a plain number for one byte. @p rangeMessage takes a value that does not fit.
-bool CEQControlPPSModule::ByteOf(const char* handler, const char* value, const char* rangeMessage,
-                                 unsigned char& byte) const {
-    if (!Check(handler, {{value != nullptr, "CEQControlPPSModule, szValue is NULL.\n"},
-                         {m_pEQData != nullptr, "Param error! m_pEQData is NULL.\n"}})) {
+    RecordValues record;
+    if (!GainRecord(__FUNCTION__, value, "Param error,function return. ", record)) {
         return false;
     }
-    const int number = NumberOf(value);
-    if (number < 0 || number > 255) {
-        LOGBASE(LOG_LEV_ERROR, handler, rangeMessage, number);
+    const int gain = NumberOf(value);
+    if (!IsByte(gain)) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
+                "Param error,function return, sub woofer gain's value is wrong(%d~%d):%d\n", 0, 255, gain);
         return false;
     }
-    byte = static_cast<unsigned char>(number);
+    record.speaker.SubWGain = static_cast<std::uint8_t>(gain);
+    WriteRecord(VOLUME_AND_FADE_BALANCE, record, payload);
     return true;
 }
 
 bool CEQControlPPSModule::OnCmdListenPos(char* value, Payload& payload) {
-    unsigned char position = 0;
-    if (!ByteOf(__FUNCTION__, value, "Unknown listening position:%d\n", position)) {
+    if (!CanStore(__FUNCTION__, value)) {
         return false;
     }
-    payload = {LISTEN_POS, position, m_pEQData->GetVolumeData().SRS};
+    const int position = NumberOf(value);
+    if (!IsByte(position)) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "Unknown listening position:%d\n", position);
+        return false;
+    }
+    RecordValues record;
+    record.speaker = m_pEQData->GetVolumeData();
+    record.speaker.ListenPos = static_cast<std::uint8_t>(position);
+    WriteRecord(LISTEN_POS, record, payload);
     return true;
 }
 
 bool CEQControlPPSModule::OnCmdSRS(char* value, Payload& payload) {
-    unsigned char srs = 0;
-    if (!ByteOf(__FUNCTION__, value, "Unknown SRS:%d\n", srs)) {
+    if (!CanStore(__FUNCTION__, value)) {
         return false;
     }
-    payload = {LISTEN_POS, m_pEQData->GetVolumeData().ListenPos, srs};
+    const int srs = NumberOf(value);
+    if (!IsByte(srs)) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "Unknown SRS:%d\n", srs);
+        return false;
+    }
+    RecordValues record;
+    record.speaker = m_pEQData->GetVolumeData();
+    record.speaker.SRS = static_cast<std::uint8_t>(srs);
+    WriteRecord(LISTEN_POS, record, payload);
     return true;
 }
 
 bool CEQControlPPSModule::OnCmdALC(char* value, Payload& payload) {
-    unsigned char alc = 0;
-    if (!ByteOf(__FUNCTION__, value, "CEQControlPPSModule, Unknown ACL:%d\n", alc)) {
+    if (!CanStore(__FUNCTION__, value)) {
         return false;
     }
-    payload = {ALC, alc};
+    const int alc = NumberOf(value);
+    if (!IsByte(alc)) {
+        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "CEQControlPPSModule, Unknown ACL:%d\n", alc);
+        return false;
+    }
+    RecordValues record;
+    record.alc = static_cast<std::uint8_t>(alc);
+    WriteRecord(ALC, record, payload);
     return true;
 }

@@ -7,8 +7,8 @@
 #include "control/ControlKeys.h"
 #include "control/JsonValue.h"
 #include "framework/LogBase.h"
-#include "model/RecordTypes.h"
-#include "model/VolumeAndFadePayload.h"
+#include "model/RecordPayload.h"
+#include "model/StoredMutes.h"
 
 bool CEQControlPPSModule::OnCmdMasterVolume(char* value, Payload& payload) {
     if (!Check(__FUNCTION__, {{value != nullptr, "CEQControlPPSModule, szValue is NULL.\n"},
@@ -25,13 +25,14 @@ bool CEQControlPPSModule::MasterVolPacket(int volume, Payload& payload) {
     if (!Check(__FUNCTION__, {{m_pEQData != nullptr, "CEQControlPPSModule, m_pEQData is NULL.\n"}})) {
         return false;
     }
-    VolumeAndFadePayload record(*m_pEQData);
+    constexpr RecordField kMain = Layout<VOLUME_AND_FADE_BALANCE>().fields["main"];
+    RecordValues record = VolumeAndFadeValues(*m_pEQData);
     T_SRC_VOL& volumes = record.speaker.tSrcVol;
     volumes.SrcVol[0] = static_cast<std::uint8_t>(Limited(volume, volumes.Max));
-    record.mainChangeMark = kChangeMark;
     // A volume step ends a system mute.
     volumes.SysMute = 0;
-    record.WriteTo(payload);
+    WriteRecord(VOLUME_AND_FADE_BALANCE, record, payload);
+    payload[PayloadIndex(kMain)] |= kChangeMark;
     return true;
 }
 
@@ -40,11 +41,11 @@ bool CEQControlPPSModule::OnCmdMaxPowerVol(char* value, Payload& payload) {
                {{m_pEQData != nullptr, "CEQControlPPSModule, m_pEQData is NULL.\n"}, {value != nullptr, nullptr}})) {
         return false;
     }
-    VolumeAndFadePayload record(*m_pEQData);
+    RecordValues record = VolumeAndFadeValues(*m_pEQData);
     T_SRC_VOL& volumes = record.speaker.tSrcVol;
     volumes.MaxPowerVol = static_cast<std::uint8_t>(Limited(NumberOf(value), volumes.Max));
     volumes.SysMute = 0;
-    record.WriteTo(payload);
+    WriteRecord(VOLUME_AND_FADE_BALANCE, record, payload);
     return true;
 }
 
@@ -112,25 +113,21 @@ bool CEQControlPPSModule::OnCmdSrcVol(char* encoding, char* value, Payload& payl
 
 /// The volume and fade payload with one of the four source volumes replaced, limited to 0 to Max.
 bool CEQControlPPSModule::SourceVolPacket(int index, int level, Payload& payload) {
-    VolumeAndFadePayload record(*m_pEQData);
+    RecordValues record = VolumeAndFadeValues(*m_pEQData);
     T_SRC_VOL& volumes = record.speaker.tSrcVol;
-    if (!MutesAreKnown(
-            "OnCmdSrcVol", volumes,
-            {"Param error,function return, systemMute:%d\n", "Param error,function return, sourceMute:%d\n"})) {
+    if (!AreMutesKnown("OnCmdSrcVol", volumes, {"Param error,function return, ", "Param error,function return, "})) {
         return false;
     }
     volumes.SrcVol[index] = static_cast<std::uint8_t>(Limited(level, volumes.Max));
-    record.WriteTo(payload);
+    WriteRecord(VOLUME_AND_FADE_BALANCE, record, payload);
     return true;
 }
 
 /// The extended volume payload, its type and the four levels, with one replaced and cut to seven bits.
 bool CEQControlPPSModule::ExtendedVolPacket(int index, int level, Payload& payload) {
-    T_CARPLAY_VOLUME volumes = m_pEQData->GetCarPlayVolumeData().tCarPlayVol;
-    volumes.SrcVol[index] = static_cast<std::uint8_t>(level);
-    payload = {EQ_EXPEND};
-    for (const std::uint8_t volume : volumes.SrcVol) {
-        payload.push_back(volume & kLevelMask);
-    }
+    RecordValues record;
+    record.speaker = m_pEQData->GetCarPlayVolumeData();
+    record.speaker.tCarPlayVol.SrcVol[index] = static_cast<std::uint8_t>(level);
+    WriteRecord(EQ_EXPEND, record, payload);
     return true;
 }

@@ -9,7 +9,7 @@
 #include "fuzz/FilledStore.h"
 #include "fuzz/QuietLog.h"
 #include "fuzz/Require.h"
-#include "model/VolumeAndFadePayload.h"
+#include "model/RecordPayload.h"
 #include "status/GpsStatusPPSModule.h"
 #include "status/PowerOnStatusPPSModule.h"
 
@@ -26,7 +26,7 @@ pps_attrib_t Attribute(std::string& name, std::string& value) {
 
 void CheckRecord(std::vector<unsigned char> payload, const CEQData& store) {
     std::vector<unsigned char> stored;
-    VolumeAndFadePayload(store).WriteTo(stored);
+    WriteRecord(VOLUME_AND_FADE_BALANCE, VolumeAndFadeValues(store), stored);
     Require(payload.size() == 16 && stored.size() == 16);
     Require(payload[kNavigationVolume] <= store.GetVolumeData().tSrcVol.Max);
     Require(payload[kNavigationVolume] != stored[kNavigationVolume]);

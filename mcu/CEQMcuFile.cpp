@@ -10,7 +10,6 @@
 #include "mcu/CEQMcuFile.h"
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstring>
 #include <limits>
 
@@ -44,7 +43,7 @@ private:
 
 CEQMcuFile::CEQMcuFile(TLG::ZOCAR::IMcuRecvData* receiver) : McuFileBase(TLG::ZOCAR::g_eqMCU, receiver) {}
 
-/// Whether the data fits a payload behind `lead` bytes.
+/// Whether the data fits a payload after `lead` bytes.
 bool CEQMcuFile::FitsFrame(const std::vector<unsigned char>& data, std::size_t lead) {
     if (data.size() + lead <= kMcuPayloadSize) {
         return true;
@@ -166,7 +165,7 @@ bool CEQMcuFile::ProcessDataPacket(unsigned char* data, int size) {
         if (!ParseRecDataPacket(payload, header.PacketSize)) {
             return false;
         }
-        m_pEQData->SetUpdateFlagsByType(payload[2]);
+        m_pEQData->SetUpdateFlagsByType(payload[kRecordTypeByte]);
         return true;
     case kReport:
         return ParseRecDataPacket(payload, header.PacketSize);
@@ -179,61 +178,52 @@ bool CEQMcuFile::ProcessDataPacket(unsigned char* data, int size) {
 }
 
 std::optional<int> CEQMcuFile::AnsweredGroup(const unsigned char* data, int size) {
-    constexpr int kGroupByte = 2;
     PacketHeader_s header{};
-    if (data == nullptr || size <= kMcuHeaderSize + kGroupByte) {
+    if (data == nullptr || size <= kMcuHeaderSize + kRecordTypeByte) {
         return std::nullopt;
     }
     std::memcpy(&header, data, sizeof header);
-    if (header.Cmd != kQueryAnswer || header.PacketSize <= kGroupByte || header.PacketSize > size - kMcuHeaderSize) {
+    if (header.Cmd != kQueryAnswer || header.PacketSize <= kRecordTypeByte ||
+        header.PacketSize > size - kMcuHeaderSize) {
         return std::nullopt;
     }
-    return data[kMcuHeaderSize + kGroupByte];
+    return data[kMcuHeaderSize + kRecordTypeByte];
 }
 
 /// Decodes the remembered record of an accepted command into the store.
 bool CEQMcuFile::ProcessAcknowledgement(const PacketHeader_s& header, const unsigned char* payload, int size) {
-    constexpr const char* kFunc = "ProcessDataPacket";
+    constexpr const char* kFunction = "ProcessDataPacket";
     // A payload without a status byte accepts nothing.
     if (header.PacketSize < 2 || payload[1] != 0) {
-        LOGBASE(LOG_LEV_ERROR, kFunc, "Function return error. nCmd[%d], nPacketSize[%d], nHeaderSize[%d], nSize[%d].\n",
-                header.Cmd, header.PacketSize, kMcuHeaderSize, size);
+        LOGBASE(LOG_LEV_ERROR, kFunction,
+                "Function return error. nCmd[%d], nPacketSize[%d], nHeaderSize[%d], nSize[%d].\n", header.Cmd,
+                header.PacketSize, kMcuHeaderSize, size);
         return false;
     }
     const Guard guard(*this);
     const auto found = m_pending.find(header.PacketNo);
     if (found == m_pending.end()) {
-        LOGBASE(LOG_LEV_ERROR, kFunc, "Can't find the packet no:%d\n", header.PacketNo);
+        LOGBASE(LOG_LEV_ERROR, kFunction, "Can't find the packet no:%d\n", header.PacketNo);
         return false;
     }
     const SendPacket_s& packet = found->second;
-    const bool accepted = ParseRecDataPacket(packet.Payload, packet.Header.PacketSize);
+    const bool isAccepted = ParseRecDataPacket(packet.Payload, packet.Header.PacketSize);
     m_pending.erase(found);
-    return accepted;
+    return isAccepted;
 }
 
 bool CEQMcuFile::ProcessAudioMixReport(const PacketHeader_s& header, const unsigned char* payload) {
-    constexpr const char* kFunc = "ProcessDataPacket";
+    constexpr const char* kFunction = "ProcessDataPacket";
     if (header.PacketSize != 2) {
-        LOGBASE(LOG_LEV_ERROR, kFunc, "Wrong packet size! function return. nCmd[%d], nPacketSize[%d].\n", header.Cmd,
-                header.PacketSize);
+        LOGBASE(LOG_LEV_ERROR, kFunction, "Wrong packet size! function return. nCmd[%d], nPacketSize[%d].\n",
+                header.Cmd, header.PacketSize);
         return false;
     }
     const unsigned char state = payload[1];
     if (state > 1) {
-        LOGBASE(LOG_LEV_ERROR, kFunc, "Param error! function return. audioMixStatus[%d].\n", state);
+        LOGBASE(LOG_LEV_ERROR, kFunction, "Param error! function return. audioMixStatus[%d].\n", state);
     } else {
         m_pEQData->SetAudioMixData(state);
     }
     return true;
-}
-
-/// Whether there is a store to decode into and data to decode; logs in the caller's name where not.
-bool CEQMcuFile::HasStoreAndData(const char* func, const unsigned char* data) const {
-    if (m_pEQData != nullptr && data != nullptr) {
-        return true;
-    }
-    LOGBASE(LOG_LEV_ERROR, func, "Param error! function return. m_pEQData[0x%" PRIxPTR "], pBuf[0x%" PRIxPTR "].\n",
-            reinterpret_cast<std::uintptr_t>(m_pEQData), reinterpret_cast<std::uintptr_t>(data));
-    return false;
 }

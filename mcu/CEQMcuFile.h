@@ -19,7 +19,7 @@
 /// without it.
 class CEQMcuFile : public TLG::ZOCAR::McuFileBase {
 public:
-    /// No more unacknowledged packets than this are kept; then the oldest is dropped.
+    /// At most this number of unacknowledged packets is kept; then the oldest is dropped.
     static constexpr std::size_t kMaxPending = 16384;
 
     explicit CEQMcuFile(TLG::ZOCAR::IMcuRecvData* receiver);
@@ -77,6 +77,7 @@ public:
     bool DealSubWGainData(const unsigned char* data, int size, int& consumed);
     bool DealCenterGainData(const unsigned char* data, int size, int& consumed);
     bool DealLoudData(const unsigned char* data, int size);
+    bool DealLoudData(const unsigned char* data, int size, int& consumed);
     bool DealEqTypeData(const unsigned char* data, int size, int& consumed);
     bool DealListenPosData(const unsigned char* data, int size, int& consumed);
     bool DealSRSData(const unsigned char* data, int size);
@@ -104,9 +105,9 @@ private:
     bool ProcessAcknowledgement(const TLG::ZOCAR::PacketHeader_s& header, const unsigned char* payload, int size);
     bool ProcessAudioMixReport(const TLG::ZOCAR::PacketHeader_s& header, const unsigned char* payload);
 
-    bool HasStoreAndData(const char* func, const unsigned char* data) const;
-    bool FieldIsThere(const char* func, const unsigned char* data, int size, int length, int& consumed) const;
-    bool StoreByte(const char* func, const unsigned char* data, int size, int& consumed,
+    bool HasStoreAndData(const char* function, const unsigned char* data) const;
+    bool FieldIsThere(const char* function, const unsigned char* data, int size, int length, int& consumed) const;
+    bool StoreByte(const char* function, const unsigned char* data, int size, int& consumed,
                    void (CEQData::*store)(unsigned char));
     bool ParseListenPosRecord(const unsigned char* data, int size);
 

@@ -1,10 +1,16 @@
-// The EQ record from its byte 4 on: the current EQ type, then for each EQ type five bands of gain, frequency
-// index and Q index.
+// The EQ record: the current EQ type, then the five bands of each EQ type.
 #include <algorithm>
 
 #include "framework/LogBase.h"
 #include "mcu/CEQMcuFile.h"
-#include "model/EqTables.h"
+#include "model/RecordFields.h"
+
+namespace {
+
+constexpr const RepeatedEntries& kBands = Layout<EQ>().entries;
+constexpr int kBytesPerEqType = kBands.GroupSize();
+
+} // namespace
 
 bool CEQMcuFile::ParseEQDataPacket(const unsigned char* data, int size) {
     if (data == nullptr) {
@@ -12,12 +18,12 @@ bool CEQMcuFile::ParseEQDataPacket(const unsigned char* data, int size) {
         return false;
     }
     int consumed = 0;
-    bool accepted = DealEqTypeData(data, size, consumed);
+    bool isAccepted = DealEqTypeData(data, size, consumed);
     const int rest = size - 1;
     if (rest <= 1) {
         LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
                 "CEQMcuFile, after DealEqTypeData the received data size = %d, total size = %d\n", rest, size);
-        return accepted;
+        return isAccepted;
     }
     if (rest % kBytesPerEqType != 0) {
         LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
@@ -25,20 +31,27 @@ bool CEQMcuFile::ParseEQDataPacket(const unsigned char* data, int size) {
                 "the data numbers needed by one type, \t\t\t    one type need:%d, the received data length:%d, total "
                 "MCU size: %d\n",
                 kBytesPerEqType, rest, size);
-        return accepted;
+        return isAccepted;
     }
     if (m_pEQData == nullptr) {
-        return accepted;
+        return isAccepted;
     }
     const int count = std::min(rest / kBytesPerEqType, kEqTypeCount);
     m_pEQData->SetEqTypeNumData(count);
     for (int type = 0; type < count; ++type) {
-        accepted |= DealEqDataByIndex(type, data + 1 + type * kBytesPerEqType, kBytesPerEqType);
+        isAccepted |= DealEqDataByIndex(type, data + 1 + type * kBytesPerEqType, kBytesPerEqType);
     }
-    return accepted;
+    return isAccepted;
+}
+
+bool CEQMcuFile::DealEqTypeData(const unsigned char* data, int size, int& consumed) {
+    return StoreByte(__FUNCTION__, data, size, consumed, &CEQData::SetEqTypeData);
 }
 
 bool CEQMcuFile::DealEqDataByIndex(int index, const unsigned char* data, int size) {
+    constexpr RecordField kGain = kBands.fields["gain"];
+    constexpr RecordField kFreq = kBands.fields["freq"];
+    constexpr RecordField kQ = kBands.fields["q"];
     int consumed = 0;
     if (!FieldIsThere(__FUNCTION__, data, size, kBytesPerEqType, consumed)) {
         return false;
@@ -46,21 +59,21 @@ bool CEQMcuFile::DealEqDataByIndex(int index, const unsigned char* data, int siz
     std::vector<tagEQBand> bands;
     bands.reserve(kEqBandCount);
     for (int band = 0; band < kEqBandCount; ++band) {
-        const unsigned char* bytes = data + band * kBytesPerBand;
-        const int freq = bytes[1];
-        const int qIndex = bytes[2];
-        if (!IsFreqAllowed(band, freq)) {
+        const unsigned char* bytes = data + band * kBands.EntrySize();
+        const int freq = bytes[kFreq.byte];
+        const int qIndex = bytes[kQ.byte];
+        if (!kFreq.Allows(freq, band)) {
             LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "EQMcuFile, eqtype:%d, band %d unkown freq(%d~%d):%d\n", index,
                     band + 1, EQ_BAND_FC_MIN[band], EQ_BAND_FC_MAX[band], freq);
             return false;
         }
-        if (!IsQIndexAllowed(band, qIndex)) {
+        if (!kQ.Allows(qIndex, band)) {
             LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
                     "Deal EqData error! function return, eqtype[%d], band[%d], unkown q:[%d]\n", index, band + 1,
                     qIndex);
             return false;
         }
-        bands.push_back({bytes[0], freq, qIndex, EQ_Q[qIndex]});
+        bands.push_back({bytes[kGain.byte], freq, qIndex, EQ_Q[qIndex]});
     }
     m_pEQData->SetEqDataByIndex(index, bands);
     return true;

@@ -1,11 +1,10 @@
-// The two places where the MCU tells volumes. A volume byte holds the level in bits 0 to 6 and the change mark
-// in bit 7; the first marked volume of a report is the one that was changed.
+// The two records with volumes. The first volume of a report that has a change mark is the one that was changed.
 #include <algorithm>
 #include <array>
 
 #include "framework/LogBase.h"
 #include "mcu/CEQMcuFile.h"
-#include "model/RecordTypes.h"
+#include "model/RecordFields.h"
 
 namespace {
 
@@ -15,8 +14,8 @@ bool IsMarked(std::uint8_t volume) {
     return (volume & kChangeMark) != 0;
 }
 
-/// Takes the levels and what was changed from the four volume bytes.
-void TakeVolumes(const std::array<std::uint8_t, kVolumeCount>& bytes, T_SRC_VOL& volumes) {
+/// Decodes the levels and which of them was changed.
+void DecodeVolumes(const std::array<std::uint8_t, kVolumeCount>& bytes, T_SRC_VOL& volumes) {
     std::transform(bytes.begin(), bytes.end(), volumes.SrcVol,
                    [](std::uint8_t byte) { return static_cast<std::uint8_t>(byte & kLevelMask); });
     const auto* marked = std::find_if(bytes.begin(), bytes.end(), IsMarked);
@@ -27,29 +26,35 @@ void TakeVolumes(const std::array<std::uint8_t, kVolumeCount>& bytes, T_SRC_VOL&
 
 } // namespace
 
-// The volume block:
-//   byte 0       main volume
-//   byte 1       maximum volume, bit 7 ignored
-//   byte 2 to 4  navigation, call and voice volume
-//   byte 5       maximum power volume, the whole byte
-//   byte 6       bit 0 system mute, bit 1 source mute
 bool CEQMcuFile::DealVolumeData(const unsigned char* data, int size, int& consumed) {
-    constexpr int kLength = 7;
+    constexpr const FieldList& kFields = Layout<VOLUME_AND_FADE_BALANCE>().fields;
+    constexpr RecordField kLevels[kVolumeCount] = {kFields["main"], kFields["navi"], kFields["call"], kFields["voice"]};
+    constexpr int kFirstByte = kLevels[0].byte;
+    constexpr RecordField kMax = kFields["max"];
+    constexpr RecordField kMaxPower = kFields["max_power"];
+    constexpr RecordField kSystemMute = kFields["system_mute"];
+    constexpr RecordField kSourceMute = kFields["source_mute"];
+    constexpr int kLength = kFields.BytesOf("main", "source_mute");
     if (!FieldIsThere(__FUNCTION__, data, size, kLength, consumed)) {
         return false;
     }
     LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "nLength:%d", kLength);
-    std::array<std::uint8_t, kVolumeCount> bytes{data[0], data[2], data[3], data[4]};
+    const auto byteOf = [data](const RecordField& field) { return data[field.byte - kFirstByte]; };
+    std::array<std::uint8_t, kVolumeCount> bytes{};
+    std::transform(std::begin(kLevels), std::end(kLevels), bytes.begin(), byteOf);
     if (m_pEQData->GetVolumeScheme() != kFollowMcuScheme) {
         std::fill(bytes.begin() + 1, bytes.end(), std::uint8_t{0});
     }
     tagSpeaker speakerLocal;
     T_SRC_VOL& volumes = speakerLocal.tSrcVol;
-    TakeVolumes(bytes, volumes);
-    volumes.Max = data[1] & kLevelMask;
-    volumes.MaxPowerVol = data[5];
-    volumes.SysMute = data[6] & 0x01;
-    volumes.SrcMute = data[6] >> 1 & 0x01;
+    DecodeVolumes(bytes, volumes);
+    const auto value = [byteOf](const RecordField& field) {
+        return static_cast<std::uint8_t>(field.ValueIn(byteOf(field)));
+    };
+    volumes.Max = value(kMax);
+    volumes.MaxPowerVol = value(kMaxPower);
+    volumes.SysMute = value(kSystemMute);
+    volumes.SrcMute = value(kSourceMute);
     for (int i = 0; i < kVolumeCount; ++i) {
         if (volumes.SrcVol[i] > volumes.Max) {
             LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "Param error, speakerLocal.tSrcVol.SrcVol[%d]:%d, maxVoume:%d\n", i,
@@ -70,7 +75,7 @@ bool CEQMcuFile::DealVolumeData(const unsigned char* data, int size, int& consum
 
 bool CEQMcuFile::ParseEQEXtendDataPacket(const unsigned char* data, int size) {
     // The record's type and the four volumes; a shorter record is taken for nothing.
-    constexpr int kLength = 1 + kVolumeCount;
+    constexpr int kLength = Layout<EQ_EXPEND>().FixedSize() - kRecordTypeByte;
     int consumed = 0;
     if (!FieldIsThere(__FUNCTION__, data, size, kLength, consumed)) {
         return false;
@@ -80,7 +85,7 @@ bool CEQMcuFile::ParseEQEXtendDataPacket(const unsigned char* data, int size) {
         std::copy_n(data + 1, kVolumeCount, bytes.begin());
     }
     tagSpeaker speaker;
-    TakeVolumes(bytes, speaker.tCarPlayVol);
+    DecodeVolumes(bytes, speaker.tCarPlayVol);
     m_pEQData->SetCarplayVolumeData(speaker);
     return true;
 }

@@ -1,12 +1,9 @@
-// How a band of an equaliser curve travels: three bytes, gain, frequency index, Q index. Both directions
-// check and translate it with these tables.
+// What a band of an equaliser curve may be: both directions check and translate it with these tables.
 #ifndef TLG_MODEL_EQTABLES_H
 #define TLG_MODEL_EQTABLES_H
 
 #include "model/SettingRecords.h"
 
-constexpr int kBytesPerBand = 3;
-constexpr int kBytesPerEqType = kBytesPerBand * kEqBandCount;
 constexpr int kAllowedQCount = 4;
 
 /// The smallest and the largest frequency index of each band.

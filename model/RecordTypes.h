@@ -4,7 +4,7 @@
 //   byte 0      command id
 //   byte 1      2 in control commands
 //   byte 2      record type, which is also the number of the setting group
-//   byte 3 on   the record's data
+//   byte 3 on   the record's data: see RecordFields.h
 //
 // The control side builds a record from its type byte on; the MCU link puts the first two in front.
 #ifndef TLG_MODEL_RECORDTYPES_H
@@ -24,6 +24,10 @@ enum RecordType : std::uint8_t {
 
 /// Byte 1 of a record in a control command.
 constexpr std::uint8_t kControlRecordMark = 2;
+
+/// The bytes of a payload that every record has.
+constexpr int kRecordTypeByte = 2;
+constexpr int kRecordDataByte = 3;
 
 /// A volume byte: bits 0 to 6 are the level, bit 7 says that the user changed this volume.
 constexpr std::uint8_t kLevelMask = 0x7F;

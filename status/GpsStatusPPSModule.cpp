@@ -8,8 +8,8 @@
 
 #include "framework/LogBase.h"
 #include "framework/SystemFiles.h"
-#include "model/RecordTypes.h"
-#include "model/VolumeAndFadePayload.h"
+#include "model/RecordPayload.h"
+#include "model/StoredMutes.h"
 
 namespace {
 
@@ -77,14 +77,9 @@ bool GpsStatusPPSModule::SubcribeNaviVol(char* value, std::vector<unsigned char>
     if (m_lastPercentage >= 0 && percentage == static_cast<std::uint32_t>(m_lastPercentage)) {
         return false;
     }
-    VolumeAndFadePayload record(*m_pEQData);
+    RecordValues record = VolumeAndFadeValues(*m_pEQData);
     T_SRC_VOL& volumes = record.speaker.tSrcVol;
-    if (volumes.SysMute > 1) {
-        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "Param error,function return, systemMute:%d\n", volumes.SysMute);
-        return false;
-    }
-    if (volumes.SrcMute > 1) {
-        LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "Param error,function return, sourceMute:%d\n", volumes.SrcMute);
+    if (!AreMutesKnown(__FUNCTION__, volumes, {"Param error,function return, ", "Param error,function return, "})) {
         return false;
     }
     const int level = std::clamp(LevelOf(percentage), 0, int{volumes.Max});
@@ -92,6 +87,6 @@ bool GpsStatusPPSModule::SubcribeNaviVol(char* value, std::vector<unsigned char>
         return false;
     }
     volumes.SrcVol[1] = static_cast<std::uint8_t>(level);
-    record.WriteTo(payload);
+    WriteRecord(VOLUME_AND_FADE_BALANCE, record, payload);
     return true;
 }

@@ -96,11 +96,9 @@ std::map<int, Payload> RecordsOf(int settings) {
     const mcusim::Settings mcu =
         settings == kFirstSettings ? mcusim::Settings() : mcusim::Settings(static_cast<std::uint32_t>(settings));
     std::map<int, Payload> records;
-    for (int group = 0; group < mcusim::Settings::kGroupCount; ++group) {
-        const mcusim::Bytes answer = mcu.Answer(group);
-        if (!answer.empty()) {
-            records[group].assign(answer.begin(), answer.end());
-        }
+    for (const RecordLayout& layout : kRecordLayouts) {
+        const mcusim::Bytes answer = mcu.Answer(layout.type);
+        records[layout.type].assign(answer.begin(), answer.end());
     }
     return records;
 }

@@ -30,7 +30,7 @@ struct Packet {
 /// False when the block is shorter than a header.
 bool ParsePacket(std::string_view block, Packet& packet);
 
-/// One line that tells every field of a packet, and its payload in hexadecimal.
+/// One line with every field of a packet, and its payload in hexadecimal.
 std::string Describe(const Packet& packet);
 
 } // namespace mcusim

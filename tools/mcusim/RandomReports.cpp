@@ -2,77 +2,40 @@
 
 #include <cstring>
 
-#include "model/McuCommands.h"
-#include "model/RecordTypes.h"
+#include "tools/mcusim/Record.h"
 
 namespace mcusim {
 
-Bytes RandomReports::VolumeAndFade() {
-    Bytes data{Byte(2)};
-    for (int i = 0; i < 5; ++i) {
-        data.push_back(static_cast<std::uint8_t>(Below(45) | (Below(6) == 0 ? kChangeMark : 0)));
+/// Mostly a value that the field accepts; any byte of its bits now and then. Volumes are often marked.
+int RandomReports::Value(const RecordField& field, int band) {
+    if (Below(40) == 0) {
+        return Below(256);
     }
-    data.push_back(Byte(45));
-    data.push_back(Byte(4));
-    for (int i = 0; i < 4; ++i) {
-        data.push_back(Byte(kMaxFadeLevel + 1));
-    }
-    data.push_back(Byte(256));
-    data.push_back(Byte(kMaxCenterGain + 1));
-    data.push_back(Byte(2));
-    return data;
+    const int choices = (field.range.max - field.range.min) / field.bits.unit + 1;
+    int value = 0;
+    do {
+        // Levels that are often below the maximum, and often the same again.
+        value = field.range.min + Below(field.bits.isVolume ? 45 : choices) * field.bits.unit;
+    } while (!field.Allows(value, band));
+    return value;
 }
 
-Bytes RandomReports::Equaliser() {
-    static constexpr std::uint8_t kQs[2][4] = {{1, 2, 3, 4}, {0, 1, 2, 4}};
-    Bytes data{0, Byte(8)};
-    const int types = Below(9);
-    for (int i = 0; i < types * 5; ++i) {
-        const int band = i % 5;
-        data.push_back(Byte(256));
-        data.push_back(static_cast<std::uint8_t>(3 * band + Below(3)));
-        data.push_back(kQs[band < 2 ? 0 : 1][Below(4)]);
-    }
-    return data;
-}
-
-Bytes RandomReports::SourceGain() {
-    const int count = Below(35);
-    Bytes data{static_cast<std::uint8_t>(count)};
-    for (int i = 0; i < count; ++i) {
-        data.push_back(Byte(Below(10) == 0 ? 40 : 32));
-        data.push_back(Byte(kMaxSourceGain + 1));
-    }
-    return data;
-}
-
-/// A well-formed record, from its command id on.
-Bytes RandomReports::Record() {
-    const int type = Below(8);
-    Bytes payload{static_cast<std::uint8_t>(Below(4) == 0 ? kQueryAnswer : kReport), 2,
-                  static_cast<std::uint8_t>(type)};
-    Bytes data;
-    switch (type) {
-    case VOLUME_AND_FADE_BALANCE:
-        data = VolumeAndFade();
-        break;
-    case EQ:
-        data = Equaliser();
-        break;
-    case SOURCE_GAIN:
-        data = SourceGain();
-        break;
-    case AUDIO_SETTING:
-        data = {Byte(256), Byte(256), Byte(256)};
-        break;
-    default:
-        for (int i = 0; i < (type == EQ_EXPEND ? 4 : 2); ++i) {
-            data.push_back(Byte(256));
+/// A record of the layout's type with some number of entries.
+Bytes RandomReports::RecordOf(const RecordLayout& layout) {
+    Record record(layout.type);
+    const int groups = layout.entries.fields.IsEmpty() ? 0 : Below(layout.entries.maxGroups + 3);
+    for (int entry = 0; entry < groups * layout.entries.perGroup; ++entry) {
+        for (const RecordField& field : layout.entries.fields) {
+            record.Add({Value(field, entry % layout.entries.perGroup)});
         }
-        break;
     }
-    payload.insert(payload.end(), data.begin(), data.end());
-    return payload;
+    for (const RecordField& field : layout.fields) {
+        record.With(field.name, field.name == std::string_view("count") ? groups : Value(field, 0));
+        if (field.bits.isVolume && Below(6) == 0) {
+            record.Marked(field.name);
+        }
+    }
+    return record.Payload(Below(4) == 0 ? kQueryAnswer : kReport);
 }
 
 /// Changes a byte, cuts the end off or adds to it.
@@ -91,7 +54,8 @@ void RandomReports::Damage(Bytes& payload) {
 }
 
 Bytes RandomReports::Next() {
-    Bytes payload = Below(10) == 0 ? Bytes{kAudioMixReport, Byte(3)} : Record();
+    const RecordLayout& layout = kRecordLayouts[Below(static_cast<int>(std::size(kRecordLayouts)))];
+    Bytes payload = Below(10) == 0 ? Bytes{kAudioMixReport, Byte(3)} : RecordOf(layout);
     if (Below(4) == 0) {
         Damage(payload);
     }

@@ -3,6 +3,7 @@
 
 #include <random>
 
+#include "model/RecordFields.h"
 #include "tools/mcusim/Packet.h"
 
 namespace mcusim {
@@ -19,10 +20,8 @@ public:
 private:
     int Below(int limit) { return static_cast<int>(m_random() % static_cast<std::uint32_t>(limit)); }
     std::uint8_t Byte(int limit) { return static_cast<std::uint8_t>(Below(limit)); }
-    Bytes Record();
-    Bytes VolumeAndFade();
-    Bytes Equaliser();
-    Bytes SourceGain();
+    int Value(const RecordField& field, int band);
+    Bytes RecordOf(const RecordLayout& layout);
     void Damage(Bytes& payload);
 
     std::mt19937 m_random;

@@ -1,19 +1,16 @@
 #ifndef TLG_TOOLS_MCUSIM_SETTINGS_H
 #define TLG_TOOLS_MCUSIM_SETTINGS_H
 
-#include <array>
+#include <map>
 #include <string>
 
-#include "tools/mcusim/Packet.h"
+#include "tools/mcusim/Record.h"
 
 namespace mcusim {
 
-/// The settings of the simulated MCU, kept as the data of its setting records: what stands behind the type
-/// byte. Change marks belong to the reports and are not kept.
+/// The settings of the simulated MCU, kept as its setting records. Change marks belong to the reports and are not kept.
 class Settings {
 public:
-    static constexpr int kGroupCount = 8;
-
     Settings();
     /// Other settings, which follow from the seed.
     explicit Settings(std::uint32_t seed);
@@ -21,8 +18,8 @@ public:
     /// The payload of a query's answer: the whole record of the group; empty for an unknown group.
     Bytes Answer(int group) const;
 
-    /// Takes over the record of a control command (its whole payload). False, and nothing is changed,
-    /// when the record is not one that the MCU accepts.
+    /// Stores the record of a control command (its whole payload). False, and nothing is changed, when the record is
+    /// not one that the MCU accepts.
     bool Apply(const Bytes& payload);
 
     /// Handles a mute key (its whole payload) and returns the report that follows, with the main volume
@@ -35,14 +32,14 @@ public:
 
     /// Changes a volume as a user at the unit would and returns the report that follows, with the volume
     /// marked; empty for an unknown name or a level above 127.
-    /// @param name main, max, navi, call, voice, ext0 to ext3
+    /// @param name of a volume's field, or max
     Bytes ChangeVolume(const std::string& name, int level);
 
 private:
-    bool IsAcceptable(int group, const Bytes& data) const;
-    Bytes Report(int group, std::size_t markedByte) const;
+    Record& Volumes() { return m_records.at(VOLUME_AND_FADE_BALANCE); }
+    static Bytes Report(Record record, std::string_view marked);
 
-    std::array<Bytes, kGroupCount> m_data;
+    std::map<int, Record> m_records; // by type
 };
 
 } // namespace mcusim

@@ -59,7 +59,7 @@ void Simulator::Run(int stopFd, int commandFd) {
     m_epoll.Add(stopFd, EPOLLIN, kStopId);
     if (!m_epoll.Add(commandFd, EPOLLIN, kInputId) && errno == EPERM) {
         // A regular file is always ready and can't be watched: what it holds is obeyed at once.
-        while (TakeOrders(commandFd)) {
+        while (ReadOrders(commandFd)) {
         }
     }
     m_nextReport = Clock::now();
@@ -70,7 +70,7 @@ void Simulator::Run(int stopFd, int commandFd) {
             } else if (id == kListenerId) {
                 AcceptAll();
             } else if (id == kInputId) {
-                TakeOrders(commandFd);
+                ReadOrders(commandFd);
             } else if (id == kOrdersId) {
                 AcceptOrders();
             } else if (m_orderConnections.count(id) != 0) {

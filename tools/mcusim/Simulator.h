@@ -51,7 +51,7 @@ public:
     void HangUp();
     /// Hangs up and goes on with the settings it was built with, or with others that follow from the seed. Faults end.
     void Restart(std::optional<std::uint32_t> seed);
-    /// The settings, a record a line as Describe() tells it, and what was received so far.
+    /// The settings, a record a line as Describe() writes it, and what was received so far.
     std::string Show() const;
 
 private:
@@ -95,7 +95,7 @@ private:
     void SendRandomReports();
     bool IsReportDue() const;
     int TimeoutMs() const;
-    bool TakeOrders(int commandFd);
+    bool ReadOrders(int commandFd);
     void ObeyTyped(const std::string& line);
     void Trace(const char* direction, std::string_view block) const;
 

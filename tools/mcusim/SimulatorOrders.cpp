@@ -90,19 +90,17 @@ void Simulator::Restart(std::optional<std::uint32_t> seed) {
 
 std::string Simulator::Show() const {
     std::string text;
-    for (int group = 0; group < Settings::kGroupCount; ++group) {
-        const Bytes answer = m_settings.Answer(group);
+    for (const RecordLayout& layout : kRecordLayouts) {
         Packet packet;
-        if (!answer.empty() && ParsePacket(View(MakePacket(answer, 0)), packet)) {
-            text += Describe(packet) + "\n";
-        }
+        ParsePacket(View(MakePacket(m_settings.Answer(layout.type), 0)), packet);
+        text += Describe(packet) + "\n";
     }
     return text + "received commands=" + std::to_string(m_counts.commands) + " keys=" + std::to_string(m_counts.keys) +
            " queries=" + std::to_string(m_counts.queries);
 }
 
 /// Reads and obeys orders; false at their end.
-bool Simulator::TakeOrders(int commandFd) {
+bool Simulator::ReadOrders(int commandFd) {
     std::array<char, kMaxOrder> text{};
     const ssize_t length = ::read(commandFd, text.data(), text.size());
     if (length <= 0) {

@@ -20,19 +20,19 @@ enum LOG_LEV_EN {
 /// event code carries the low 12 bits of the counter and only tells messages apart. Any thread may
 /// call it; nothing is allocated.
 ///
-/// @param func name of the calling function
-__attribute__((unused, format(printf, 3, 4))) static void LOGBASE(LOG_LEV_EN level, const char* func, const char* fmt,
-                                                                  ...) {
+/// @param function name of the calling function
+__attribute__((unused, format(printf, 3, 4))) static void LOGBASE(LOG_LEV_EN level, const char* function,
+                                                                  const char* format, ...) {
     static int minor = 0;
 
     char line[512] = {};
-    int prefix = std::snprintf(line, sizeof line, "%s[%s]-", "_Melvane_", func);
+    int prefix = std::snprintf(line, sizeof line, "%s[%s]-", "_Melvane_", function);
     if (prefix >= static_cast<int>(sizeof line)) {
         prefix = static_cast<int>(sizeof line) - 1;
     }
     va_list arguments;
-    va_start(arguments, fmt);
-    std::vsnprintf(line + prefix, sizeof line - static_cast<std::size_t>(prefix), fmt, arguments);
+    va_start(arguments, format);
+    std::vsnprintf(line + prefix, sizeof line - static_cast<std::size_t>(prefix), format, arguments);
     va_end(arguments);
 
     // Two threads may get the same number, which does no harm. Relaxed accesses say so to the compiler

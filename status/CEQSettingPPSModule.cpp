@@ -1,5 +1,7 @@
 #include "status/CEQSettingPPSModule.h"
 
+#include <iterator>
+
 #include "framework/LogBase.h"
 #include "framework/SystemFiles.h"
 #include "status/StructuredWrite.h"
@@ -10,8 +12,9 @@ constexpr const char* SETTING_EQ_FREQS = "freqs";
 constexpr const char* SETTING_EQ_GAIN = "gain";
 constexpr const char* SETTING_EQ_Q = "q";
 
-constexpr const char* kAttributes[kEqTypeCount] = {"zoeqtype_0", "zoeqtype_1", "zoeqtype_2", "zoeqtype_3",
-                                                   "zoeqtype_4", "zoeqtype_5", "zoeqtype_6"};
+constexpr const char* kAttributes[] = {"zoeqtype_0", "zoeqtype_1", "zoeqtype_2", "zoeqtype_3",
+                                       "zoeqtype_4", "zoeqtype_5", "zoeqtype_6"};
+static_assert(std::size(kAttributes) == kEqTypeCount);
 
 } // namespace
 
@@ -26,10 +29,10 @@ int CEQSettingPPSModule::PublishEqSafByIndex(int index, tagEQType eq) {
     }
     const tagEQBand* bands = eq.Band[index];
     StructuredWrite write(m_pObjectName);
-    return write.Start(kAttributes[index])
+    return write.StartAttribute(kAttributes[index])
         .AddArray(SETTING_EQ_FREQS, kEqBandCount, [bands](int band) { return bands[band].Freq; })
         .AddArray(SETTING_EQ_GAIN, kEqBandCount, [bands](int band) { return bands[band].Gain; })
         .AddArray(SETTING_EQ_Q, kEqBandCount, [bands](int band) { return bands[band].Q; })
-        .End()
+        .EndAttribute()
         .WriteTo(*this);
 }

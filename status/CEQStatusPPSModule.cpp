@@ -9,31 +9,33 @@
 
 namespace {
 
-/// The word of a code that is 0 or 1; null, with the message in the log, of any other. The message takes
-/// the two accepted codes and the code.
+/// The words of the codes 0 and 1, and what the message about any other code calls it.
 struct TwoWords {
     const char* zero;
     const char* one;
-    const char* message;
+    const char* code;
 };
 
-const char* WordOf(const char* func, const TwoWords& words, int code) {
+constexpr TwoWords MuteWords(const char* code) {
+    return {STATUS_MUTE_STATUS_UNMUTE, STATUS_MUTE_STATUS_MUTE, code};
+}
+constexpr TwoWords SwitchWords(const char* code) {
+    return {STATUS_SWITCH_OFF, STATUS_SWITCH_ON, code};
+}
+
+/// Null, with a message in the name of @p function, for a code that has no word.
+const char* WordOf(const char* function, const TwoWords& words, int code) {
     if (code == 0 || code == 1) {
         return code == 0 ? words.zero : words.one;
     }
-    LOGBASE(LOG_LEV_ERROR, func, words.message, 0, 1, code);
+    LOGBASE(LOG_LEV_ERROR, function, "CEQStatusPPSModule, unknown %s( %d or %d): %d\n", words.code, 0, 1, code);
     return nullptr;
 }
 
-constexpr TwoWords kSystemMute{STATUS_MUTE_STATUS_UNMUTE, STATUS_MUTE_STATUS_MUTE,
-                               "CEQStatusPPSModule, unknown systemMute( %d or %d): %d\n"};
-constexpr TwoWords kSourceMute{STATUS_MUTE_STATUS_UNMUTE, STATUS_MUTE_STATUS_MUTE,
-                               "CEQStatusPPSModule, unknown srcMute( %d or %d): %d\n"};
-
 /// Adds the two mute words; false, with nothing more to be added, for an unknown code.
-bool AddMutes(const char* func, StructuredWrite& write, int sysMute, int srcMute) {
-    const char* system = WordOf(func, kSystemMute, sysMute);
-    const char* source = system == nullptr ? nullptr : WordOf(func, kSourceMute, srcMute);
+bool AddMutes(const char* function, StructuredWrite& write, int sysMute, int srcMute) {
+    const char* system = WordOf(function, MuteWords("systemMute"), sysMute);
+    const char* source = system == nullptr ? nullptr : WordOf(function, MuteWords("srcMute"), srcMute);
     if (source == nullptr) {
         return false;
     }
@@ -47,19 +49,19 @@ StructuredWrite& AddLevels(StructuredWrite& write, const T_SRC_VOL& volumes) {
         .AddArray(STATUS_SRC_VOL_VAL, kVolumeCount, [&volumes](int i) { return int{volumes.SrcVol[i]}; });
 }
 
-bool AddSrcVol(const char* func, StructuredWrite& write, const T_SRC_VOL& volumes) {
-    AddLevels(write.Start(g_statusAttrs[kSrcVolAttribute]), volumes)
+bool AddSrcVol(const char* function, StructuredWrite& write, const T_SRC_VOL& volumes) {
+    AddLevels(write.StartAttribute(g_statusAttrs[kSrcVolAttribute]), volumes)
         .Add(STATUS_VOLUME_MAX, volumes.Max)
         .Add(STATUS_VOLUME_MAX_POWER, volumes.MaxPowerVol);
-    if (!AddMutes(func, write, volumes.SysMute, volumes.SrcMute)) {
+    if (!AddMutes(function, write, volumes.SysMute, volumes.SrcMute)) {
         return false;
     }
-    write.End();
+    write.EndAttribute();
     return true;
 }
 
 void AddExtraVol(StructuredWrite& write, const T_CARPLAY_VOLUME& volumes) {
-    AddLevels(write.Start(g_statusAttrs[kExtraVolAttribute]), volumes).End();
+    AddLevels(write.StartAttribute(g_statusAttrs[kExtraVolAttribute]), volumes).EndAttribute();
 }
 
 } // namespace
@@ -69,25 +71,25 @@ CEQStatusPPSModule::CEQStatusPPSModule(TLG::ZOCAR::IPPSOnChange* callback)
     m_sources.Init();
 }
 
-int CEQStatusPPSModule::WriteVolumes(const char* func, StructuredWrite& write) const {
+int CEQStatusPPSModule::WriteVolumes(const char* function, StructuredWrite& write) const {
     if (write.WriteTo(*this)) {
         return 1;
     }
-    LOGBASE(LOG_LEV_ERROR, func, "CEQStatusPPSModule, WritePPS return false\n");
+    LOGBASE(LOG_LEV_ERROR, function, "CEQStatusPPSModule, WritePPS return false\n");
     return 0;
 }
 
 int CEQStatusPPSModule::PublishVolume(int current, int max, unsigned char sysMute, unsigned char srcMute,
                                       int maxPower) {
     StructuredWrite write(m_pObjectName);
-    write.Start(g_statusAttrs[kVolumeAttribute])
+    write.StartAttribute(g_statusAttrs[kVolumeAttribute])
         .Add(STATUS_VOLUME_CURRENT, current)
         .Add(STATUS_VOLUME_MAX, max)
         .Add(STATUS_VOLUME_MAX_POWER, maxPower);
     if (!AddMutes(__FUNCTION__, write, sysMute, srcMute)) {
         return 0;
     }
-    return WriteVolumes(__FUNCTION__, write.End());
+    return WriteVolumes(__FUNCTION__, write.EndAttribute());
 }
 
 int CEQStatusPPSModule::PublishAllVol(const T_SRC_VOL& srcVol, T_CARPLAY_VOLUME extraVol) {
@@ -112,68 +114,64 @@ int CEQStatusPPSModule::PublishExtendInfo(T_CARPLAY_VOLUME extraVol) {
 
 int CEQStatusPPSModule::PublishFadeBal(int ff, int fr, int bl, int br) {
     StructuredWrite write(m_pObjectName);
-    return write.Start(g_statusAttrs[kFadeBalanceAttribute])
+    return write.StartAttribute(g_statusAttrs[kFadeBalanceAttribute])
         .Add(STATUS_FADE_BALANCE_FF, ff)
         .Add(STATUS_FADE_BALANCE_FR, fr)
         .Add(STATUS_FADE_BALANCE_BL, bl)
         .Add(STATUS_FADE_BALANCE_BR, br)
-        .End()
+        .EndAttribute()
         .WriteTo(*this);
 }
 
 int CEQStatusPPSModule::PublishSubwoofer(unsigned char on, int phase, int filter) {
-    static constexpr TwoWords kWords{STATUS_SWITCH_OFF, STATUS_SWITCH_ON,
-                                     "CEQStatusPPSModule, unknown subwooferStatus( %d or %d): %d\n"};
-    const char* status = WordOf(__FUNCTION__, kWords, on);
+    const char* status = WordOf(__FUNCTION__, SwitchWords("subwooferStatus"), on);
     if (status == nullptr) {
         return 0;
     }
     StructuredWrite write(m_pObjectName);
-    return write.Start(g_statusAttrs[kSubwooferAttribute])
+    return write.StartAttribute(g_statusAttrs[kSubwooferAttribute])
         .Add(STATUS_STATUS, status)
         .Add(STATUS_SUBWOOFER_PHASE, phase)
         .Add(STATUS_SUBWOOFER_FILTER, filter)
-        .End()
+        .EndAttribute()
         .WriteTo(*this);
 }
 
 int CEQStatusPPSModule::PublishSpeakerMode(int mode, int channel) {
     StructuredWrite write(m_pObjectName);
-    return write.Start(g_statusAttrs[kSpeakerModeAttribute])
+    return write.StartAttribute(g_statusAttrs[kSpeakerModeAttribute])
         .Add(STATUS_SPEAKER_MODE_MODE, mode)
         .Add(STATUS_SPEAKER_MODE_CHANNEL, channel)
-        .End()
+        .EndAttribute()
         .WriteTo(*this);
 }
 
 /// What distinguishes the two stereo filters.
 struct CEQStatusPPSModule::FilterRule {
-    const char* func;
+    const char* function;
     StatusAttribute attribute;
-    const char* message;
+    const char* code; ///< of its switch, in a message
 };
 
 int CEQStatusPPSModule::PublishFilter(const FilterRule& rule, unsigned char on, int cutoff) {
-    const char* status = WordOf(rule.func, {STATUS_SWITCH_OFF, STATUS_SWITCH_ON, rule.message}, on);
+    const char* status = WordOf(rule.function, SwitchWords(rule.code), on);
     if (status == nullptr) {
         return 0;
     }
     StructuredWrite write(m_pObjectName);
-    return write.Start(g_statusAttrs[rule.attribute])
+    return write.StartAttribute(g_statusAttrs[rule.attribute])
         .Add(STATUS_STATUS, status)
         .Add(STATUS_FILTER_CUTOFF_FREQ, cutoff)
-        .End()
+        .EndAttribute()
         .WriteTo(*this);
 }
 
 int CEQStatusPPSModule::PublishFrontFilter(unsigned char on, int cutoff) {
-    return PublishFilter(
-        {__FUNCTION__, kFrontFilterAttribute, "CEQStatusPPSModule, unknown frontStatus( %d or %d): %d\n"}, on, cutoff);
+    return PublishFilter({__FUNCTION__, kFrontFilterAttribute, "frontStatus"}, on, cutoff);
 }
 
 int CEQStatusPPSModule::PublishRearFilter(unsigned char on, int cutoff) {
-    return PublishFilter(
-        {__FUNCTION__, kRearFilterAttribute, "CEQStatusPPSModule, unknown rearStatus( %d or %d): %d\n"}, on, cutoff);
+    return PublishFilter({__FUNCTION__, kRearFilterAttribute, "rearStatus"}, on, cutoff);
 }
 
 int CEQStatusPPSModule::PublishSrcGain(const tagSourceParam& src) {
@@ -185,12 +183,12 @@ int CEQStatusPPSModule::PublishSrcGain(const tagSourceParam& src) {
         }
     }
     StructuredWrite write(m_pObjectName);
-    return write.Start(g_statusAttrs[kSourceGainAttribute])
+    return write.StartAttribute(g_statusAttrs[kSourceGainAttribute])
         .Add(STATUS_SOURCE_GAIN_COUNT, src.Count)
         .AddArray(STATUS_SOURCE_GAIN_SRC, src.Count,
                   [&names](int i) { return names[static_cast<std::size_t>(i)].c_str(); })
         .AddArray(STATUS_SOURCE_GAIN_GAIN, src.Count, [&src](int i) { return int{src.Src[i].Gain}; })
-        .End()
+        .EndAttribute()
         .WriteTo(*this);
 }
 
@@ -222,32 +220,16 @@ int CEQStatusPPSModule::PublishALC(unsigned char alc) {
     return result;
 }
 
-/// A word attribute with two words.
-struct CEQStatusPPSModule::WordRule {
-    const char* func;
-    StatusAttribute attribute;
-    TwoWords words;
-};
-
-int CEQStatusPPSModule::PublishWord(const WordRule& rule, int code) {
-    const char* word = WordOf(rule.func, rule.words, code);
-    return word != nullptr && SetPPSStringAttr(m_pObjectName, g_statusAttrs[rule.attribute], word);
+int CEQStatusPPSModule::PublishWord(int attribute, const char* word) const {
+    return word != nullptr && SetPPSStringAttr(m_pObjectName, g_statusAttrs[attribute], word);
 }
 
 int CEQStatusPPSModule::PublishLoud(int on) {
-    return PublishWord(
-        {__FUNCTION__,
-         kLoudAttribute,
-         {STATUS_SWITCH_OFF, STATUS_SWITCH_ON, "CEQStatusPPSModule, unknown loudStatus( %d or %d): %d\n"}},
-        on);
+    return PublishWord(kLoudAttribute, WordOf(__FUNCTION__, SwitchWords("loudStatus"), on));
 }
 
 int CEQStatusPPSModule::PublishDBB(int on) {
-    return PublishWord(
-        {__FUNCTION__,
-         kDbbAttribute,
-         {STATUS_SWITCH_OFF, STATUS_SWITCH_ON, "CEQStatusPPSModule, unknown dbbStatus( %d or %d): %d\n"}},
-        on);
+    return PublishWord(kDbbAttribute, WordOf(__FUNCTION__, SwitchWords("dbbStatus"), on));
 }
 
 int CEQStatusPPSModule::PublishAudioMix(unsigned char mix) {
@@ -256,16 +238,12 @@ int CEQStatusPPSModule::PublishAudioMix(unsigned char mix) {
         LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "CEQStatusPPSModule, unknown mixStatus( %d or %d): %d\n", 1, 0, mix);
         return 0;
     }
-    return SetPPSStringAttr(m_pObjectName, g_statusAttrs[kAudioMixAttribute],
-                            mix == 1 ? STATUS_SWITCH_ON : STATUS_SWITCH_OFF);
+    return PublishWord(kAudioMixAttribute, mix == 1 ? STATUS_SWITCH_ON : STATUS_SWITCH_OFF);
 }
 
 int CEQStatusPPSModule::PublishAudioICStatus(int state) {
-    return PublishWord(
-        {__FUNCTION__,
-         kAudioIcAttribute,
-         {STATUS_AUDIO_IC_BAD, STATUS_AUDIO_IC_READY, "CEQStatusPPSModule, unknown audioStatus( %d or %d): %d\n"}},
-        state);
+    return PublishWord(kAudioIcAttribute,
+                       WordOf(__FUNCTION__, {STATUS_AUDIO_IC_BAD, STATUS_AUDIO_IC_READY, "audioStatus"}, state));
 }
 
 int CEQStatusPPSModule::PublishEqType(int type) {
@@ -277,5 +255,5 @@ int CEQStatusPPSModule::PublishEqType(int type) {
                 type);
         return 0;
     }
-    return SetPPSStringAttr(m_pObjectName, g_statusAttrs[kEqTypeAttribute], kWords[type]);
+    return PublishWord(kEqTypeAttribute, kWords[type]);
 }

@@ -50,12 +50,12 @@ public:
     int PublishEqType(int type);
 
 private:
-    struct WordRule;
-    int PublishWord(const WordRule& rule, int code);
+    /// @param word null for a code that has none
+    int PublishWord(int attribute, const char* word) const;
     struct FilterRule;
     int PublishFilter(const FilterRule& rule, unsigned char on, int cutoff);
     int PublishInt(int attribute, int value) const;
-    int WriteVolumes(const char* func, StructuredWrite& write) const;
+    int WriteVolumes(const char* function, StructuredWrite& write) const;
 
     const char* m_pObjectName;
     TLG::ZOCAR::SourcesNameIdMap m_sources; // read-only after construction

@@ -1,51 +1,43 @@
-// The names and fixed words of the status object: its attributes by index, the members of structured values,
-// and the words for codes.
+// The names and fixed words of the status object: its attributes, the members of structured values, and the words for
+// codes.
 #ifndef TLG_STATUS_STATUSNAMES_H
 #define TLG_STATUS_STATUSNAMES_H
 
-/// "[n]" in front of a name makes the attribute non-persistent.
-inline constexpr const char* g_statusAttrs[] = {"zovolume",
-                                                "zofade_balance",
-                                                "zosubwoofer_gain",
-                                                "zocenter_gain",
-                                                "zosource_gain",
-                                                "zolisten_pos",
-                                                "zoloud",
-                                                "zosubwoofer",
-                                                "zospeaker_mode",
-                                                "zofront_stereo_filter",
-                                                "zorear_stereo_filter",
-                                                "zoeq_type",
-                                                "[n]zoaudiomix",
-                                                "zodbb",
-                                                "zosrs",
-                                                "zoaudio",
-                                                "[n]zosrc_vol",
-                                                "zoalc",
-                                                "[n]zoextra_vol",
-                                                nullptr};
+// The attributes, in the order of g_statusAttrs: ATTRIBUTE(constant, name). "[n]" in front of a name makes the
+// attribute non-persistent.
+#define TLG_STATUS_ATTRIBUTES(ATTRIBUTE) \
+    ATTRIBUTE(kVolumeAttribute, "zovolume") \
+    ATTRIBUTE(kFadeBalanceAttribute, "zofade_balance") \
+    ATTRIBUTE(kSubWGainAttribute, "zosubwoofer_gain") \
+    ATTRIBUTE(kCenterGainAttribute, "zocenter_gain") \
+    ATTRIBUTE(kSourceGainAttribute, "zosource_gain") \
+    ATTRIBUTE(kListenPosAttribute, "zolisten_pos") \
+    ATTRIBUTE(kLoudAttribute, "zoloud") \
+    ATTRIBUTE(kSubwooferAttribute, "zosubwoofer") \
+    ATTRIBUTE(kSpeakerModeAttribute, "zospeaker_mode") \
+    ATTRIBUTE(kFrontFilterAttribute, "zofront_stereo_filter") \
+    ATTRIBUTE(kRearFilterAttribute, "zorear_stereo_filter") \
+    ATTRIBUTE(kEqTypeAttribute, "zoeq_type") \
+    ATTRIBUTE(kAudioMixAttribute, "[n]zoaudiomix") \
+    ATTRIBUTE(kDbbAttribute, "zodbb") \
+    ATTRIBUTE(kSrsAttribute, "zosrs") \
+    ATTRIBUTE(kAudioIcAttribute, "zoaudio") \
+    ATTRIBUTE(kSrcVolAttribute, "[n]zosrc_vol") \
+    ATTRIBUTE(kAlcAttribute, "zoalc") \
+    ATTRIBUTE(kExtraVolAttribute, "[n]zoextra_vol")
 
 enum StatusAttribute {
-    kVolumeAttribute = 0,
-    kFadeBalanceAttribute = 1,
-    kSubWGainAttribute = 2,
-    kCenterGainAttribute = 3,
-    kSourceGainAttribute = 4,
-    kListenPosAttribute = 5,
-    kLoudAttribute = 6,
-    kSubwooferAttribute = 7,
-    kSpeakerModeAttribute = 8,
-    kFrontFilterAttribute = 9,
-    kRearFilterAttribute = 10,
-    kEqTypeAttribute = 11,
-    kAudioMixAttribute = 12,
-    kDbbAttribute = 13,
-    kSrsAttribute = 14,
-    kAudioIcAttribute = 15,
-    kSrcVolAttribute = 16,
-    kAlcAttribute = 17,
-    kExtraVolAttribute = 18
+#define TLG_ATTRIBUTE(constant, name) constant,
+    TLG_STATUS_ATTRIBUTES(TLG_ATTRIBUTE)
+#undef TLG_ATTRIBUTE
+        kStatusAttributeCount
 };
+
+inline constexpr const char* g_statusAttrs[] = {
+#define TLG_ATTRIBUTE(constant, name) name,
+    TLG_STATUS_ATTRIBUTES(TLG_ATTRIBUTE)
+#undef TLG_ATTRIBUTE
+        nullptr};
 
 inline constexpr const char* STATUS_SRC_VOL_TYPE = "vol_type";
 inline constexpr const char* STATUS_SRC_VOL_VAL = "val";

@@ -18,11 +18,11 @@ public:
     StructuredWrite(const StructuredWrite&) = delete;
     StructuredWrite& operator=(const StructuredWrite&) = delete;
 
-    StructuredWrite& Start(const char* attribute) {
+    StructuredWrite& StartAttribute(const char* attribute) {
         pps_encoder_start_object(&m_encoder, attribute);
         return *this;
     }
-    StructuredWrite& End() {
+    StructuredWrite& EndAttribute() {
         pps_encoder_end_object(&m_encoder);
         return *this;
     }

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "framework/LogBase.h"
-#include "model/RecordTypes.h"
 
 CEQData::CEQData() {
     m_EQSetting.Speaker.tSrcVol.ChangeStatus = 2;
@@ -17,7 +16,7 @@ void CEQData::SetCenterGainData(unsigned char gain) {
                 kMaxCenterGain);
         return;
     }
-    Store(m_EQSetting.Speaker.CenterGain, gain, CenterGain);
+    Store(m_EQSetting.Speaker.CenterGain, gain, UpdateFlag::CenterGain);
 }
 
 void CEQData::SetSrcGainData(const tagSourceParam& source) {
@@ -109,43 +108,70 @@ void CEQData::InitSysMuteStatus() {
     m_EQSetting.Speaker.tSrcVol.SysMuteFirst = 1;
 }
 
-void CEQData::SetUpdateEqFlagByBitID(bool on, unsigned char id) {
+unsigned char CEQData::*const CEQData::kByteFlags[] = {
+#define TLG_FLAG(name, member, setter, getter) &CEQData::member,
+    TLG_BYTE_FLAGS(TLG_FLAG)
+#undef TLG_FLAG
+};
+
+bool CEQData::Holds(UpdateFlag flag) const {
+    const auto index = static_cast<std::size_t>(flag);
+    if (flag < UpdateFlag::EqFirst) {
+        return m_updateFlags[index];
+    }
+    if (flag < UpdateFlag::BytesFirst) {
+        return m_eqUpdateFlags[index - static_cast<std::size_t>(UpdateFlag::EqFirst)];
+    }
+    return this->*kByteFlags[index - static_cast<std::size_t>(UpdateFlag::BytesFirst)] != 0;
+}
+
+void CEQData::Assign(UpdateFlag flag, bool on) {
+    const auto index = static_cast<std::size_t>(flag);
+    if (flag < UpdateFlag::EqFirst) {
+        m_updateFlags[index] = on;
+    } else if (flag < UpdateFlag::BytesFirst) {
+        m_eqUpdateFlags[index - static_cast<std::size_t>(UpdateFlag::EqFirst)] = on;
+    } else {
+        this->*kByteFlags[index - static_cast<std::size_t>(UpdateFlag::BytesFirst)] = on ? 1 : 0;
+    }
+}
+
+bool CEQData::IsRaised(UpdateFlags flags) const {
     const Guard guard(*this);
-    if (id < m_eqUpdateFlags.size()) {
-        m_eqUpdateFlags[id] = on;
+    bool isRaised = false;
+    for (const UpdateFlag flag : flags) {
+        isRaised |= Holds(flag);
+    }
+    return isRaised;
+}
+
+bool CEQData::TestAndClear(UpdateFlags flags) {
+    const Guard guard(*this);
+    bool wasRaised = false;
+    for (const UpdateFlag flag : flags) {
+        wasRaised |= Holds(flag);
+        Assign(flag, false);
+    }
+    return wasRaised;
+}
+
+void CEQData::Raise(UpdateFlags flags) {
+    const Guard guard(*this);
+    for (const UpdateFlag flag : flags) {
+        Assign(flag, true);
+    }
+}
+
+void CEQData::SetUpdateEqFlagByBitID(bool on, unsigned char id) {
+    if (id < kEqFlagCount) {
+        Set(EqFlag(id), on);
     }
 }
 
 bool CEQData::GetUpdateEqFlagByBitID(unsigned char id) const {
-    const Guard guard(*this);
-    return id < m_eqUpdateFlags.size() && m_eqUpdateFlags[id];
+    return id < kEqFlagCount && IsRaised({EqFlag(id)});
 }
 
 void CEQData::SetUpdateFlagsByType(int group) {
-    const Guard guard(*this);
-    const auto raise = [this](std::initializer_list<UpdateFlag> flags) {
-        for (const UpdateFlag flag : flags) {
-            m_updateFlags[flag] = true;
-        }
-    };
-    switch (group) {
-    case VOLUME_AND_FADE_BALANCE:
-        // The record carries the audio processor status too: a restarted HMI is to hear of it.
-        raise({Volume, FadBal, SubWGain, CenterGain, Loud, AudioIC});
-        break;
-    case EQ:
-        m_eqUpdateFlags.set();
-        break;
-    case SOURCE_GAIN:
-        raise({SrcGain});
-        break;
-    case LISTEN_POS:
-        raise({ListenPos, SRS});
-        break;
-    case AUDIO_SETTING:
-        raise({DBB, Subwoofer, SpeakerMode, FrontFilter, RearFilter});
-        break;
-    default:
-        break;
-    }
+    Raise(FlagsOfGroup(group));
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "model/SettingRecords.h"
+#include "model/UpdateFlags.h"
 #include "platform/posix/Mutex.h"
 
 /// The service's single copy of the audio settings as the MCU last confirmed or reported them, with an
@@ -36,24 +37,26 @@ public:
     int GetVolumeScheme() const { return Read(m_EQSetting.VolumeScheme); }
     T_POWER_ON_STATUS GetPowerStatus() const { return Read(m_EQSetting.PowerStatus); }
 
-    void SetAudioMixData(unsigned char mix) { Store(m_EQSetting.AudioMix, mix, AudioMix); }
-    void SetAudioICStatus(unsigned char status) { Store(m_EQSetting.AudioICStatus, status, AudioIC); }
-    void SetALCData(unsigned char alc) { Store(m_EQSetting.ALC, alc, ALC); }
-    void SetSubWGainData(unsigned char gain) { Store(m_EQSetting.Speaker.SubWGain, gain, SubWGain); }
-    void SetLoudData(unsigned char on) { Store(m_EQSetting.Speaker.Loud, on, Loud); }
-    void SetListenPosData(unsigned char pos) { Store(m_EQSetting.Speaker.ListenPos, pos, ListenPos); }
-    void SetSRSData(unsigned char srs) { Store(m_EQSetting.Speaker.SRS, srs, SRS); }
-    void SetFadBalData(const tagFadeBalance& levels) { Store(m_EQSetting.FadeBal, levels, FadBal); }
-    void SetDBBData(unsigned char on) { Store(m_EQSetting.AudioData.DBB, on, DBB); }
-    void SetSubwooferData(const tagSubwoofer& value) { Store(m_EQSetting.AudioData.Subwoofer, value, Subwoofer); }
+    void SetAudioMixData(unsigned char mix) { Store(m_EQSetting.AudioMix, mix, UpdateFlag::AudioMix); }
+    void SetAudioICStatus(unsigned char status) { Store(m_EQSetting.AudioICStatus, status, UpdateFlag::AudioIC); }
+    void SetALCData(unsigned char alc) { Store(m_EQSetting.ALC, alc, UpdateFlag::ALC); }
+    void SetSubWGainData(unsigned char gain) { Store(m_EQSetting.Speaker.SubWGain, gain, UpdateFlag::SubWGain); }
+    void SetLoudData(unsigned char on) { Store(m_EQSetting.Speaker.Loud, on, UpdateFlag::Loud); }
+    void SetListenPosData(unsigned char pos) { Store(m_EQSetting.Speaker.ListenPos, pos, UpdateFlag::ListenPos); }
+    void SetSRSData(unsigned char srs) { Store(m_EQSetting.Speaker.SRS, srs, UpdateFlag::SRS); }
+    void SetFadBalData(const tagFadeBalance& levels) { Store(m_EQSetting.FadeBal, levels, UpdateFlag::FadBal); }
+    void SetDBBData(unsigned char on) { Store(m_EQSetting.AudioData.DBB, on, UpdateFlag::DBB); }
+    void SetSubwooferData(const tagSubwoofer& value) {
+        Store(m_EQSetting.AudioData.Subwoofer, value, UpdateFlag::Subwoofer);
+    }
     void SetSpeakerModeData(const tagSpeakerMode& value) {
-        Store(m_EQSetting.AudioData.SpeakerMode, value, SpeakerMode);
+        Store(m_EQSetting.AudioData.SpeakerMode, value, UpdateFlag::SpeakerMode);
     }
     void SetFrontFilterData(const tagStereoFilterParam& value) {
-        Store(m_EQSetting.AudioData.FrontFilter, value, FrontFilter);
+        Store(m_EQSetting.AudioData.FrontFilter, value, UpdateFlag::FrontFilter);
     }
     void SetRearFilterData(const tagStereoFilterParam& value) {
-        Store(m_EQSetting.AudioData.RearFilter, value, RearFilter);
+        Store(m_EQSetting.AudioData.RearFilter, value, UpdateFlag::RearFilter);
     }
     /// @param gain 0 to 12; anything else is logged and changes nothing
     void SetCenterGainData(unsigned char gain);
@@ -83,44 +86,27 @@ public:
 
     // ---- Update flags ----
 
-#define TLG_UPDATE_FLAG(Name) \
-    void SetUpdate##Name##Flag(bool on) { \
-        SetFlag(Name, on); \
-    } \
-    bool GetUpdate##Name##Flag() const { \
-        return GetFlag(Name); \
-    }
-    TLG_UPDATE_FLAG(Volume)
-    TLG_UPDATE_FLAG(FadBal)
-    TLG_UPDATE_FLAG(SubWGain)
-    TLG_UPDATE_FLAG(SrcGain)
-    TLG_UPDATE_FLAG(CenterGain)
-    TLG_UPDATE_FLAG(Loud)
-    TLG_UPDATE_FLAG(ListenPos)
-    TLG_UPDATE_FLAG(DBB)
-    TLG_UPDATE_FLAG(Subwoofer)
-    TLG_UPDATE_FLAG(SpeakerMode)
-    TLG_UPDATE_FLAG(FrontFilter)
-    TLG_UPDATE_FLAG(RearFilter)
-    TLG_UPDATE_FLAG(AudioMix)
-    TLG_UPDATE_FLAG(SRS)
-    TLG_UPDATE_FLAG(AudioIC)
-    TLG_UPDATE_FLAG(ALC)
-#undef TLG_UPDATE_FLAG
+    /// Clears the flags in one hold of the lock; true when one of them was raised.
+    bool TestAndClear(UpdateFlags flags);
+    /// Whether one of the flags is raised.
+    bool IsRaised(UpdateFlags flags) const;
+    void Raise(UpdateFlags flags);
 
-#define TLG_BYTE_FLAG(Set, Get, flag) \
-    void Set(bool on) { \
-        SetFlag(flag, on); \
+    // Each flag also has a setter and a getter: SetUpdateVolumeFlag(bool), GetUpdateVolumeFlag() and so on.
+#define TLG_ACCESSORS(name, setter, getter) \
+    void setter(bool on) { \
+        Set(UpdateFlag::name, on); \
     } \
-    bool Get() const { \
-        return GetFlag(flag); \
+    bool getter() const { \
+        return IsRaised({UpdateFlag::name}); \
     }
-    TLG_BYTE_FLAG(SetUpdateSrcMuteFlag, GetUpdateSrcMuteFlag, m_updateSrcMute)
-    TLG_BYTE_FLAG(SetUpdateLaunchVolumeFlag, GetUpdateLaunchVolumeFlag, m_updateLaunchVolume)
-    TLG_BYTE_FLAG(SetUpdateSrcVolFlag, GetUpdateSrcVolFlag, m_updateSrcVol)
-    TLG_BYTE_FLAG(SetUpdateExtendFlag, GetExtendUpdateFlag, m_extendUpdate)
-    TLG_BYTE_FLAG(SetFakePowerOffFlag, GetFakePowerOffFlag, m_fakePowerOff)
-#undef TLG_BYTE_FLAG
+#define TLG_FLAG(name, bit, group) TLG_ACCESSORS(name, SetUpdate##name##Flag, GetUpdate##name##Flag)
+    TLG_UPDATE_FLAGS(TLG_FLAG)
+#undef TLG_FLAG
+#define TLG_FLAG(name, member, setter, getter) TLG_ACCESSORS(name, setter, getter)
+    TLG_BYTE_FLAGS(TLG_FLAG)
+#undef TLG_FLAG
+#undef TLG_ACCESSORS
 
     /// @param id 0: the current EQ type; 1 to 7: the curve of EQ type id - 1; 8 belongs to no group and is
     ///        raised only with all others; above 8 nothing changes
@@ -132,26 +118,6 @@ public:
     void SetUpdateFlagsByType(int group);
 
 private:
-    /// The bits of the update flags; bit 15 has no flag.
-    enum UpdateFlag : std::size_t {
-        Volume = 0,
-        FadBal = 1,
-        SubWGain = 2,
-        SrcGain = 3,
-        CenterGain = 4,
-        Loud = 5,
-        ListenPos = 6,
-        DBB = 7,
-        Subwoofer = 8,
-        SpeakerMode = 9,
-        FrontFilter = 10,
-        RearFilter = 11,
-        AudioMix = 12,
-        SRS = 13,
-        AudioIC = 14,
-        ALC = 16
-    };
-
     void Lock() const {
         m_mutex.lock();
     }
@@ -192,35 +158,28 @@ private:
     template <typename T>
     void Store(T& stored, const T& value, UpdateFlag flag) {
         if (Change(stored, value)) {
-            SetFlag(flag, true);
+            Set(flag, true);
         }
     }
 
-    /// Accessors of one flag, be it a bit of the set or a byte.
-    void SetFlag(UpdateFlag flag, bool on) {
+    void Set(UpdateFlag flag, bool on) {
         const Guard guard(*this);
-        m_updateFlags[flag] = on;
+        Assign(flag, on);
     }
-    bool GetFlag(UpdateFlag flag) const {
-        const Guard guard(*this);
-        return m_updateFlags[flag];
-    }
-    void SetFlag(unsigned char& flag, bool on) {
-        const Guard guard(*this);
-        flag = on ? 1 : 0;
-    }
-    bool GetFlag(const unsigned char& flag) const {
-        const Guard guard(*this);
-        return flag != 0;
-    }
+
+    // One flag, wherever it is kept. Called with the lock held.
+    bool Holds(UpdateFlag flag) const;
+    void Assign(UpdateFlag flag, bool on);
+
+    static unsigned char CEQData::*const kByteFlags[];
 
     bool DiffersFromStored(const tagSourceParam& source) const;
 
     unsigned char m_updateSrcMute = 0;
     unsigned char m_updateLaunchVolume = 0;
     unsigned char m_fakePowerOff = 0;
-    std::bitset<17> m_updateFlags;
-    std::bitset<9> m_eqUpdateFlags;
+    std::bitset<kUpdateFlagBits> m_updateFlags;
+    std::bitset<kEqFlagCount> m_eqUpdateFlags;
     tagEQSetting m_EQSetting; // like all other members guarded by m_mutex
     mutable Mutex m_mutex;
     unsigned char m_extendUpdate = 0;

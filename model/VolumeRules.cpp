@@ -7,26 +7,26 @@ namespace {
 /// The highest VolType that names a volume.
 constexpr int kLastVolumeType = 3;
 
-/// Stores a value that differs; true when it did.
-bool Take(std::uint8_t& stored, std::uint8_t value) {
+/// True when the value differed from the stored one.
+bool Replace(std::uint8_t& stored, std::uint8_t value) {
     const bool changed = stored != value;
     stored = value;
     return changed;
 }
 
-/// Stores the four levels; true when one differed.
-bool TakeLevels(T_SRC_VOL& stored, const T_SRC_VOL& report) {
+/// True when one of the four levels differed.
+bool ReplaceLevels(T_SRC_VOL& stored, const T_SRC_VOL& report) {
     bool changed = false;
     for (int i = 0; i < kVolumeCount; ++i) {
-        changed |= Take(stored.SrcVol[i], report.SrcVol[i]);
+        changed |= Replace(stored.SrcVol[i], report.SrcVol[i]);
     }
     return changed;
 }
 
 /// Stores the change status, unless it is unknown; true when the report carried a change mark.
-bool TakeChangeStatus(T_SRC_VOL& stored, const T_SRC_VOL& report, const char* func) {
+bool StoreChangeStatus(T_SRC_VOL& stored, const T_SRC_VOL& report, const char* function) {
     if (report.ChangeStatus > 1) {
-        LOGBASE(LOG_LEV_ERROR, func, "CEQData, unknown volume change status(%d or %d): %d\n", 0, 1,
+        LOGBASE(LOG_LEV_ERROR, function, "CEQData, unknown volume change status(%d or %d): %d\n", 0, 1,
                 report.ChangeStatus);
         return false;
     }
@@ -45,26 +45,26 @@ void CEQData::SetVolumeData(const tagSpeaker& speaker) {
     {
         const Guard guard(*this);
         T_SRC_VOL& stored = m_EQSetting.Speaker.tSrcVol;
-        volume |= Take(stored.MaxPowerVol, report.MaxPowerVol);
-        const bool mainLevel = Take(stored.SrcVol[0], report.SrcVol[0]);
+        volume |= Replace(stored.MaxPowerVol, report.MaxPowerVol);
+        const bool mainLevel = Replace(stored.SrcVol[0], report.SrcVol[0]);
         LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "speakerVolume.tSrcVol.Max:%d", report.Max);
-        const bool max = Take(stored.Max, report.Max);
-        // The first system mute after start or a fake power-off only tells how things are; nobody changed it.
+        const bool max = Replace(stored.Max, report.Max);
+        // The first system mute after start or a fake power-off says how things are; nobody changed it.
         const bool isFirst = stored.SysMuteFirst != 0;
         stored.SysMuteFirst = 0;
-        const bool systemMute = Take(stored.SysMute, report.SysMute);
+        const bool systemMute = Replace(stored.SysMute, report.SysMute);
         launch |= systemMute && !isFirst;
-        mute |= Take(stored.SrcMute, report.SrcMute);
+        mute |= Replace(stored.SrcMute, report.SrcMute);
         volume |= mainLevel || max || systemMute;
         sourceVolume |= mainLevel || max || systemMute || mute;
-        sourceVolume |= TakeLevels(stored, report);
+        sourceVolume |= ReplaceLevels(stored, report);
         if (stored.VolType != report.VolType) {
             LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "m_EQSetting.Speaker.tSrcVol.VolType = %d", stored.VolType);
             LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, " speakerVolume.tSrcVol.VolType = %d", report.VolType);
             stored.VolType = report.VolType;
             sourceVolume |= report.VolType <= kLastVolumeType;
         }
-        launch |= TakeChangeStatus(stored, report, __FUNCTION__);
+        launch |= StoreChangeStatus(stored, report, __FUNCTION__);
     }
     if (volume) {
         SetUpdateVolumeFlag(true);
@@ -87,9 +87,9 @@ void CEQData::SetCarplayVolumeData(const tagSpeaker& speaker) {
     {
         const Guard guard(*this);
         T_CARPLAY_VOLUME& stored = m_EQSetting.Speaker.tCarPlayVol;
-        extend |= TakeLevels(stored, report);
-        extend |= Take(stored.VolType, report.VolType) && report.VolType <= kLastVolumeType;
-        launch |= TakeChangeStatus(stored, report, __FUNCTION__);
+        extend |= ReplaceLevels(stored, report);
+        extend |= Replace(stored.VolType, report.VolType) && report.VolType <= kLastVolumeType;
+        launch |= StoreChangeStatus(stored, report, __FUNCTION__);
     }
     if (launch) {
         SetUpdateVolumeFlag(true);

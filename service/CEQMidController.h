@@ -6,7 +6,6 @@
 #include "framework/IMcuRecvData.h"
 #include "mcu/CEQMcuFile.h"
 #include "model/CEQData.h"
-#include "service/PublishedGroups.h"
 #include "service/SettingsWait.h"
 #include "status/CEQSettingPPSModule.h"
 #include "status/CEQStatusPPSModule.h"
@@ -40,28 +39,18 @@ public:
 
     void OnRecvData(unsigned char* data, int length) override;
 
-    /// After a power change: where it was a fake power-off, arms the first-mute rule anew.
+    /// After a power change: where it was a fake power-off, the first-mute rule holds again.
     void DealFakePowerOff();
 
     /// Publishes every group of settings whose update flag is raised, and clears the flag.
     void UpdatePPS();
 
 private:
-    using FlagGetter = bool (CEQData::*)() const;
-    using FlagSetter = PublishedGroups::FlagSetter;
-
     void HoldCommands();
     void ResumeCommands();
     void QuerySettings();
     void OnAnswerTimeout();
     void OnFilesReturned(const std::vector<int>& keys);
-
-    template <typename Publish>
-    void UpdateGroup(FlagGetter isRaised, FlagSetter set, Publish publish);
-    void UpdateVolumes(const tagSpeaker& speaker);
-    void UpdateSpeaker(const tagSpeaker& speaker);
-    void UpdateAudio();
-    void UpdateEqualiser();
 
     CEQStatusPPSModule m_EQStatus;
     CEQControlPPSModule m_EQControl;
@@ -73,7 +62,7 @@ private:
     CEQData m_EQData;
     bool m_bNaviVolEnabled = false; ///< whether navigation volume requests are forwarded; never reset
     SettingsWait m_settingsWait;
-    PublishedGroups m_publishedGroups;
+    UpdateFlags m_publishedGroups; ///< the flags of the groups that were published since the service started
 };
 
 #endif

@@ -15,7 +15,7 @@ constexpr std::chrono::milliseconds kAnswerTimeout(500);
 } // namespace
 
 void CEQMidController::HoldCommands() {
-    m_settingsWait.Begin();
+    m_settingsWait.Start();
     HoldInput(m_EQControl.GetKey());
     if (m_bNaviVolEnabled) {
         HoldInput(m_gpsStatus.GetKey());
@@ -32,8 +32,8 @@ void CEQMidController::ResumeCommands() {
 }
 
 void CEQMidController::QuerySettings() {
-    for (const RecordType group : kQueriedGroups) {
-        m_EQMcu.QueryEQSettingInfo(group);
+    for (const RecordLayout& record : kRecordLayouts) {
+        m_EQMcu.QueryEQSettingInfo(record.type);
     }
     SetTimer(kAnswerTimeout, [this] { OnAnswerTimeout(); });
 }
@@ -57,7 +57,7 @@ void CEQMidController::OnFilesReturned(const std::vector<int>& keys) {
     }
     if (hasReturned(m_EQStatus) || hasReturned(m_EQSetting) || hasReturned(m_systemDevStatus) ||
         hasReturned(m_gpsStatus)) {
-        m_publishedGroups.RaiseFlags(m_EQData);
+        m_EQData.Raise(m_publishedGroups.Without({UpdateFlag::LaunchVolume}));
         UpdatePPS();
     }
 }

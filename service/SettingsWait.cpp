@@ -1,9 +1,11 @@
 #include "service/SettingsWait.h"
 
-void SettingsWait::Begin() {
+#include "model/RecordFields.h"
+
+void SettingsWait::Start() {
     unsigned missing = 0;
-    for (const RecordType group : kQueriedGroups) {
-        missing |= 1U << group;
+    for (const RecordLayout& record : kRecordLayouts) {
+        missing |= 1U << record.type;
     }
     m_missing = missing;
 }
@@ -20,9 +22,9 @@ bool SettingsWait::OnAnswer(int group) {
 std::string SettingsWait::Missing() const {
     const unsigned missing = m_missing;
     std::string groups;
-    for (const RecordType group : kQueriedGroups) {
-        if ((missing & 1U << group) != 0) {
-            groups.append(groups.empty() ? "" : " ").append(std::to_string(group));
+    for (const RecordLayout& record : kRecordLayouts) {
+        if ((missing & 1U << record.type) != 0) {
+            groups.append(groups.empty() ? "" : " ").append(std::to_string(record.type));
         }
     }
     return groups;

@@ -1,104 +1,189 @@
-// The update cycle: walks the store's update flags in a fixed order. For each raised flag it clears the flag
-// and calls the group's publisher with values from the store (for the main volume the other way round). Nothing is
-// locked meanwhile; a publisher that fails does not stop the cycle.
+// The update cycle: a table of steps, carried out in its order. A step with flags is carried out when one of them is
+// raised; they are cleared before its calls or after them. Nothing is locked meanwhile; a publisher that fails does not
+// stop the cycle.
 #include "framework/LogBase.h"
 #include "service/CEQMidController.h"
 #include "service/SyncLaunch.h"
+#include "status/StatusNames.h"
 
-template <typename Publish>
-void CEQMidController::UpdateGroup(FlagGetter isRaised, FlagSetter set, Publish publish) {
-    if ((m_EQData.*isRaised)()) {
-        (m_EQData.*set)(false);
-        m_publishedGroups.Add(set);
-        publish();
+namespace {
+
+/// Whom the steps call, and the copies of the store that they share.
+struct Cycle {
+    const CEQData& store;
+    CEQStatusPPSModule& status;
+    CEQSettingPPSModule& settings;
+    SystemDevStatusPPSModule& device;
+    GpsStatusPPSModule& navigation;
+    bool& isNavigationEnabled;
+    tagSpeaker speaker;
+    tagAudioData audio;
+    tagEQType equaliser;
+};
+
+void PublishAudioMix(Cycle& cycle) {
+    cycle.status.PublishAudioMix(cycle.store.GetAudioMixData());
+}
+
+void PublishALC(Cycle& cycle) {
+    cycle.status.PublishALC(cycle.store.GetALCData());
+}
+
+void PublishAudioIC(Cycle& cycle) {
+    cycle.status.PublishAudioICStatus(cycle.store.GetAudioICStatus());
+}
+
+void PublishMainVolume(Cycle& cycle) {
+    const T_SRC_VOL& volume = cycle.speaker.tSrcVol;
+    cycle.status.PublishVolume(volume.SrcVol[0], volume.Max, volume.SysMute, volume.SrcMute, volume.MaxPowerVol);
+    cycle.device.PublishVolumeStatus(volume.SysMute, volume.SrcVol[0]);
+}
+
+void PublishSourceVolumes(Cycle& cycle) {
+    const T_SRC_VOL& volume = cycle.speaker.tSrcVol;
+    cycle.status.PublishAllVol(volume, cycle.speaker.tCarPlayVol);
+    if (cycle.store.GetVolumeScheme() == 1) {
+        cycle.isNavigationEnabled = true;
+        cycle.navigation.PublishNaviVol(volume.SrcVol[1], volume.Max);
     }
 }
+
+void PublishFade(Cycle& cycle) {
+    const tagFadeBalance levels = cycle.store.GetFadeBalData();
+    cycle.status.PublishFadeBal(levels.FF, levels.FR, levels.BL, levels.BR);
+}
+
+void PublishCenterGain(Cycle& cycle) {
+    cycle.status.PublishCenterGain(cycle.speaker.CenterGain);
+}
+
+void PublishSourceGain(Cycle& cycle) {
+    cycle.status.PublishSrcGain(cycle.store.GetSrcData());
+}
+
+void PublishSubwoofer(Cycle& cycle) {
+    const tagSubwoofer& subwoofer = cycle.audio.Subwoofer;
+    cycle.status.PublishSubwoofer(subwoofer.OnOff, subwoofer.Phase, subwoofer.Filter);
+}
+
+void PublishSpeakerMode(Cycle& cycle) {
+    const tagSpeakerMode& speaker = cycle.audio.SpeakerMode;
+    cycle.status.PublishSpeakerMode(speaker.Mode, speaker.Channel);
+}
+
+void PublishFrontFilter(Cycle& cycle) {
+    const tagStereoFilterParam& filter = cycle.audio.FrontFilter;
+    cycle.status.PublishFrontFilter(filter.OnOff, filter.CutoffFreq);
+}
+
+void PublishRearFilter(Cycle& cycle) {
+    const tagStereoFilterParam& filter = cycle.audio.RearFilter;
+    cycle.status.PublishRearFilter(filter.OnOff, filter.CutoffFreq);
+}
+
+template <int type>
+void PublishCurve(Cycle& cycle) {
+    cycle.settings.PublishEqSafByIndex(type, cycle.equaliser);
+}
+
+enum class Clear { kBefore, kAfter };
+
+/// The attributes of the status object that a step publishes, if any.
+struct Attributes {
+    StatusAttribute first = kStatusAttributeCount;
+    StatusAttribute second = kStatusAttributeCount;
+};
+
+struct Step {
+    UpdateFlags flags;
+    Attributes attributes;
+    void (*carryOut)(Cycle& cycle);
+    Clear clear = Clear::kBefore; ///< the flags, before or after the call
+};
+
+/// Carried out whatever is raised: takes one of the copies.
+constexpr UpdateFlags kAlways{};
+
+using Flag = UpdateFlag;
+
+// clang-format off
+constexpr Step kSteps[] = {
+    // when raised         publishes                by
+    {{Flag::AudioMix},      {kAudioMixAttribute},    PublishAudioMix},
+    {{Flag::ALC},           {kAlcAttribute},         PublishALC},
+    {{Flag::AudioIC},       {kAudioIcAttribute},     PublishAudioIC},
+    {kAlways,               {},                      [](Cycle& c) { c.speaker = c.store.GetVolumeData(); }},
+    {{Flag::Volume, Flag::SrcMute}, {kVolumeAttribute},      PublishMainVolume, Clear::kAfter},
+    {{Flag::LaunchVolume},  {},                      [](Cycle&) { SyncLaunch::ShowModule("zovolume", "null"); }},
+    {{Flag::Extend, Flag::SrcVol}, {kSrcVolAttribute, kExtraVolAttribute}, PublishSourceVolumes},
+    {{Flag::FadBal},        {kFadeBalanceAttribute}, PublishFade},
+    {{Flag::SubWGain},      {kSubWGainAttribute},    [](Cycle& c) { c.status.PublishSubWGain(c.speaker.SubWGain); }},
+    {{Flag::CenterGain},    {kCenterGainAttribute},  PublishCenterGain},
+    {{Flag::SrcGain},       {kSourceGainAttribute},  PublishSourceGain},
+    {{Flag::ListenPos},     {kListenPosAttribute},   [](Cycle& c) { c.status.PublishListenPos(c.speaker.ListenPos); }},
+    {{Flag::SRS},           {kSrsAttribute},         [](Cycle& c) { c.status.PublishSRS(c.speaker.SRS); }},
+    {{Flag::Loud},          {kLoudAttribute},        [](Cycle& c) { c.status.PublishLoud(c.speaker.Loud); }},
+    {kAlways,               {},                      [](Cycle& c) { c.audio = c.store.GetAudioData(); }},
+    {{Flag::DBB},           {kDbbAttribute},         [](Cycle& c) { c.status.PublishDBB(c.audio.DBB); }},
+    {{Flag::Subwoofer},     {kSubwooferAttribute},   PublishSubwoofer},
+    {{Flag::SpeakerMode},   {kSpeakerModeAttribute}, PublishSpeakerMode},
+    {{Flag::FrontFilter},   {kFrontFilterAttribute}, PublishFrontFilter},
+    {{Flag::RearFilter},    {kRearFilterAttribute},  PublishRearFilter},
+    {kAlways,               {},                      [](Cycle& c) { c.equaliser = c.store.GetEqTypeDate(); }},
+    {{EqFlag(0)},           {kEqTypeAttribute},      [](Cycle& c) { c.status.PublishEqType(c.equaliser.Type); }},
+    {{EqFlag(1)},           {},                      PublishCurve<0>},
+    {{EqFlag(2)},           {},                      PublishCurve<1>},
+    {{EqFlag(3)},           {},                      PublishCurve<2>},
+    {{EqFlag(4)},           {},                      PublishCurve<3>},
+    {{EqFlag(5)},           {},                      PublishCurve<4>},
+    {{EqFlag(6)},           {},                      PublishCurve<5>},
+    {{EqFlag(7)},           {},                      PublishCurve<6>},
+};
+// clang-format on
+
+constexpr bool HasStepForEachFlag() {
+    UpdateFlags missing = UpdateFlags::All().Without({Flag::FakePowerOff, EqFlag(kEqTypeCount + 1)});
+    for (const Step& step : kSteps) {
+        missing = missing.Without(step.flags);
+    }
+    return missing == UpdateFlags();
+}
+static_assert(HasStepForEachFlag(), "each flag is cleared by a step");
+
+constexpr bool HasOneStepForEachAttribute() {
+    for (int attribute = 0; attribute < kStatusAttributeCount; ++attribute) {
+        int steps = 0;
+        for (const Step& step : kSteps) {
+            steps += step.attributes.first == attribute || step.attributes.second == attribute ? 1 : 0;
+        }
+        if (steps != 1) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(HasOneStepForEachAttribute(), "each attribute is published by one step");
+
+bool IsDue(const Step& step, CEQData& store) {
+    if (step.flags == kAlways) {
+        return true;
+    }
+    return step.clear == Clear::kBefore ? store.TestAndClear(step.flags) : store.IsRaised(step.flags);
+}
+
+} // namespace
 
 void CEQMidController::UpdatePPS() {
-    UpdateGroup(&CEQData::GetUpdateAudioMixFlag, &CEQData::SetUpdateAudioMixFlag,
-                [this] { m_EQStatus.PublishAudioMix(m_EQData.GetAudioMixData()); });
-    UpdateGroup(&CEQData::GetUpdateALCFlag, &CEQData::SetUpdateALCFlag,
-                [this] { m_EQStatus.PublishALC(m_EQData.GetALCData()); });
-    UpdateGroup(&CEQData::GetUpdateAudioICFlag, &CEQData::SetUpdateAudioICFlag,
-                [this] { m_EQStatus.PublishAudioICStatus(m_EQData.GetAudioICStatus()); });
-    const tagSpeaker speaker = m_EQData.GetVolumeData();
-    UpdateVolumes(speaker);
-    UpdateSpeaker(speaker);
-    UpdateAudio();
-    UpdateEqualiser();
+    Cycle cycle{m_EQData, m_EQStatus, m_EQSetting, m_systemDevStatus, m_gpsStatus, m_bNaviVolEnabled, {}, {}, {}};
+    for (const Step& step : kSteps) {
+        if (!IsDue(step, m_EQData)) {
+            continue;
+        }
+        step.carryOut(cycle);
+        if (step.clear == Clear::kAfter) {
+            m_EQData.TestAndClear(step.flags);
+        }
+        m_publishedGroups.Add(step.flags);
+    }
     LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "end");
-}
-
-void CEQMidController::UpdateVolumes(const tagSpeaker& speaker) {
-    const T_SRC_VOL& volume = speaker.tSrcVol;
-    if (m_EQData.GetUpdateVolumeFlag() || m_EQData.GetUpdateSrcMuteFlag()) {
-        m_EQStatus.PublishVolume(volume.SrcVol[0], volume.Max, volume.SysMute, volume.SrcMute, volume.MaxPowerVol);
-        m_systemDevStatus.PublishVolumeStatus(volume.SysMute, volume.SrcVol[0]);
-        m_EQData.SetUpdateVolumeFlag(false);
-        m_EQData.SetUpdateSrcMuteFlag(false);
-        m_publishedGroups.Add(&CEQData::SetUpdateVolumeFlag);
-    }
-    if (m_EQData.GetUpdateLaunchVolumeFlag()) {
-        m_EQData.SetUpdateLaunchVolumeFlag(false);
-        SyncLaunch::ShowModule("zovolume", "null");
-    }
-    if (m_EQData.GetUpdateSrcVolFlag() || m_EQData.GetExtendUpdateFlag()) {
-        m_EQData.SetUpdateExtendFlag(false);
-        m_EQData.SetUpdateSrcVolFlag(false);
-        m_publishedGroups.Add(&CEQData::SetUpdateSrcVolFlag);
-        m_EQStatus.PublishAllVol(volume, speaker.tCarPlayVol);
-        if (m_EQData.GetVolumeScheme() == 1) {
-            m_bNaviVolEnabled = true;
-            m_gpsStatus.PublishNaviVol(volume.SrcVol[1], volume.Max);
-        }
-    }
-}
-
-void CEQMidController::UpdateSpeaker(const tagSpeaker& speaker) {
-    UpdateGroup(&CEQData::GetUpdateFadBalFlag, &CEQData::SetUpdateFadBalFlag, [this] {
-        const tagFadeBalance levels = m_EQData.GetFadeBalData();
-        m_EQStatus.PublishFadeBal(levels.FF, levels.FR, levels.BL, levels.BR);
-    });
-    UpdateGroup(&CEQData::GetUpdateSubWGainFlag, &CEQData::SetUpdateSubWGainFlag,
-                [&] { m_EQStatus.PublishSubWGain(speaker.SubWGain); });
-    UpdateGroup(&CEQData::GetUpdateCenterGainFlag, &CEQData::SetUpdateCenterGainFlag,
-                [&] { m_EQStatus.PublishCenterGain(speaker.CenterGain); });
-    UpdateGroup(&CEQData::GetUpdateSrcGainFlag, &CEQData::SetUpdateSrcGainFlag,
-                [this] { m_EQStatus.PublishSrcGain(m_EQData.GetSrcData()); });
-    UpdateGroup(&CEQData::GetUpdateListenPosFlag, &CEQData::SetUpdateListenPosFlag,
-                [&] { m_EQStatus.PublishListenPos(speaker.ListenPos); });
-    UpdateGroup(&CEQData::GetUpdateSRSFlag, &CEQData::SetUpdateSRSFlag, [&] { m_EQStatus.PublishSRS(speaker.SRS); });
-    UpdateGroup(&CEQData::GetUpdateLoudFlag, &CEQData::SetUpdateLoudFlag,
-                [&] { m_EQStatus.PublishLoud(speaker.Loud); });
-}
-
-void CEQMidController::UpdateAudio() {
-    const tagAudioData audio = m_EQData.GetAudioData();
-    UpdateGroup(&CEQData::GetUpdateDBBFlag, &CEQData::SetUpdateDBBFlag, [&] { m_EQStatus.PublishDBB(audio.DBB); });
-    UpdateGroup(&CEQData::GetUpdateSubwooferFlag, &CEQData::SetUpdateSubwooferFlag, [&] {
-        m_EQStatus.PublishSubwoofer(audio.Subwoofer.OnOff, audio.Subwoofer.Phase, audio.Subwoofer.Filter);
-    });
-    UpdateGroup(&CEQData::GetUpdateSpeakerModeFlag, &CEQData::SetUpdateSpeakerModeFlag,
-                [&] { m_EQStatus.PublishSpeakerMode(audio.SpeakerMode.Mode, audio.SpeakerMode.Channel); });
-    UpdateGroup(&CEQData::GetUpdateFrontFilterFlag, &CEQData::SetUpdateFrontFilterFlag,
-                [&] { m_EQStatus.PublishFrontFilter(audio.FrontFilter.OnOff, audio.FrontFilter.CutoffFreq); });
-    UpdateGroup(&CEQData::GetUpdateRearFilterFlag, &CEQData::SetUpdateRearFilterFlag,
-                [&] { m_EQStatus.PublishRearFilter(audio.RearFilter.OnOff, audio.RearFilter.CutoffFreq); });
-}
-
-/// EQ flag 0 belongs to the current EQ type, flag b to the curve of EQ type b - 1.
-void CEQMidController::UpdateEqualiser() {
-    const tagEQType equaliser = m_EQData.GetEqTypeDate();
-    if (m_EQData.GetUpdateEqFlagByBitID(0)) {
-        m_EQData.SetUpdateEqFlagByBitID(false, 0);
-        m_publishedGroups.AddEq(0);
-        m_EQStatus.PublishEqType(equaliser.Type);
-    }
-    for (unsigned char flag = 1; flag <= kEqTypeCount; ++flag) {
-        if (m_EQData.GetUpdateEqFlagByBitID(flag)) {
-            m_EQData.SetUpdateEqFlagByBitID(false, flag);
-            m_publishedGroups.AddEq(flag);
-            m_EQSetting.PublishEqSafByIndex(flag - 1, equaliser);
-        }
-    }
 }

@@ -21,7 +21,7 @@ std::string WithoutVolType(std::string line) {
 std::string Expected(const std::map<int, Payload>& records) {
     ReferenceModel reference(1);
     for (const auto& [group, payload] : records) {
-        reference.Take(137, static_cast<int>(payload.size()), payload);
+        reference.Receive(137, static_cast<int>(payload.size()), payload);
     }
     std::string text;
     for (const auto& [name, line] : reference.Lines()) {

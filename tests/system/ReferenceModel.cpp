@@ -44,7 +44,7 @@ void ReferenceModel::Set(const std::string& group, const Bytes& value) {
     }
 }
 
-void ReferenceModel::Take(int command, int packetSize, const Bytes& payload) {
+void ReferenceModel::Receive(int command, int packetSize, const Bytes& payload) {
     const int there = static_cast<int>(payload.size());
     if (there == 0 || packetSize < 0 || packetSize > there) {
         return;
@@ -255,27 +255,28 @@ void ReferenceModel::RaiseGroup(int group) {
     }
 }
 
-void ReferenceModel::PublishVolumes() {
-    const std::string mutes = ",\"system_mute\":" + Mute(m_sysMute) + ",\"source_mute\":" + Mute(m_srcMute) + "}";
-    const std::string maxima = ",\"max\":" + std::to_string(m_max) + ",\"max_power\":" + std::to_string(m_maxPower);
-    if (m_raised.count("volume") + m_raised.count("srcmute") > 0) {
-        Line("zovolume", "json:{\"current\":" + std::to_string(m_levels[0]) + maxima + mutes);
-        Line("[n]sysvolume", Number({m_sysMute == 1 ? 255 : m_levels[0]}));
+/// The members that the two volume attributes share.
+std::string ReferenceModel::Members() const {
+    return ",\"max\":" + std::to_string(m_max) + ",\"max_power\":" + std::to_string(m_maxPower) +
+           ",\"system_mute\":" + Mute(m_sysMute) + ",\"source_mute\":" + Mute(m_srcMute) + "}";
+}
+
+void ReferenceModel::PublishVolume() {
+    Line("zovolume", "json:{\"current\":" + std::to_string(m_levels[0]) + Members());
+    Line("[n]sysvolume", Number({m_sysMute == 1 ? 255 : m_levels[0]}), "dev_status");
+}
+
+void ReferenceModel::PublishSourceVolumes() {
+    Line("[n]zosrc_vol", "json:{\"vol_type\":" + std::to_string(m_volType) + ",\"val\":" + List(m_levels) + Members());
+    Line("[n]zoextra_vol",
+         "json:{\"vol_type\":" + std::to_string(m_extendedType) + ",\"val\":" + List(m_extended) + "}");
+    if (m_scheme == 1 && m_max != 0) {
+        Line("[n]navivolume", Number({m_levels[1] * 100 / m_max}), "gps_status");
     }
-    if (m_raised.count("srcvol") + m_raised.count("extend") > 0) {
-        Line("[n]zosrc_vol",
-             "json:{\"vol_type\":" + std::to_string(m_volType) + ",\"val\":" + List(m_levels) + maxima + mutes);
-        Line("[n]zoextra_vol",
-             "json:{\"vol_type\":" + std::to_string(m_extendedType) + ",\"val\":" + List(m_extended) + "}");
-        if (m_scheme == 1 && m_max != 0) {
-            Line("[n]navivolume", Number({m_levels[1] * 100 / m_max}));
-        }
-    }
-    m_launches += static_cast<int>(m_raised.count("launch"));
 }
 
 /// The value of the attribute that a group is published as; nothing where it can't be published.
-std::string ReferenceModel::Published(const std::string& group) {
+std::string ReferenceModel::ValueOf(const std::string& group) {
     static const std::map<std::string, std::vector<const char*>> kMembers{
         {"fade_balance", {"ff", "fr", "bl", "br"}},
         {"subwoofer", {"status", "phase", "filter"}},
@@ -287,9 +288,6 @@ std::string ReferenceModel::Published(const std::string& group) {
     }
     if (group.compare(0, 7, "eqtype_") == 0) {
         return PublishedCurve(m_curves[group[7] - '0']);
-    }
-    if (m_values.count(group) == 0) {
-        return ""; // the volumes
     }
     const Bytes& value = m_values[group];
     if (const auto members = kMembers.find(group); members != kMembers.end()) {
@@ -341,11 +339,48 @@ std::string ReferenceModel::PublishedCurve(Bytes curve) const {
 }
 
 void ReferenceModel::PublishRaised() {
-    PublishVolumes();
-    for (const std::string& group : m_raised) {
-        const std::string value = Published(group);
-        if (!value.empty()) {
-            Line(group[0] == '[' ? group : "zo" + group, value);
+    static const char* const kOrder[] = {"[n]zoaudiomix",
+                                         "alc",
+                                         "audio",
+                                         "volume",
+                                         "srcmute",
+                                         "launch",
+                                         "srcvol",
+                                         "extend",
+                                         "fade_balance",
+                                         "subwoofer_gain",
+                                         "center_gain",
+                                         "source_gain",
+                                         "listen_pos",
+                                         "srs",
+                                         "loud",
+                                         "dbb",
+                                         "subwoofer",
+                                         "speaker_mode",
+                                         "front_stereo_filter",
+                                         "rear_stereo_filter",
+                                         "eq_type",
+                                         "eqtype_0",
+                                         "eqtype_1",
+                                         "eqtype_2",
+                                         "eqtype_3",
+                                         "eqtype_4",
+                                         "eqtype_5",
+                                         "eqtype_6"};
+    for (const std::string group : kOrder) {
+        if (m_raised.count(group) == 0 || (group == "srcmute" && m_raised.count("volume") != 0) ||
+            (group == "extend" && m_raised.count("srcvol") != 0)) {
+            continue;
+        }
+        if (group == "volume" || group == "srcmute") {
+            PublishVolume();
+        } else if (group == "srcvol" || group == "extend") {
+            PublishSourceVolumes();
+        } else if (group == "launch") {
+            m_published["app-launcher"].push_back("req");
+        } else if (const std::string value = ValueOf(group); !value.empty()) {
+            const bool isCurve = group.compare(0, 7, "eqtype_") == 0;
+            Line(group[0] == '[' ? group : "zo" + group, value, isCurve ? "settings" : "status");
         }
     }
     m_raised.clear();

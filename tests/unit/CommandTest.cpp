@@ -1,37 +1,52 @@
+// What each command makes of a value: the fields of its record that differ from the stored ones, or its message.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <string>
+#include <sstream>
 
 #include "control/CEQControlPPSModule.h"
+#include "mcu/CEQMcuFile.h"
 #include "tests/support/CapturedLog.h"
+#include "tests/support/Records.h"
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
+using mcusim::Bytes;
 
-/// A byte as two digits, after @p before.
-std::string Hex(const char* before, unsigned char byte) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%s%02x", before, byte);
-    return text;
-}
+const Record kStored[] = {
+    VolumeAndFade(),
+    Record(LISTEN_POS).With("listen_pos", 1).With("srs", 1),
+    Record(AUDIO_SETTING)
+        .With("subwoofer", 1)
+        .With("phase", 180)
+        .With("filter", 2)
+        .With("mode", 1)
+        .With("channel", 3)
+        .With("front", 1)
+        .With("front_cutoff", 5)
+        .With("rear_cutoff", 2),
+    Record(ALC).With("alc", 255),
+    Record(EQ_EXPEND).With("ext0", 1).With("ext1", 2).With("ext2", 3).With("ext3", 4),
+};
 
-/// A payload's bytes. Of the records that the store fills, only those that differ from the state that the tests begin
-/// with, each after its place: "2=8d".
+/// The fields of a record that differ from the stored ones, such as "main=13*"; the bytes of any other payload.
 std::string Shown(const Bytes& payload) {
-    const Bytes records[] = {{0, 1, 10, 40, 20, 15, 8, 30, 0, 1, 2, 3, 4, 6, 7, 1}, {4, 0x16, 0x07, 0x2d}};
     std::string text;
-    for (const Bytes& stored : records) {
-        if (payload.size() == stored.size() && payload[0] == stored[0]) {
-            for (std::size_t i = 0; i < stored.size(); ++i) {
-                text += payload[i] == stored[i] ? "" : " " + std::to_string(i) + Hex("=", payload[i]);
-            }
-            return text.empty() ? "as stored" : text.substr(1);
+    for (const Record& stored : kStored) {
+        if (payload.size() != stored.FromType().size() || payload[0] != stored.Type()) {
+            continue;
         }
+        for (const RecordField& field : LayoutOf(stored.Type())->fields) {
+            const std::uint8_t content = payload[static_cast<std::size_t>(field.byte - kRecordTypeByte)];
+            const int value = field.ValueIn(content);
+            if (value != stored.Get(field.name) || field.IsMarked(content)) {
+                text.append(text.empty() ? "" : " ").append(field.name).append("=").append(std::to_string(value));
+                text += field.IsMarked(content) ? "*" : "";
+            }
+        }
+        return text.empty() ? "as stored" : text;
     }
-    for (const unsigned char byte : payload) {
-        text += Hex(text.empty() ? "" : " ", byte);
+    for (const std::uint8_t byte : payload) {
+        text.append(text.empty() ? "" : " ").append(std::to_string(byte));
     }
     return text;
 }
@@ -40,30 +55,22 @@ std::string Shown(const Bytes& payload) {
 class CommandTest : public testing::Test {
 protected:
     CommandTest() {
-        SetVolumes(0, 0);
-        m_data.SetAudioICStatus(1);
-        m_data.SetFadBalData({1, 2, 3, 4});
-        m_data.SetSubWGainData(6);
-        m_data.SetCenterGainData(7);
-        m_data.SetLoudData(1);
-        m_data.SetListenPosData(1);
-        m_data.SetSRSData(1);
-        m_data.SetSubwooferData({1, 180, 2});
-        m_data.SetSpeakerModeData({1, 3});
-        m_data.SetFrontFilterData({1, 5});
-        m_data.SetRearFilterData({0, 2});
+        m_data.SetVolumeScheme(1);
+        CEQMcuFile link(nullptr);
+        link.AttachData(&m_data);
+        for (const Record& record : kStored) {
+            const Bytes payload = record.Payload();
+            link.ParseRecDataPacket(payload.data(), static_cast<int>(payload.size()));
+        }
         m_control.AttachData(&m_data);
         TakeLog();
     }
 
-    void SetVolumes(std::uint8_t sysMute, std::uint8_t srcMute) {
-        tagSpeaker speaker;
-        speaker.tSrcVol = {0, 0, 40, sysMute, 0, srcMute, {10, 20, 15, 8}, 30};
-        for (std::uint8_t i = 0; i < kVolumeCount; ++i) {
-            speaker.tCarPlayVol.SrcVol[i] = static_cast<std::uint8_t>(i + 1);
-        }
+    void SetMutes(int sysMute, int srcMute) {
+        tagSpeaker speaker = m_data.GetVolumeData();
+        speaker.tSrcVol.SysMute = static_cast<std::uint8_t>(sysMute);
+        speaker.tSrcVol.SrcMute = static_cast<std::uint8_t>(srcMute);
         m_data.SetVolumeData(speaker);
-        m_data.SetCarplayVolumeData(speaker);
     }
 
     /// What an attribute comes to: its payload, or the error messages without tag.
@@ -107,24 +114,24 @@ protected:
 
 TEST_F(CommandTest, VolumeAndMute) {
     Expect({
-        {"zovolume::3", "2=8d"},
-        {"zovolume::-50", "2=80"},
-        {"zovolume::99999999999999999999", "2=a8"},
-        {"zovolume::2147483647", "2=a8"},
-        {"zovolume::-99999999999999999999", "2=80"},
-        {"zovolume:n: +2x", "2=8c"},
-        {"zovolume::loud", "2=8a"},
-        {"zomaxpower_vol::-5", "7=00"},
-        {R"(zosrc_vol:json:{"type":0,"val":11})", "2=0b"},
-        {R"(zosrc_vol:json:{"val":99,"type":1})", "4=28"},
-        {R"(zosrc_vol:json:{"type":2,"val":-3})", "5=00"},
-        {R"(zosrc_vol:json:{"type":5,"val":200})", "07 01 48 03 04"},
-        {R"(zosrc_vol:json:{"type":7,"val":-1})", "07 01 02 03 7f"},
+        {"zovolume::3", "main=13*"},
+        {"zovolume::-50", "main=0*"},
+        {"zovolume::99999999999999999999", "main=40*"},
+        {"zovolume::2147483647", "main=40*"},
+        {"zovolume::-99999999999999999999", "main=0*"},
+        {"zovolume:n: +2x", "main=12*"},
+        {"zovolume::loud", "main=10*"},
+        {"zomaxpower_vol::-5", "max_power=0"},
+        {R"(zosrc_vol:json:{"type":0,"val":11})", "main=11"},
+        {R"(zosrc_vol:json:{"val":99,"type":1})", "navi=40"},
+        {R"(zosrc_vol:json:{"type":2,"val":-3})", "call=0"},
+        {R"(zosrc_vol:json:{"type":5,"val":200})", "ext1=72"},
+        {R"(zosrc_vol:json:{"type":7,"val":-1})", "ext3=127"},
         {R"(zosrc_vol:json:{"type":8,"val":1})", "CEQControlPPSModule, unknown type : 8"},
         {R"(zosrc_vol:json:{"type":-1,"val":1})", "CEQControlPPSModule, unknown type : -1"},
         {R"(zosrc_vol:json:{"type":1})", "CEQControlPPSModule, pps_decoder_status() failed."},
         {R"(zosrc_vol::{"type":1,"val":1})", "Encoding isn't json, function return."},
-        {R"(zovolume_mute:json:{"mutetype":"system","mute":"unmute"})", "a0 00 00"},
+        {R"(zovolume_mute:json:{"mutetype":"system","mute":"unmute"})", "160 0 0"},
         {R"(zovolume_mute:json:{"mutetype":"x","mute":"mute"})", "Param error! type[x]."},
         {R"(zovolume_mute:json:{"mutetype":"x","mute":"y"})", "Param error! status[y]."},
         {R"(zovolume_mute:json:{"mutetype":"system"})", " pps_decoder_status() failed."},
@@ -145,7 +152,7 @@ TEST_F(CommandTest, SoundField) {
             }
             const bool isAccepted = value == std::string("24");
             EXPECT_EQ(Run("zofade_balance:json:{" + json + "}"),
-                      isAccepted ? "9=18 10=18 11=18 12=18" : "Fade balance's value is wrong(0~24)" + told);
+                      isAccepted ? "ff=24 fr=24 bl=24 br=24" : "Fade balance's value is wrong(0~24)" + told);
         }
     }
     Expect({
@@ -165,9 +172,9 @@ TEST_F(CommandTest, SourceGains) {
     const std::string length = " array's length in pps is wrong, pps length = ";
     Expect(
         {
-            {R"(json:{"count":2,"src":["btaudio","usb"],"gain":[5,12]})", "02 02 0d 05 03 0c"},
-            {R"(json:{"count":2,"src":["usb","usb"],"gain":[1,2]})", "02 02 03 01 03 02"},
-            {R"(json:{"count":0,"src":[],"gain":[]})", "02 00"},
+            {R"(json:{"count":2,"src":["btaudio","usb"],"gain":[5,12]})", "2 2 13 5 3 12"},
+            {R"(json:{"count":2,"src":["usb","usb"],"gain":[1,2]})", "2 2 3 1 3 2"},
+            {R"(json:{"count":0,"src":[],"gain":[]})", "2 0"},
             {R"(json:{"src":[],"gain":[]})", tag + "sourceCount(0~255):-1"},
             {R"(json:{"count":256})", tag + "sourceCount(0~255):256"},
             {R"(json:{"count":2,"src":["usb","sd","tv"],"gain":[1,2]})", tag + "src" + length + "3, source count: 2"},
@@ -194,62 +201,64 @@ TEST_F(CommandTest, SourceGains) {
         const std::string result =
             Run("zosource_gain:json:{\"count\":" + number + ",\"src\":[" + names + "],\"gain\":[" + gains + "]}");
         EXPECT_EQ(count == 124 ? result.substr(0, 5) : result,
-                  count == 124 ? "02 7c" : tag + number + " sources don't fit a packet, at most 124");
+                  count == 124 ? "2 124" : tag + number + " sources don't fit a packet, at most 124");
     }
 }
 
 TEST_F(CommandTest, SwitchesAndFilters) {
     const std::string tag = "CEQControlPPSModule, ";
     Expect({
-        {"zoloud::off", "15=00"},
+        {"zoloud::off", "loud=0"},
         {"zoloud::On", "Unknown loud state:On"},
-        {"zodbb::on", "1=17"},
+        {"zodbb::on", "dbb=1"},
         {"zodbb::", "Unknown DBB state:"},
-        {R"(zosubwoofer:json:{"status":"off","phase":0,"filter":4})", "1=20"},
-        {R"(zosubwoofer:json:{"status":"on","phase":180,"filter":0})", "1=06"},
+        {R"(zosubwoofer:json:{"status":"off","phase":0,"filter":4})", "subwoofer=0 phase=0 filter=4"},
+        {R"(zosubwoofer:json:{"status":"on","phase":180,"filter":0})", "filter=0"},
         {R"(zosubwoofer:json:{"status":"ON","phase":90,"filter":5})", tag + "Unknown subwoofer state:ON"},
         {R"(zosubwoofer:json:{"status":"on","phase":90,"filter":5})", tag + "Unknown sub phase:90"},
         {R"(zosubwoofer:json:{"status":"on","phase":180,"filter":5})", tag + "Unknown sub filter:5"},
         {R"(zosubwoofer:json:{"status":"on","phase":180,"filter":-1})", tag + "Unknown sub filter:-1"},
         {R"(zosubwoofer:json:{"status":"on","phase":180})", " pps_decoder_status() failed."},
-        {R"(zospeaker_mode:json:{"mode":0,"channel":4})", "2=08"},
+        {R"(zospeaker_mode:json:{"mode":0,"channel":4})", "mode=0 channel=4"},
         {R"(zospeaker_mode:json:{"mode":2,"channel":5})", "Unknown mode(0 0r 1):2"},
         {R"(zospeaker_mode:json:{"mode":-1,"channel":1})", "Unknown mode(0 0r 1):-1"},
         {R"(zospeaker_mode:json:{"mode":1,"channel":5})", "Unknown channel(0 ~ 4):5"},
         {R"(zospeaker_mode:json:{"mode":1,"channel":-1})", "Unknown channel(0 ~ 4):-1"},
         {R"(zospeaker_mode:json:{"mode":1,"channel":1.5})", " pps_decoder_status() failed."},
-        {R"(zofront_stereo_filter:json:{"status":"off","cutoff_freq":7})", "3=27"},
+        {R"(zofront_stereo_filter:json:{"status":"off","cutoff_freq":7})", "front=0 front_cutoff=7"},
         {R"(zofront_stereo_filter:json:{"status":"x","cutoff_freq":8})", tag + "Unknown frontFilterState:x"},
         {R"(zofront_stereo_filter:json:{"status":"on","cutoff_freq":8})", tag + "Unkown freq from pps:8"},
         {R"(zofront_stereo_filter:json:{"status":1,"cutoff_freq":8})", "pps_decoder_status() failed."},
-        {R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":7})", "3=fd"},
+        {R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":7})", "rear=1 rear_cutoff=7"},
         {R"(zorear_stereo_filter:json:{"status":"x","cutoff_freq":8})", tag + "Unknown rearFilterState:x"},
         {R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":-1})", tag + "Unkown freq from pps:-1"},
         {"zorear_stereo_filter:json:{}", " pps_decoder_status() failed."},
         {"zorear_stereo_filter::on", "EncodingIsJson isn't json"},
         {"zospeaker_mode:json:1", "CEQControlPPSModule, pps_decoder_push return 2"},
         {"zosubwoofer:json:{", "CEQControlPPSModule, pps_decoder_parse_json_str return 5"},
-        {"zoaudiomix::off", "00"},
+        {"zoaudiomix::off", "0"},
         {"zoaudiomix::mix", "Unknown mix status:mix"},
     });
 }
 
 TEST_F(CommandTest, StoredMutesAreCheckedWhereTheRecordCarriesThem) {
-    SetVolumes(1, 1);
-    Expect({{"zovolume::0", "2=8a 8=02"}, {"zomaxpower_vol::30", "8=02"}, {"zoloud::on", "8=03"}});
+    SetMutes(1, 1);
+    Expect({{"zovolume::0", "main=10* source_mute=1"},
+            {"zomaxpower_vol::30", "source_mute=1"},
+            {"zoloud::on", "system_mute=1 source_mute=1"}});
     for (const auto& [sysMute, srcMute] : {std::pair(2, 3), std::pair(1, 2)}) {
-        SetVolumes(static_cast<std::uint8_t>(sysMute), static_cast<std::uint8_t>(srcMute));
+        SetMutes(sysMute, srcMute);
         const std::string mute = sysMute > 1 ? "systemMute:2" : "sourceMute:2";
         Expect({
             {R"(zosrc_vol:json:{"type":0,"val":1})", "Param error,function return, " + mute},
             {R"(zosrc_vol:json:{"type":9,"val":1})", "CEQControlPPSModule, unknown type : 9"},
-            {R"(zosrc_vol:json:{"type":4,"val":9})", "07 09 02 03 04"},
+            {R"(zosrc_vol:json:{"type":4,"val":9})", "ext0=9"},
             {"zofade_balance:json:no json", "Function return, " + mute},
             {"zocenter_gain::99", "Param error,function return, " + mute},
             {"zosubwoofer_gain::999", "Param error,function return. " + mute},
             {"zoloud::loud", "Unknown loud state:loud"},
             {"zoloud::on", std::string("Param error,") + (sysMute > 1 ? " " : "") + mute},
-            {"zolisten_pos::1", "03 01 01"},
+            {"zolisten_pos::1", "as stored"},
         });
     }
 }
@@ -262,7 +271,7 @@ TEST_F(CommandTest, AStoredPhaseThatCannotBeSentIsRefusedUnlessItIsReplaced) {
         {R"(zospeaker_mode:json:{"mode":1,"channel":1})", "CEQControlPPSModule, " + message},
         {R"(zofront_stereo_filter:json:{"status":"on","cutoff_freq":1})", message},
         {R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":1})", "CEQControlPPSModule, " + message},
-        {R"(zosubwoofer:json:{"status":"on","phase":0,"filter":0})", "1=02"},
+        {R"(zosubwoofer:json:{"status":"on","phase":0,"filter":0})", "phase=0 filter=0"},
     });
 }
 
@@ -303,14 +312,16 @@ TEST_F(CommandTest, PreconditionsAreCheckedInTheHandlersOrder) {
                    "Param error! szValue is NULL.", store, store},
                   {"zomaxpower_vol ", "", module, module}};
     CEQControlPPSModule bare(nullptr);
+    std::size_t commands = 0;
     for (const auto& [names, noValue, noStore, neither] : groups) {
-        for (std::size_t at = 0; at < names.size(); at = names.find(' ', at) + 1) {
-            const std::string name = names.substr(at, names.find(' ', at) - at);
+        std::istringstream words(names);
+        for (std::string name; words >> name; ++commands) {
             EXPECT_EQ(Run(m_control, name, nullptr), noValue) << name;
             EXPECT_EQ(Run(bare, name, "1"), noStore) << name;
             EXPECT_EQ(Run(bare, name, nullptr), neither) << name;
         }
     }
+    EXPECT_EQ(commands, CEQControlPPSModule::CommandNames().size());
 }
 
 std::string Curve(const std::string& type, const std::string& freqs = "1,4,7,10,13",
@@ -321,16 +332,15 @@ std::string Curve(const std::string& type, const std::string& freqs = "1,4,7,10,
 
 TEST_F(CommandTest, ACurveReplacesTheSelectedOneAmongTheStored) {
     m_data.SetEqDataByIndex(2, {{9, 2, 0, 1.5}, {9, 5, 0, 2.0}, {9, 8, 0, 0.75}, {9, 11, 0, 1.25}, {9, 14, 0, 0.33}});
-    const std::string zeros = "00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 ";
-    const std::string stored = "09 02 03 09 05 04 09 08 00 09 0b 02 09 0e 00 ";
-    EXPECT_EQ(Run(Curve("type_3", "0,5,7,11,12", "-3,300,255,0,-256", "1.5,2,0.75,1.25,2.0")) + " ",
-              "01 00 03 " + zeros + zeros + stored + "fd 00 03 2c 05 04 ff 07 00 00 0b 02 00 0c 04 " + zeros + zeros +
-                  zeros);
+    const std::string zeros = " 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0";
+    EXPECT_EQ(Run(Curve("type_3", "0,5,7,11,12", "-3,300,255,0,-256", "1.5,2,0.75,1.25,2.0")),
+              "1 0 3" + zeros + zeros + " 9 2 3 9 5 4 9 8 0 9 11 2 9 14 0 253 0 3 44 5 4 255 7 0 0 11 2 0 12 4" +
+                  zeros + zeros + zeros);
     const std::string none = "CEQControlPPSModule, the MCU has no eq type:type_";
     m_data.SetEqTypeNumData(0);
     EXPECT_EQ(Run(Curve("type_0")), none + "0, number of types:0");
     m_data.SetEqTypeNumData(1);
-    EXPECT_EQ(Run(Curve("type_0")), "01 00 00 01 01 01 02 04 01 03 07 01 04 0a 01 05 0d 01");
+    EXPECT_EQ(Run(Curve("type_0")), "1 0 0 1 1 1 2 4 1 3 7 1 4 10 1 5 13 1");
     EXPECT_EQ(Run(Curve("type_1")), none + "1, number of types:1");
 }
 

@@ -1,0 +1,153 @@
+// What each packet of the MCU publishes, line by line and in its order, and nothing besides: reports that show one rule
+// each, then random ones, valid and invalid. TLG_RANDOM_REPORTS in the environment says how many.
+#include <cstdlib>
+
+#include "platform/pps/Line.h"
+#include "tests/support/Chain.h"
+#include "tests/support/FakeMcu.h"
+#include "tests/support/Records.h"
+#include "tests/system/ReferenceModel.h"
+#include "tools/mcusim/RandomReports.h"
+
+namespace {
+
+class PublicationTest : public testing::TestWithParam<int> {
+protected:
+    PublicationTest() {
+        m_chain.root.WriteFile("/zoapps/etc/volume.conf", "scheme=" + std::to_string(GetParam()) + ";");
+        for (const char* path : {kStatus, "/pps/tolvyn/eq/settings", "/pps/tolvyn/system/dev_status", kNavigation,
+                                 "/pps/services/app-launcher"}) {
+            const std::string name = std::string(path).substr(std::string(path).rfind('/') + 1);
+            m_watchers.emplace(name, std::string(path) + "?delta").first->second.Read();
+        }
+        m_chain.service = std::make_unique<Process>("melvane");
+        EXPECT_TRUE(m_mcu.Accept());
+        for (const RecordLayout& layout : kRecordLayouts) {
+            EXPECT_EQ(m_mcu.Receive().payload, (FakeMcu::Bytes{kQueryCommand, layout.type}));
+        }
+    }
+
+    void Send(const FakeMcu::Bytes& packet) {
+        m_mcu.SendBlock(packet);
+        mcusim::Packet sent;
+        if (mcusim::ParsePacket(mcusim::View(packet), sent)) {
+            m_reference.Receive(sent.header.Cmd, sent.header.PacketSize, {sent.payload.begin(), sent.payload.end()});
+        }
+    }
+    void Report(const FakeMcu::Bytes& payload) { Send(mcusim::MakePacket(payload, 0)); }
+
+    /// Waits until as many lines were published as must be, and compares them. One too many shows in the next call.
+    void Compare(const std::string& after) {
+        for (auto& [object, watcher] : m_watchers) {
+            const auto found = m_reference.Published().find(object);
+            const std::size_t due = found == m_reference.Published().end() ? 0 : found->second.size();
+            std::vector<std::string>& seen = m_seen[object];
+            for (std::string packet = "-"; seen.size() < due && !packet.empty();) {
+                packet = watcher.Read();
+                for (std::string_view text = packet; !text.empty();) {
+                    const std::string_view line = pps::TakeLine(text);
+                    if (line[0] != '@') {
+                        seen.emplace_back(line.substr(0, 4) == "req:" ? "req" : line);
+                    }
+                }
+            }
+            ASSERT_TRUE(due == 0 || seen == found->second) << object << " after " << after << ", the last of "
+                                                           << seen.size() << ": " << (seen.empty() ? "" : seen.back());
+        }
+    }
+
+    Chain m_chain;
+    FakeMcu m_mcu;
+    std::map<std::string, PpsObjectClient> m_watchers; // by the object's name
+    std::map<std::string, std::vector<std::string>> m_seen;
+    ReferenceModel m_reference{GetParam()};
+};
+
+/// Each differs from the one before in one thing.
+std::vector<FakeMcu::Bytes> OneChangeEach() {
+    std::vector<FakeMcu::Bytes> reports;
+    Record volumes = VolumeAndFade();
+    const auto add = [&reports](const Record& record) { reports.push_back(record.Payload()); };
+    add(volumes);
+    add(volumes);
+    for (const auto& [name, value] :
+         {std::pair("ic", 0), std::pair("max_power", 31), std::pair("source_mute", 1), std::pair("system_mute", 1),
+          std::pair("system_mute", 0), std::pair("max", 41), std::pair("navi", 21), std::pair("br", 9),
+          std::pair("subwoofer_gain", 9), std::pair("center_gain", 9), std::pair("loud", 0)}) {
+        add(volumes.With(name, value));
+    }
+    for (const char* marked : {"main", "navi", "navi", "call", "voice"}) {
+        add(Record(volumes).Marked(marked));
+    }
+    add(volumes);
+    for (const char* marked : {"ext0", "ext3"}) {
+        add(Record(EQ_EXPEND).With("ext1", 2));
+        add(Record(EQ_EXPEND).With("ext1", 2).Marked(marked));
+    }
+    for (const auto& [name, value] : {std::pair("dbb", 1), std::pair("phase", 180), std::pair("channel", 2),
+                                      std::pair("front", 1), std::pair("rear", 1)}) {
+        add(Record(AUDIO_SETTING).With(name, value));
+    }
+    Record curves = Curves();
+    add(curves);
+    add(curves.With("type", 6));
+    for (int type = 0; type < kEqTypeCount; ++type) {
+        add(curves.With("gain" + std::to_string(kEqBandCount * type), 9));
+    }
+    for (const auto& sources : {Sources({{3, 5}, {4, 6}}), Sources({{4, 6}, {3, 5}}), Sources({{3, 5}, {4, 7}}),
+                                Sources({{3, 5}, {9, 7}}), Sources({{3, 5}}), Sources({}), Sources({{99, 1}})}) {
+        add(sources);
+    }
+    for (const RecordLayout& layout : kRecordLayouts) {
+        reports.push_back(Record(layout.type).Payload(kQueryAnswer));
+    }
+    reports.push_back(curves.With("type", 9).Payload(kQueryAnswer));
+    return reports;
+}
+
+TEST_P(PublicationTest, EachPacketPublishesWhatTheRulesSay) {
+    int number = 0;
+    for (const FakeMcu::Bytes& report : OneChangeEach()) {
+        Report(report);
+        ASSERT_NO_FATAL_FAILURE(Compare("report " + std::to_string(number++)));
+    }
+    const char* wanted = std::getenv("TLG_RANDOM_REPORTS");
+    const int count = wanted == nullptr ? 3000 : std::stoi(wanted);
+    mcusim::RandomReports random(static_cast<std::uint32_t>(1000 + GetParam()));
+    constexpr int kBatch = 25;
+    for (int i = 0; i < count; i += kBatch) {
+        for (int j = 0; j < kBatch; ++j) {
+            Send(random.Next());
+        }
+        ASSERT_NO_FATAL_FAILURE(Compare("random report " + std::to_string(i)));
+    }
+    // Something of every object, after which nothing too much can be left.
+    Report(VolumeAndFade().With("navi", 1).Marked("main").Payload());
+    Report(Curves().Payload(kQueryAnswer));
+    Compare("the last report");
+    m_chain.StopService();
+}
+
+TEST_P(PublicationTest, AfterAFakePowerOffTheFirstSystemMuteIsNoChange) {
+    Report(VolumeAndFade().Payload());
+    int mute = 1;
+    std::size_t written = 0;
+    for (const auto& [word, isNewFake] :
+         {std::pair("off", false), std::pair("fakepowerOff", true), std::pair("fakepowerOff", false),
+          std::pair("off", false), std::pair("fakepowerOff", true)}) {
+        ASSERT_TRUE(WriteObject("/pps/tolvyn/system/poweron_status", std::string("zopoweroff::") + word));
+        ASSERT_TRUE(m_chain.service->WaitFor("cmdVector.empty():", ++written));
+        if (isNewFake) {
+            m_reference.FakePowerOff();
+        }
+        Report(VolumeAndFade().With("system_mute", mute).Payload());
+        ASSERT_NO_FATAL_FAILURE(Compare(word));
+        mute ^= 1;
+    }
+    ASSERT_TRUE(WriteObject(kControl, "zoalc::9"));
+    EXPECT_EQ(m_mcu.Receive().payload[kRecordTypeByte], ALC) << "power changes sent nothing";
+}
+
+INSTANTIATE_TEST_SUITE_P(Schemes, PublicationTest, testing::Values(0, 1));
+
+} // namespace

@@ -120,7 +120,7 @@ inline constexpr RecordField kListenPosFields[] = {
 inline constexpr RecordField kAudioSettingFields[] = {
     {"dbb",             3, Bits(0),    kSwitch,                 STORED(audio.DBB),             "1: bass boost on"},
     {"subwoofer",       3, Bits(1),    kSwitch,                 STORED(audio.Subwoofer.OnOff), "1: subwoofer on"},
-    {"phase",           3, Bits(2, 1, kReversedPhase), {0, kReversedPhase},     STORED(audio.Subwoofer.Phase), "degrees"},
+    {"phase",           3, Bits(2, 1, kReversedPhase), {0, kReversedPhase},     STORED(audio.Subwoofer.Phase), "subwoofer phase, degrees"},
     {"filter",          3, Bits(3, 3), {0, kMaxSubwooferFilter}, STORED(audio.Subwoofer.Filter), "subwoofer filter"},
     {"mode",            4, Bits(0),    kSwitch,                 STORED(audio.SpeakerMode.Mode), "speaker mode"},
     {"channel",         4, Bits(1, 3), {0, kMaxSpeakerChannel}, STORED(audio.SpeakerMode.Channel), "speaker channel"},
@@ -135,10 +135,10 @@ inline constexpr RecordField kAlcFields[] = {
 };
 
 inline constexpr RecordField kExtendedVolumeFields[] = {
-    {"ext0",            3, kVolume,    kLevel,                  STORED(speaker.tCarPlayVol.SrcVol[0]), "extended 0"},
-    {"ext1",            4, kVolume,    kLevel,                  STORED(speaker.tCarPlayVol.SrcVol[1]), "extended 1"},
-    {"ext2",            5, kVolume,    kLevel,                  STORED(speaker.tCarPlayVol.SrcVol[2]), "extended 2"},
-    {"ext3",            6, kVolume,    kLevel,                  STORED(speaker.tCarPlayVol.SrcVol[3]), "extended 3"},
+    {"ext0",            3, kVolume,    kLevel,                  STORED(speaker.tCarPlayVol.SrcVol[0]), "extended volume 0"},
+    {"ext1",            4, kVolume,    kLevel,                  STORED(speaker.tCarPlayVol.SrcVol[1]), "extended volume 1"},
+    {"ext2",            5, kVolume,    kLevel,                  STORED(speaker.tCarPlayVol.SrcVol[2]), "extended volume 2"},
+    {"ext3",            6, kVolume,    kLevel,                  STORED(speaker.tCarPlayVol.SrcVol[3]), "extended volume 3"},
 };
 
 #undef STORED

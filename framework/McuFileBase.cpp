@@ -10,9 +10,9 @@ void McuFileBase::OnDataChange(unsigned char* data, int length) {
     m_receiver->OnRecvData(data, length);
 }
 
-void McuFileBase::PacketHeader(PacketHeader_s& header, int command, int reply, int third, int fourth, int fifth,
+void McuFileBase::PacketHeader(PacketHeader_s& header, int command, int reply, int report, int fixed0, int fixed1,
                                int payloadLength, int packetNumber) {
-    header = {payloadLength, command, reply, third, fourth, fifth, packetNumber};
+    header = {payloadLength, command, reply, report, {fixed0, fixed1}, packetNumber};
 }
 
 bool McuFileBase::SendToSpiDev(const unsigned char* data, int length) const {

@@ -20,7 +20,7 @@ public:
 
     /// Fills a header: the first value is the command id, the second to fifth go to the four middle
     /// fields in their order, the sixth is the payload length, the seventh the packet number.
-    void PacketHeader(PacketHeader_s& header, int command, int reply, int third, int fourth, int fifth,
+    void PacketHeader(PacketHeader_s& header, int command, int reply, int report, int fixed0, int fixed1,
                       int payloadLength, int packetNumber);
 
     /// Writes @p length bytes, one packet, to the device, or keeps them, after those that wait already, until the

@@ -4,9 +4,8 @@
 //   0 to 3     PacketSize   payload length in bytes, header not included
 //   4 to 7     Cmd          command id, repeated in payload byte 0
 //   8 to 11    Reply        command id with which the receiver answers
-//   12 to 15   Third        0 (138 for key commands)
-//   16 to 19   Fourth       200
-//   20 to 23   Fifth        3
+//   12 to 15   Report       138 for key commands, which a report follows; otherwise 0
+//   16 to 23   Fixed        always 200, then 3
 //   24 to 27   PacketNo     1 and up; 0 for packets that are not numbered
 //   28 onward  payload      PacketSize bytes, at most 252
 #ifndef TLG_FRAMEWORK_MCUPACKET_H
@@ -20,9 +19,8 @@ struct PacketHeader_s {
     std::int32_t PacketSize;
     std::int32_t Cmd;
     std::int32_t Reply;
-    std::int32_t Third;
-    std::int32_t Fourth;
-    std::int32_t Fifth;
+    std::int32_t Report;
+    std::int32_t Fixed[2];
     std::int32_t PacketNo;
 };
 

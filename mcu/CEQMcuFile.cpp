@@ -1,12 +1,10 @@
 // Frames and transactions; the records in them are decoded in the files beside this one.
 //
-//   command             payload         reply  third  numbered  kept pending
-//   8   control         8, 2, data      136    0      yes       yes
-//   50  audio mixing    50, data        178    0      yes       yes
-//   12  key             12, data        140    138    no        no
-//   9   query           9, group        137    0      no        no
-//
-// The fourth and the fifth header value are always 200 and 3.
+//   command             payload         reply  report  numbered  kept pending
+//   8   control         8, 2, data      136    0       yes       yes
+//   50  audio mixing    50, data        178    0       yes       yes
+//   12  key             12, data        140    138     no        no
+//   9   query           9, group        137    0       no        no
 #include "mcu/CEQMcuFile.h"
 
 #include <algorithm>
@@ -26,7 +24,7 @@ using TLG::ZOCAR::SendPacket_s;
 struct CEQMcuFile::Framing {
     McuCommand command;
     McuCommand reply;
-    int third;
+    int report;
 };
 
 /// Holds the link for a scope.
@@ -57,7 +55,7 @@ bool CEQMcuFile::FitsFrame(const std::vector<unsigned char>& data, std::size_t l
 void CEQMcuFile::FillFrame(const Framing& framing, std::initializer_list<unsigned char> lead,
                            const std::vector<unsigned char>& data, std::int32_t number) {
     std::copy(data.begin(), data.end(), std::copy(lead.begin(), lead.end(), m_SendBuf.Payload));
-    PacketHeader(m_SendBuf.Header, framing.command, framing.reply, framing.third, 200, 3,
+    PacketHeader(m_SendBuf.Header, framing.command, framing.reply, framing.report, 200, 3,
                  static_cast<int>(lead.size() + data.size()), number);
 }
 

@@ -75,11 +75,11 @@ public:
     /// Always stores; raises no flag.
     void SetVolumeScheme(int scheme);
 
-    /// Takes over a volume block report: ChangeStatus, VolType, Max, SysMute, SrcMute, the levels and
-    /// MaxPowerVol of its tSrcVol. Raises Volume, SrcMute, LaunchVolume and SrcVol as far as due.
+    /// Stores a volume block report: ChangeStatus, VolType, Max, SysMute, SrcMute, the levels and
+    /// MaxPowerVol of its tSrcVol. Raises Volume, SrcMute, LaunchVolume and SrcVol by the rules of VolumeRules.cpp.
     void SetVolumeData(const tagSpeaker& speaker);
-    /// Takes over an extended volume report: ChangeStatus, VolType and the levels of its tCarPlayVol.
-    /// Raises Volume, ExtendUpdate and LaunchVolume as far as due.
+    /// Stores an extended volume report: ChangeStatus, VolType and the levels of its tCarPlayVol.
+    /// Raises Volume, Extend and LaunchVolume by the same rules.
     void SetCarplayVolumeData(const tagSpeaker& speaker);
     /// Lets the next volume report's system mute count as the first one, which signals no launcher.
     void InitSysMuteStatus();

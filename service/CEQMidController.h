@@ -16,7 +16,7 @@
 /// The centre of the service: owns every file and the settings store, opens and registers them, and routes
 /// every event: PPS changes to commands for the MCU, MCU data through the store to the status objects.
 ///
-/// Its parts stand in files of their own: the update cycle in StatusUpdate.cpp, what follows the return of a peer in
+/// Two parts have files of their own: the update cycle StatusUpdate.cpp, and what follows the return of a peer
 /// PeerReturn.cpp.
 ///
 /// Init, Start, Stop and Close are called by the thread that runs the service, the callbacks by the

@@ -1,6 +1,6 @@
-// What the controller does when a peer is there again: it asks the MCU for its settings, and lets commands wait until
-// they are known; it publishes again what a PPS server that restarted, took no writes for a while, or was told by
-// somebody to delete or empty an object, does not have.
+// What the controller does when a peer is there again. It asks the MCU for its settings, and lets commands wait until
+// they are known. It publishes again what the PPS server lacks: after the server's restart, after a time in which it
+// took no writes, and after somebody deleted or emptied an object.
 #include <algorithm>
 
 #include "framework/LogBase.h"
@@ -20,8 +20,8 @@ void CEQMidController::HoldCommands() {
     if (m_bNaviVolEnabled) {
         HoldInput(m_gpsStatus.GetKey());
     } else {
-        // What the object holds from before the first volumes is no request and must be ignored, so it comes before
-        // them; what is written to it from now on waits.
+        // What the object holds already is no request. It is read before the first volumes, while requests are still
+        // ignored; what is written from now on waits.
         HoldInputAfterBlock(m_gpsStatus.GetKey());
     }
 }

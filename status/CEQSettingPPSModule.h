@@ -11,7 +11,7 @@ public:
     explicit CEQSettingPPSModule(TLG::ZOCAR::IPPSOnChange* callback);
 
     /// Publishes the curve of one EQ type.
-    /// @param index 0 to 6; any other is logged and written nothing of
+    /// @param index 0 to 6; any other is logged, and nothing is written
     /// @return 0 for a rejected index and a failed write, otherwise 1
     int PublishEqSafByIndex(int index, tagEQType eq);
 

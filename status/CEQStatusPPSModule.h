@@ -11,8 +11,8 @@ class StructuredWrite;
 /// writes the attribute that it owns whole, in one write.
 ///
 /// The controller owns it; the update cycle calls it, on the multiplexer's thread. It keeps no state.
-/// A publisher returns 0 when it rejected an argument, which it then has logged and written nothing of,
-/// or when the write failed; otherwise 1.
+/// A publisher that rejects an argument logs that, writes nothing and returns 0. It returns 0 as well when
+/// the write failed, and otherwise 1.
 class CEQStatusPPSModule : public TLG::ZOCAR::PPSFileBase {
 public:
     explicit CEQStatusPPSModule(TLG::ZOCAR::IPPSOnChange* callback);

@@ -81,7 +81,7 @@ std::string DescribePayload(const PacketHeader_s& header, const Bytes& payload) 
 
 Bytes MakePacket(const Bytes& payload, std::int32_t number) {
     const PacketHeader_s header{
-        static_cast<std::int32_t>(payload.size()), payload.empty() ? 0 : payload[0], 0, 0, 200, 3, number};
+        static_cast<std::int32_t>(payload.size()), payload.empty() ? 0 : payload[0], 0, 0, {200, 3}, number};
     Bytes packet(sizeof header + payload.size());
     std::memcpy(packet.data(), &header, sizeof header);
     std::copy(payload.begin(), payload.end(), packet.begin() + sizeof header);
@@ -104,8 +104,8 @@ std::string Describe(const Packet& packet) {
     std::string text = "no=" + std::to_string(packet.header.PacketNo);
     text += " size=" + std::to_string(packet.header.PacketSize);
     text += " cmd=" + std::to_string(packet.header.Cmd);
-    text += " reply=" + std::to_string(packet.header.Reply) + "," + std::to_string(packet.header.Third) + "," +
-            std::to_string(packet.header.Fourth) + "," + std::to_string(packet.header.Fifth) + " ";
+    text += " reply=" + std::to_string(packet.header.Reply) + "," + std::to_string(packet.header.Report) + "," +
+            std::to_string(packet.header.Fixed[0]) + "," + std::to_string(packet.header.Fixed[1]) + " ";
     text += DescribePayload(packet.header, packet.payload) + " [";
     static constexpr char kDigits[] = "0123456789abcdef";
     for (std::size_t i = 0; i < packet.payload.size(); ++i) {

@@ -66,7 +66,7 @@ class Commands:
 
     def follow(self, process, limit_of):
         """Whether it closed its output in time, and the last lines of it."""
-        lines, rest, end = collections.deque(maxlen=50), b"", time.monotonic() + limit_of(None)
+        lines, rest, end = collections.deque(maxlen=1000), b"", time.monotonic() + limit_of(None)
         with selectors.DefaultSelector() as selector:
             selector.register(process.stdout, selectors.EVENT_READ)
             while time.monotonic() < end and selector.select(max(0, end - time.monotonic())):

@@ -85,19 +85,27 @@ class Worker:
                        for suite in suites for test in suite["testsuite"]}
             self.tests.seconds.update(seconds)
         self.tests.chain = list(seconds)
+        for name in self.programs:
+            if name.startswith("fuzz_"):
+                self.need(self.programs[name], self.corpus(name))
 
     def google_test(self, name, *options):
         """The test that fails, or None."""
         command = [self.programs[name], "--gtest_fail_fast", *options]
         succeeded, lines = self.commands.run(command, self.temporary, self.env, self.tests.limit)
+        if succeeded:
+            return None
+        named = re.findall(r"^\[  FAILED  \] (\w\S*?),? ", "\n".join(lines) + " ", re.M)
         begun = [line.split()[3] for line in lines if line.startswith("[ RUN ")]
-        return None if succeeded else begun[-1] if begun else name
+        return named[0] if named else f"{begun[-1]}, which does not end well" if begun else name
+
+    def corpus(self, fuzzer):
+        return self.source / "fuzz/corpus" / fuzzer.replace("fuzz_", "", 1)
 
     def corpus_failure(self):
         """The fuzzer that fails on its corpus, or None."""
-        for name in self.programs:
-            corpus = self.source / "fuzz/corpus" / name.replace("fuzz_", "", 1)
-            if corpus.is_dir() and self.is_changed(name) and not self.run(self.programs[name], corpus, seconds=10)[0]:
+        for name in filter(self.is_changed, self.programs):
+            if name.startswith("fuzz_") and not self.run(self.programs[name], self.corpus(name), seconds=10)[0]:
                 return name
         return None
 

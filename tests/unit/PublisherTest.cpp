@@ -21,6 +21,8 @@ protected:
     LocalServer m_server;
     PpsObjectClient m_watcher;
     CEQStatusPPSModule m_status{nullptr};
+    CEQSettingPPSModule m_settings{nullptr};
+    SystemDevStatusPPSModule m_device{nullptr};
 };
 
 // What the update cycle publishes is compared by the system tests; here is what that cycle does not show.
@@ -64,6 +66,13 @@ TEST_F(PublisherTest, WritesNothingOfARejectedCode) {
         {m_status.PublishAudioICStatus(2),
          "[PublishAudioICStatus]-CEQStatusPPSModule, unknown audioStatus( 0 or 1): 2"},
         {m_status.PublishSrcGain(sources), "[PublishSrcGain]-CEQStatusPPSModule, unknown src ID: 32"},
+        {m_settings.PublishEqSafByIndex(7, {}),
+         "[PublishEqSafByIndex]-CEQModule::UpdateEqSafByIndex(): unknown index(type_0,type_1,...) 7"},
+        {m_settings.PublishEqSafByIndex(-1, {}),
+         "[PublishEqSafByIndex]-CEQModule::UpdateEqSafByIndex(): unknown index(type_0,type_1,...) -1"},
+        {m_device.PublishVolumeStatus(2, 3),
+         "[PublishVolumeStatus]-SystemDevStatusPPSModule, unknown mute status(1 or 0):2"},
+        {m_device.PublishAudioMix(2), "[PublishAudioMix]-SystemDevStatusPPSModule, unknown mixStatus( 1 or 0): 2"},
     };
     std::string errors;
     for (const auto& [result, message] : calls) {
@@ -75,48 +84,18 @@ TEST_F(PublisherTest, WritesNothingOfARejectedCode) {
     EXPECT_EQ(m_watcher.Read(), "@status\nzosrs:n:1\n") << "nothing came before";
     m_status.Close();
     EXPECT_EQ(m_status.PublishVolume(1, 2, 0, 0, 3) + m_status.PublishExtendInfo({}) + m_status.PublishALC(1) +
-                  m_status.PublishSpeakerMode(1, 1) + m_status.PublishLoud(1),
+                  m_status.PublishSpeakerMode(1, 1) + m_status.PublishLoud(1) + m_device.PublishVolumeStatus(0, 3),
               0);
     EXPECT_EQ(TakeErrors(), "_Melvane_[PublishVolume]-CEQStatusPPSModule, WritePPS return false\n"
                             "_Melvane_[PublishExtendInfo]-CEQStatusPPSModule, WritePPS return false\n"
-                            "_Melvane_[PublishALC]-SetPPSIntAttr return false");
-}
-
-TEST(SettingPublisher, KnowsSevenCurves) {
-    const TemporaryRoot root;
-    const LocalServer server;
-    CEQSettingPPSModule settings(nullptr);
-    ASSERT_TRUE(settings.Open());
-    TakeLog();
-    EXPECT_EQ(settings.PublishEqSafByIndex(7, {}), 0);
-    EXPECT_EQ(settings.PublishEqSafByIndex(-1, {}), 0);
-    const std::string message =
-        "_Melvane_[PublishEqSafByIndex]-CEQModule::UpdateEqSafByIndex(): unknown index(type_0,type_1,...) ";
-    EXPECT_EQ(TakeErrors(), message + "7\n" + message + "-1");
-    EXPECT_EQ(settings.PublishEqSafByIndex(6, {}), 1);
-    EXPECT_EQ(SettledStateOf("/pps/tolvyn/eq/settings"),
-              "@settings\n"
-              "zoeqtype_6:json:{\"freqs\":[0,0,0,0,0],\"gain\":[0,0,0,0,0],\"q\":[0.0,0.0,0.0,0.0,0.0]}\n");
-}
-
-TEST(DevStatusPublisher, ReadsMuteAsVolume255) {
-    const TemporaryRoot root;
-    const LocalServer server;
-    SystemDevStatusPPSModule device(nullptr);
-    ASSERT_TRUE(device.Open());
-    TakeLog();
-    EXPECT_EQ(device.PublishVolumeStatus(1, 17), 1);
-    EXPECT_EQ(SettledStateOf("/pps/tolvyn/system/dev_status"), "@dev_status\n[n]sysvolume:n:255\n");
-    EXPECT_EQ(device.PublishVolumeStatus(0, 17), 1);
-    EXPECT_EQ(device.PublishVolumeStatus(2, 3), 0);
-    EXPECT_EQ(device.PublishAudioMix(2), 0);
-    EXPECT_EQ(device.PublishAudioMix(1), 1);
-    EXPECT_EQ(SettledStateOf("/pps/tolvyn/system/dev_status"), "@dev_status\n[n]sysvolume:n:17\n[n]zoaudiomix:n:1\n");
-    device.Close();
-    EXPECT_EQ(device.PublishVolumeStatus(0, 3), 0);
-    EXPECT_EQ(TakeErrors(), "_Melvane_[PublishVolumeStatus]-SystemDevStatusPPSModule, unknown mute status(1 or 0):2\n"
-                            "_Melvane_[PublishAudioMix]-SystemDevStatusPPSModule, unknown mixStatus( 1 or 0): 2\n"
+                            "_Melvane_[PublishALC]-SetPPSIntAttr return false\n"
                             "_Melvane_[PublishVolumeStatus]-SystemDevStatusPPSModule, SetPPSIntAttr return false");
+}
+
+TEST_F(PublisherTest, TheDeviceStatusHasTheMixingStateOnRequest) {
+    ASSERT_TRUE(m_device.Open());
+    EXPECT_EQ(m_device.PublishAudioMix(1), 1);
+    EXPECT_EQ(SettledStateOf("/pps/tolvyn/system/dev_status"), "@dev_status\n[n]zoaudiomix:n:1\n");
 }
 
 class NavigationTest : public testing::Test {

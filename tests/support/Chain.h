@@ -17,22 +17,17 @@ constexpr const char* kNavigation = "/pps/tolvyn/navigation/gps_status";
 /// One whole chain of real processes below a root of its own: a PPS server and, when started, the service
 /// and a simulated MCU.
 struct Chain {
-    Chain() { EXPECT_TRUE(ppsd->WaitFor("ppsd: ready\n")); }
-
-    void StartMcu(const std::vector<std::string>& arguments = {"--trace"}) {
-        mcu = std::make_unique<Process>("mcusim", arguments);
-        EXPECT_TRUE(mcu->WaitFor("mcusim: ready\n"));
-    }
+    void StartMcu(const std::vector<std::string>& arguments = {"--trace"}) { mcu = StartReady("mcusim", arguments); }
     /// Starts the service and waits until it has taken the answers to its seven queries.
     void StartService() {
         service = std::make_unique<Process>("melvane");
-        EXPECT_TRUE(service->WaitFor("[UpdatePPS]-end", 7)) << service->Output();
+        EXPECT_TRUE(service->WaitFor("[UpdatePPS]-end", 7));
     }
     /// Ends the service as a user would; it must have ended well.
     void StopService() const { EXPECT_EQ(service->Stop(SIGTERM), 0) << service->Output(); }
 
     TemporaryRoot root;
-    std::unique_ptr<Process> ppsd = std::make_unique<Process>("ppsd");
+    std::unique_ptr<Process> ppsd = StartReady("ppsd");
     std::unique_ptr<Process> mcu;
     std::unique_ptr<Process> service;
 };

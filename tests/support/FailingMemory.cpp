@@ -1,53 +1,31 @@
 #include "tests/support/FailingMemory.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
-constexpr int kNeverFails = -1;
-thread_local int t_left = kNeverFails;
-thread_local bool t_hasFailed = false;
+/// How many allocations succeed; below zero, one has failed.
+thread_local long t_left = std::numeric_limits<long>::max();
 
 } // namespace
 
-FailingMemory::FailingMemory(int allocations) {
-    t_hasFailed = false;
-    t_left = allocations;
-}
+FailingMemory::FailingMemory(long allocations) : m_former(std::exchange(t_left, allocations)) {}
 
 FailingMemory::~FailingMemory() {
-    t_left = kNeverFails;
+    t_left = m_former;
 }
 
 bool FailingMemory::HasFailed() {
-    return t_hasFailed;
-}
-
-EnoughMemory::EnoughMemory() : m_left(t_left) {
-    t_left = kNeverFails;
-}
-
-EnoughMemory::~EnoughMemory() {
-    t_left = m_left;
+    return t_left < 0;
 }
 
 void* operator new(std::size_t size) {
-    if (t_left > 0) {
-        --t_left;
-    } else if (t_left == 0) {
-        t_hasFailed = true;
-        throw std::bad_alloc();
-    }
-    void* memory = std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    return memory;
-}
-
-void* operator new(std::size_t size, const std::nothrow_t& /*nothrow*/) noexcept {
-    return std::malloc(size == 0 ? 1 : size);
+    t_left = std::max(t_left - 1, -1L);
+    void* memory = t_left < 0 ? nullptr : std::malloc(std::max<std::size_t>(size, 1));
+    return memory != nullptr ? memory : throw std::bad_alloc();
 }
 
 void operator delete(void* memory) noexcept {

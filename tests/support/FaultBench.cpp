@@ -1,9 +1,7 @@
 #include "tests/support/FaultBench.h"
 
-#include <chrono>
 #include <cstdlib>
 #include <sstream>
-#include <thread>
 
 #include "tests/support/Published.h"
 #include "tests/system/ReferenceModel.h"
@@ -17,25 +15,21 @@ std::string WithoutVolType(std::string line) {
     return begin == std::string::npos ? line : line.erase(begin, line.find(',', begin) - begin + 1);
 }
 
+std::string Settings(const std::map<std::string, std::string>& lines) {
+    std::string text;
+    for (const auto& [name, line] : lines) {
+        text += WithoutVolType(line) + "\n";
+    }
+    return text;
+}
+
 /// What must be published where the MCU has these records.
 std::string Expected(const std::map<int, Payload>& records) {
     ReferenceModel reference(1);
     for (const auto& [group, payload] : records) {
         reference.Receive(137, static_cast<int>(payload.size()), payload);
     }
-    std::string text;
-    for (const auto& [name, line] : reference.Lines()) {
-        text += WithoutVolType(line) + "\n";
-    }
-    return text;
-}
-
-std::string Published() {
-    std::string text;
-    for (const auto& [name, line] : PublishedLines()) {
-        text += WithoutVolType(line) + "\n";
-    }
-    return text;
+    return Settings(reference.Lines());
 }
 
 } // namespace
@@ -69,22 +63,19 @@ int Received(const std::string& kind) {
 }
 
 void WaitForQueries(int queries) {
-    while (Received("queries") < queries) {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(WaitUntil("the service has queried", [queries] { return Received("queries") >= queries; }));
 }
 
 testing::AssertionResult IsTrueSoon() {
-    const auto begin = std::chrono::steady_clock::now();
     std::string expected;
     std::string published;
-    do {
-        expected = Expected(McuRecords());
-        published = Published();
-        if (expected == published && expected == Expected(McuRecords())) {
-            return testing::AssertionSuccess();
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    } while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(kTestTimeoutMs));
-    return testing::AssertionFailure() << "the MCU has\n" << expected << "but published is\n" << published;
+    return WaitUntil("what is published is true",
+                     [&] {
+                         expected = Expected(McuRecords());
+                         published = Settings(PublishedLines());
+                         return expected == published && expected == Expected(McuRecords());
+                     })
+           << ": the MCU has\n"
+           << expected << "but published is\n"
+           << published;
 }

@@ -57,8 +57,7 @@ public:
     }
     void RestartServer(int signal) {
         ppsd->Stop(signal);
-        ppsd = std::make_unique<Process>("ppsd");
-        EXPECT_TRUE(ppsd->WaitFor("ppsd: ready\n"));
+        ppsd = StartReady("ppsd");
         backSince = Clock::now();
     }
     void RestartService(int signal) {

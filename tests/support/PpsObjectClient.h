@@ -3,12 +3,10 @@
 
 #include <poll.h>
 
-#include <chrono>
 #include <string>
 
 #include "platform/host/PpsConnection.h"
-
-constexpr int kTestTimeoutMs = 20000;
+#include "tests/support/Patience.h"
 
 /// A test's own view of a PPS object.
 class PpsObjectClient {
@@ -40,15 +38,24 @@ public:
     /// Reads until a packet holds @p part, and returns everything read.
     std::string ReadUntil(const std::string& part) const {
         std::string text;
-        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kTestTimeoutMs);
-        while (text.find(part) == std::string::npos && std::chrono::steady_clock::now() < end) {
-            const std::string packet = Read();
+        std::string packet;
+        for (const auto end = EndOfPatience();
+             text.find(part) == std::string::npos && std::chrono::steady_clock::now() < end; text += packet) {
+            packet = Read();
             if (packet.empty()) {
                 break;
             }
-            text += packet;
         }
         return text;
+    }
+
+    /// Reads until a packet holds @p part; where none does, the failure shows what was read.
+    testing::AssertionResult Hears(const std::string& part) const {
+        const std::string text = ReadUntil(part);
+        return text.find(part) != std::string::npos ? testing::AssertionSuccess()
+                                                    : testing::AssertionFailure()
+                                                          << "waited in vain for '" << part << "' and read\n"
+                                                          << text;
     }
 
 private:

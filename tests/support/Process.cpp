@@ -1,24 +1,33 @@
 #include "tests/support/Process.h"
 
 #include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
+#include <poll.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <stdexcept>
-#include <thread>
+
+#include "tests/support/Patience.h"
 
 namespace {
 
-constexpr auto kTimeout = std::chrono::seconds(180);
+/// Becomes the program, which then ends with the thread that made it.
+[[noreturn]] void Become(char* const* argv, pid_t parent, int input, int output) {
+    const bool isTied = ::prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && ::getppid() == parent;
+    if (isTied && ::dup2(input, STDIN_FILENO) >= 0 && ::dup2(output, STDOUT_FILENO) >= 0 &&
+        ::dup2(output, STDERR_FILENO) >= 0) {
+        ::execv(argv[0], argv);
+    }
+    ::_exit(127);
+}
 
 } // namespace
 
-Process::Process(const std::string& program, const std::vector<std::string>& arguments) {
+Process::Process(const std::string& program, const std::vector<std::string>& arguments) : m_name(program) {
     std::array<int, 2> input{};
     m_output.Reset(::memfd_create("output", MFD_CLOEXEC));
     if (::pipe2(input.data(), O_CLOEXEC) != 0 || !m_output) {
@@ -26,68 +35,65 @@ Process::Process(const std::string& program, const std::vector<std::string>& arg
     }
     m_input.Reset(input[1]);
     const UniqueFd theirInput(input[0]);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, theirInput.Get(), STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, m_output.Get(), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, m_output.Get(), STDERR_FILENO);
     std::string path = std::string(TLG_BIN_DIR "/") + program;
     std::vector<char*> argv{path.data()};
     for (const std::string& argument : arguments) {
         argv.push_back(const_cast<char*>(argument.c_str()));
     }
     argv.push_back(nullptr);
-    const int error = ::posix_spawn(&m_pid, path.c_str(), &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
+    const pid_t parent = ::getpid();
+    m_pid = ::fork();
+    if (m_pid == 0) {
+        Become(argv.data(), parent, theirInput.Get(), m_output.Get());
+    }
+    m_end.Reset(m_pid < 0 ? -1 : static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
+    if (!m_end) {
         throw std::runtime_error("cannot run " + path);
     }
-    m_collector = std::thread(&Process::Collect, this);
 }
 
-Process::~Process() {
-    Stop(SIGKILL);
+bool Process::EndsWithin(int timeoutMs) const {
+    pollfd end{m_end.Get(), POLLIN, 0};
+    return ::poll(&end, 1, timeoutMs) > 0;
 }
 
-/// The output goes to a file in memory, which takes everything at once: programs that drop what nobody takes, as the
-/// service's log, lose nothing to a collector that is slow.
-void Process::Collect() {
-    std::array<char, 65536> buffer{};
-    off_t collected = 0;
-    for (;;) {
-        const bool wasEnded = m_isEnded;
-        const ssize_t length = ::pread(m_output.Get(), buffer.data(), buffer.size(), collected);
-        if (length <= 0 && wasEnded) {
-            return;
+/// What is said where something is missed.
+std::string Process::Account(const std::string& missed) {
+    constexpr std::size_t kShown = 4000;
+    const std::string& output = Output();
+    return m_name + (EndsWithin(0) ? " has ended" : " runs") + ", but " + missed + "; it has printed:\n" +
+           output.substr(output.size() - std::min(output.size(), kShown));
+}
+
+testing::AssertionResult Process::WaitFor(const std::string& text, std::size_t count) {
+    std::size_t found = 0;
+    std::size_t after = 0;
+    for (const auto end = EndOfPatience();;) {
+        const bool isLast = EndsWithin(1) || std::chrono::steady_clock::now() >= end;
+        const std::string& output = Output();
+        for (std::size_t at = output.find(text, after); at != std::string::npos; at = output.find(text, after)) {
+            ++found;
+            after = at + text.size();
         }
-        if (length <= 0) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            continue;
+        if (found >= count) {
+            return testing::AssertionSuccess();
         }
-        collected += length;
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_text.append(buffer.data(), static_cast<std::size_t>(length));
-        m_changed.notify_all();
+        if (isLast) {
+            return testing::AssertionFailure()
+                   << Account("said '" + text + "' " + std::to_string(found) + " times of " + std::to_string(count));
+        }
+        // What is still under way may begin with the last few characters.
+        after = std::max(after, output.size() - std::min(output.size(), text.size()));
     }
 }
 
-bool Process::WaitFor(const std::string& text, std::size_t count) {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    std::size_t found = 0;
-    std::size_t behind = 0;
-    return m_changed.wait_for(lock, kTimeout, [&] {
-        for (std::size_t at = m_text.find(text, behind); at != std::string::npos; at = m_text.find(text, behind)) {
-            ++found;
-            behind = at + text.size();
-        }
-        // What is still under way may begin with the last few characters.
-        behind = std::max(behind, m_text.size() - std::min(m_text.size(), text.size()));
-        return found >= count;
-    });
-}
-
-std::string Process::Output() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+const std::string& Process::Output() {
+    std::array<char, 65536> block{};
+    ssize_t length = 0;
+    do {
+        m_text.append(block.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+        length = ::pread(m_output.Get(), block.data(), block.size(), static_cast<off_t>(m_text.size()));
+    } while (length > 0);
     return m_text;
 }
 
@@ -119,12 +125,20 @@ int Process::Stop(int signal) {
     if (signal != 0) {
         ::kill(m_pid, signal);
     }
+    if (!EndsWithin(kTestTimeoutMs)) {
+        ADD_FAILURE() << Account("was to end, by signal " + std::to_string(signal));
+        ::kill(m_pid, SIGKILL);
+    }
     int status = 0;
     ::waitpid(m_pid, &status, 0);
     m_pid = -1;
-    m_isEnded = true;
-    m_collector.join();
     return WIFSIGNALED(status) ? -WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+std::unique_ptr<Process> StartReady(const std::string& program, const std::vector<std::string>& arguments) {
+    auto process = std::make_unique<Process>(program, arguments);
+    EXPECT_TRUE(process->WaitFor(program + ": ready\n"));
+    return process;
 }
 
 int RunProgram(const std::string& program, const std::vector<std::string>& arguments, std::string& output) {

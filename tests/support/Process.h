@@ -1,32 +1,32 @@
 #ifndef TLG_TESTS_SUPPORT_PROCESS_H
 #define TLG_TESTS_SUPPORT_PROCESS_H
 
+#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/types.h>
 
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
+#include <csignal>
+#include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/posix/UniqueFd.h"
 
-/// A running program of the project; what it prints, on either stream, is collected. It is killed at the end.
+/// A running program of the project; what it prints, on either stream, is collected. It is killed at the end, and also
+/// where the thread that started it ends first.
 class Process {
 public:
     /// @param program its name in the build's bin directory
     explicit Process(const std::string& program, const std::vector<std::string>& arguments = {});
-    ~Process();
+    ~Process() { Stop(SIGKILL); }
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    /// Waits until the output holds @p text so many times; false when that takes too long.
-    bool WaitFor(const std::string& text, std::size_t count = 1);
+    /// Waits until the output holds @p text so many times; where it does not come, the failure shows the output.
+    testing::AssertionResult WaitFor(const std::string& text, std::size_t count = 1);
 
     /// What was printed so far.
-    std::string Output();
+    const std::string& Output();
 
     /// Writes to the program's standard input.
     void Type(const std::string& text) const;
@@ -44,17 +44,19 @@ public:
     int WaitForEnd() { return Stop(0); }
 
 private:
-    void Collect();
+    bool EndsWithin(int timeoutMs) const;
+    std::string Account(const std::string& missed);
 
+    const std::string m_name;
     pid_t m_pid = -1;
     UniqueFd m_input;
-    UniqueFd m_output;
-    std::atomic<bool> m_isEnded{false};
-    std::thread m_collector;
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::string m_text; // guarded by m_mutex
+    UniqueFd m_output; // a file in memory, which takes everything at once: also from programs that drop what is not
+    UniqueFd m_end;    // readable when the program has ended
+    std::string m_text;
 };
+
+/// Starts a server or simulator and waits until it is ready.
+std::unique_ptr<Process> StartReady(const std::string& program, const std::vector<std::string>& arguments = {});
 
 /// Runs a program to its end. @p output receives what it printed.
 int RunProgram(const std::string& program, const std::vector<std::string>& arguments, std::string& output);

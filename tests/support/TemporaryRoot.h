@@ -1,23 +1,31 @@
 #ifndef TLG_TESTS_SUPPORT_TEMPORARYROOT_H
 #define TLG_TESTS_SUPPORT_TEMPORARYROOT_H
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
-/// A root directory of the test's own, named by TLG_ROOT as long as it lives.
+/// A root directory of the test's own, named by TLG_ROOT as long as it lives. It does not stay where the test is
+/// killed.
 class TemporaryRoot {
 public:
     TemporaryRoot() {
         std::string path = (std::filesystem::temp_directory_path() / "melvane.XXXXXX").string();
         m_path = ::mkdtemp(path.data());
         ::setenv("TLG_ROOT", m_path.c_str(), 1);
+        // Reads until this process has ended, in whatever way. In a session of its own it is not killed with it. The
+        // test's programs may need a moment to be gone.
+        const std::string removal = "rm -rf " + m_path;
+        const std::string script = "read _; " + removal + " || { sleep 1; " + removal + "; }";
+        m_remover = ::popen(("setsid -f sh -c '" + script + "' > /dev/null 2>&1").c_str(), "we");
     }
     ~TemporaryRoot() {
         ::unsetenv("TLG_ROOT");
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
+        ::pclose(m_remover);
     }
     TemporaryRoot(const TemporaryRoot&) = delete;
     TemporaryRoot& operator=(const TemporaryRoot&) = delete;
@@ -33,6 +41,7 @@ public:
 
 private:
     std::string m_path;
+    FILE* m_remover;
 };
 
 #endif

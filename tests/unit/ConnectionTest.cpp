@@ -1,5 +1,7 @@
-// What becomes of the files whose peer takes nothing, goes away or comes back.
+// How files deliver their input, and what becomes of those whose peer takes nothing, goes away or comes back.
 #include <gtest/gtest.h>
+
+#include <atomic>
 
 #include "framework/McuFileBase.h"
 #include "framework/PPSFileBase.h"
@@ -11,20 +13,18 @@ namespace {
 
 using TLG::ZOCAR::fileTagInfo;
 using TLG::ZOCAR::PPSFileBase;
+using Events = std::vector<std::string>;
 
 const fileTagInfo kInput{2, "/pps/test/input?delta", 0x302, 0666};
 const fileTagInfo kOther{4, "/pps/test/other?delta", 0x102, 0666};
 const fileTagInfo kOutput{0, "/pps/test/output?delta", 0x102, 0666};
+const fileTagInfo kAlone{7, "/pps/test/alone", 0x102, 0666};
 
-/// The lines of one severity whose text has the words.
-std::vector<std::string> Lines(const std::vector<LogLine>& log, int severity, const std::string& words) {
-    std::vector<std::string> lines;
-    for (const LogLine& line : log) {
-        if (line.severity == severity && line.text.find(words) != std::string::npos) {
-            lines.push_back(line.text);
-        }
-    }
-    return lines;
+/// How many lines of one severity have the words.
+long LinesWith(const std::vector<LogLine>& log, int severity, const std::string& words) {
+    return std::count_if(log.begin(), log.end(), [&](const LogLine& line) {
+        return line.severity == severity && line.text.find(words) != std::string::npos;
+    });
 }
 
 class ConnectionTest : public testing::Test {
@@ -49,9 +49,7 @@ protected:
 class McuConnectionTest : public ConnectionTest {
 protected:
     McuConnectionTest() {
-        EXPECT_TRUE(m_file.Open());
-        EXPECT_TRUE(m_controller.Init());
-        EXPECT_TRUE(m_controller.AddFile(m_file.GetKey(), &m_file));
+        EXPECT_TRUE(m_file.Open() && m_controller.Init() && m_controller.AddFile(m_file.GetKey(), &m_file));
         EXPECT_TRUE(m_controller.Start());
         EXPECT_TRUE(m_mcu->Accept());
         TakeLog();
@@ -63,9 +61,9 @@ protected:
         return m_file.SendToSpiDev(packet.data(), static_cast<int>(packet.size()));
     }
     /// The number of the next packet that the MCU gets; -1 where none comes.
-    std::int32_t Receive(int timeoutMs = kTestTimeoutMs) const {
+    std::int32_t Receive() const {
         std::int32_t number = -1;
-        const std::string block = m_mcu->ReceiveBlock(timeoutMs);
+        const std::string block = m_mcu->ReceiveBlock();
         std::memcpy(&number, block.data(), std::min(block.size(), sizeof number));
         return number;
     }
@@ -78,7 +76,9 @@ TEST_F(McuConnectionTest, BlocksAreDeliveredAsTheyAre) {
     m_mcu->SendBlock({'a'});
     m_mcu->SendBlock({});
     m_mcu->SendBlock({'b', 'c'});
-    EXPECT_EQ(m_controller.Wait(3), (std::vector<std::string>{"mcu a", "mcu ", "mcu bc"}));
+    EXPECT_EQ(m_controller.Wait(3), (Events{"mcu a", "mcu ", "mcu bc"}));
+    TLG::ZOCAR::McuFileBase deaf(TLG::ZOCAR::g_eqMCU, nullptr);
+    EXPECT_FALSE(m_controller.AddFile(9, &deaf));
 }
 
 TEST_F(McuConnectionTest, WhatTheMcuDoesNotTakeIsKeptInOrderUpToABound) {
@@ -94,18 +94,22 @@ TEST_F(McuConnectionTest, WhatTheMcuDoesNotTakeIsKeptInOrderUpToABound) {
     }
     for (int number = 0; number < accepted; ++number) {
         ASSERT_EQ(Receive(), number);
+        // The device has taken far fewer, so that there is room among those that wait.
+        if (number >= 700 && number < 1000) {
+            ASSERT_TRUE(Send(accepted++)) << "after those that wait";
+        }
     }
     std::vector<LogLine> log;
-    do { // the dispatcher may still be about to say so
+    EXPECT_TRUE(WaitUntil("the dispatcher has said so", [&] {
         EXPECT_TRUE(Send(accepted++));
         EXPECT_GE(Receive(), 0);
-        for (LogLine& line : TakeLog()) {
-            log.push_back(std::move(line));
-        }
-    } while (Lines(log, 4, "succeed again").empty());
-    EXPECT_EQ(Lines(log, 2, "").size(), 1U);
-    EXPECT_EQ(Lines(log, 2, "eq fail: it takes no more packets").size(), 1U);
-    EXPECT_EQ(Lines(log, 4, "eq succeed again, 10 packets were lost").size(), 1U);
+        const std::vector<LogLine> more = TakeLog();
+        log.insert(log.end(), more.begin(), more.end());
+        return LinesWith(log, 4, "succeed again") > 0;
+    }));
+    EXPECT_EQ(LinesWith(log, 2, ""), 1);
+    EXPECT_EQ(LinesWith(log, 2, "eq fail: it takes no more packets"), 1);
+    EXPECT_EQ(LinesWith(log, 4, "eq succeed again, 10 packets were lost"), 1);
 }
 
 TEST_F(McuConnectionTest, NothingFromBeforeTheReturnIsWrittenAfterIt) {
@@ -121,58 +125,123 @@ TEST_F(McuConnectionTest, NothingFromBeforeTheReturnIsWrittenAfterIt) {
     EXPECT_TRUE(Send(8));
     EXPECT_EQ(Receive(), 8);
     const std::vector<LogLine> log = TakeLog();
-    EXPECT_EQ(Lines(log, 2, "lost (closed by its peer)").size(), 1U);
-    EXPECT_EQ(Lines(log, 2, "writes to").size(), 1U);
-    EXPECT_EQ(Lines(log, 4, "succeed again").size(), 1U);
-    EXPECT_EQ(Lines(log, 4, "can't open").size(), Lines(log, 4, "No such file").size());
-    EXPECT_LE(Lines(log, 4, "can't open").size(), 1U) << "a reason is said once";
+    EXPECT_EQ(LinesWith(log, 2, "lost (closed by its peer)"), 1);
+    EXPECT_EQ(LinesWith(log, 2, "writes to"), 1);
+    EXPECT_EQ(LinesWith(log, 4, "succeed again"), 1);
+    EXPECT_EQ(LinesWith(log, 4, "can't open"), LinesWith(log, 4, "No such file"));
+    EXPECT_LE(LinesWith(log, 4, "can't open"), 1) << "a reason is said once";
 }
 
 class PpsConnectionTest : public ConnectionTest {
 protected:
-    void Start() {
-        EXPECT_TRUE(m_input.Open());
-        EXPECT_TRUE(m_other.Open());
-        EXPECT_TRUE(m_output.Open());
-        EXPECT_TRUE(m_controller.Init());
-        EXPECT_TRUE(m_controller.AddFile(m_input.GetKey(), &m_input));
-        EXPECT_TRUE(m_controller.AddFile(m_other.GetKey(), &m_other));
-        EXPECT_TRUE(m_controller.AddOutput(m_output.GetKey(), &m_output));
+    /// One input is there at the start, another comes later.
+    PpsConnectionTest() {
+        EXPECT_TRUE(m_input.Open() && m_other.Open() && m_output.Open() && m_controller.Init());
+        EXPECT_TRUE(m_controller.AddFile(2, &m_input) && m_controller.AddOutput(0, &m_output));
         EXPECT_TRUE(m_controller.Start());
+        EXPECT_TRUE(m_controller.AddFile(4, &m_other));
     }
 
+    std::unique_ptr<LocalServer> m_server = std::make_unique<LocalServer>();
     PPSFileBase m_input{kInput, &m_controller};
     PPSFileBase m_other{kOther, &m_controller};
     PPSFileBase m_output{kOutput, &m_controller};
 };
 
-TEST_F(PpsConnectionTest, HeldInputWaitsWholeAndInOrder) {
-    auto server = std::make_unique<LocalServer>();
-    Start();
-    m_controller.HoldInput(2);
-    std::string text;
-    for (int i = 0; i < 100; ++i) {
-        text += "a:n:" + std::to_string(i) + "\n";
-    }
-    WriteObject("/pps/test/input", text);
-    WriteObject("/pps/test/input", "a:n:100");
-    WriteObject("/pps/test/other", "b::1");
-    EXPECT_EQ(m_controller.Wait(1), std::vector<std::string>{"4 b::1"});
-    server = nullptr; // its last words are heard all the same
-    m_controller.ResumeInput(2);
-    const std::vector<std::string> events = m_controller.Wait(102);
-    ASSERT_EQ(events.size(), 102U);
-    for (int i = 0; i <= 100; ++i) {
-        EXPECT_EQ(events[static_cast<std::size_t>(i) + 1], "2 a:n:" + std::to_string(i));
+TEST_F(PpsConnectionTest, AttributesAreDeliveredWithTheKeyOfTheirObject) {
+    WriteObject("/pps/test/input", "a:json:{\"x\":\"y:z\"}\n-gone\n[n]b::\na:n:1");
+    m_controller.Wait(3);
+    WriteObject("/pps/test/other", "c::1");
+    EXPECT_EQ(m_controller.Wait(4), (Events{"2 a:json:{\"x\":\"y:z\"}", "2 b::", "2 a:n:1", "4 c::1"}));
+    m_other.SetPPSIntAttr("@other", "[n]mine", 3);
+    EXPECT_FALSE(m_other.SetPPSStringAttr("@other", "text", "a\nb"));
+    WriteObject("/pps/test/other", "d::2");
+    EXPECT_EQ(m_controller.Wait(5).back(), "4 d::2") << "its own writes do not come back";
+    EXPECT_EQ(StateOf("/pps/test/other"), "@other\nc::1\n[n]mine:n:3\nd::2\n");
+    PPSFileBase deaf(kOther, nullptr);
+    EXPECT_FALSE(m_controller.AddFile(9, &deaf));
+    EXPECT_FALSE(m_controller.AddFile(2, &m_other)) << "the key is taken";
+}
+
+TEST_F(PpsConnectionTest, AClosedFileIsNotHeardOfAgain) {
+    WriteObject("/pps/test/input", "a::1");
+    m_controller.Wait(1);
+    m_input.Close();
+    WriteObject("/pps/test/input", "a::2");
+    WriteObject("/pps/test/other", "c::1");
+    EXPECT_EQ(m_controller.Wait(2), (Events{"2 a::1", "4 c::1"}));
+    EXPECT_TRUE(m_controller.RemoveFile(2));
+    EXPECT_FALSE(m_controller.RemoveFile(2));
+    EXPECT_TRUE(m_controller.Stop());
+    EXPECT_FALSE(m_controller.Stop());
+}
+
+TEST_F(PpsConnectionTest, ADeliveryMayCloseAndRemoveItsOwnFile) {
+    m_controller.m_during = [this] {
+        m_input.Close();
+        m_controller.RemoveFile(2);
+    };
+    WriteObject("/pps/test/input", "a::1\nb::1");
+    m_controller.Wait(1);
+    WriteObject("/pps/test/input", "a::2");
+    WriteObject("/pps/test/other", "c::1");
+    EXPECT_EQ(m_controller.Wait(2), (Events{"2 a::1", "4 c::1"})) << "nor the rest of the text";
+}
+
+TEST_F(PpsConnectionTest, ClosingAndRemovingWaitForADeliveryUnderWay) {
+    std::atomic<int> begun{0};
+    std::atomic<int> mayEnd{0};
+    std::atomic<int> ended{0};
+    m_controller.m_during = [&] {
+        const int number = ++begun;
+        EXPECT_TRUE(WaitUntil("the delivery may end", [&] { return mayEnd == number; }));
+        ended = number;
+    };
+    PPSFileBase unopened(kAlone, nullptr);
+    const struct {
+        const char* path;
+        std::function<void()> end;
+        std::function<bool()> isUnderWay;
+    } ways[] = {{"/pps/test/input", [this] { m_input.Close(); },
+                 [this] { return !m_input.SetPPSIntAttr("@input", "open", 1); }},
+                {"/pps/test/other", [this] { m_controller.RemoveFile(4); },
+                 [&] { return m_controller.AddOutput(4, &unopened); }}};
+    for (const auto& way : ways) {
+        WriteObject(way.path, "a::1");
+        EXPECT_TRUE(WaitUntil("a delivery is under way", [&] { return begun > ended; }));
+        std::thread closer([&] {
+            way.end();
+            EXPECT_EQ(ended, begun);
+        });
+        EXPECT_TRUE(WaitUntil("the end has begun", way.isUnderWay));
+        mayEnd = begun.load();
+        closer.join();
     }
 }
 
-TEST_F(PpsConnectionTest, ALongTextLeavesTheOthersTheirTurn) {
-    const LocalServer server;
-    Start();
-    bool isWritten = false;
+TEST_F(PpsConnectionTest, HeldInputWaitsWholeAndInOrder) {
+    m_controller.HoldInput(2);
+    std::string text;
+    Events expected{"4 b::1"};
+    for (int i = 0; i < 100; ++i) {
+        text += "a:n:" + std::to_string(i) + "\n";
+        expected.push_back("2 a:n:" + std::to_string(i));
+    }
+    WriteObject("/pps/test/input", text);
+    WriteObject("/pps/test/input", "last::1");
+    WriteObject("/pps/test/other", "b::1");
+    EXPECT_EQ(m_controller.Wait(1), Events{"4 b::1"});
+    m_server = nullptr; // its last words are heard all the same
+    m_controller.ResumeInput(2);
+    expected.emplace_back("2 last::1");
+    EXPECT_EQ(m_controller.Wait(102), expected);
+}
+
+TEST_F(PpsConnectionTest, ALongTextLeavesTheOthersTheirTurnAndCanBeHeldInItsMiddle) {
+    std::atomic<bool> isHeld{false};
     m_controller.m_during = [&] {
-        if (!std::exchange(isWritten, true)) {
+        if (!isHeld.exchange(true)) {
+            m_controller.HoldInput(2);
             WriteObject("/pps/test/other", "b::1");
         }
     };
@@ -181,48 +250,21 @@ TEST_F(PpsConnectionTest, ALongTextLeavesTheOthersTheirTurn) {
         text += "a::\n";
     }
     WriteObject("/pps/test/input", text);
-    const std::vector<std::string> events = m_controller.Wait(1001);
-    const auto other = std::find(events.begin(), events.end(), "4 b::1");
-    EXPECT_LT(other - events.begin(), 200);
-}
-
-TEST_F(PpsConnectionTest, AnOutputThatHadNoRoomIsReportedWhenItHas) {
-    // A server that answers every open and then reads nothing.
-    host::Listener listener;
-    ASSERT_TRUE(listener.Open(host::BelowRoot(host::kPpsSocket)));
-    std::vector<UniqueFd> connections;
-    std::thread opener([this] { Start(); });
-    while (connections.size() < 3) {
-        UniqueFd connection = listener.Accept();
-        std::string request;
-        if (connection) {
-            pollfd state{connection.Get(), POLLIN, 0};
-            ::poll(&state, 1, kTestTimeoutMs);
-            host::ReceivePacket(connection.Get(), request);
-            EXPECT_EQ(::send(connection.Get(), "ok", 2, 0), 2);
-            EXPECT_EQ(::send(connection.Get(), "@x\n", 3, 0), 3);
-            connections.push_back(std::move(connection));
-        }
-    }
-    opener.join();
-    while (m_output.SetPPSIntAttr("@output", "a", 1)) {
-    }
-    EXPECT_EQ(errno, EAGAIN);
-    EXPECT_TRUE(m_controller.Wait(0).empty());
-    std::string packet;
-    while (host::ReceivePacket(connections.back().Get(), packet)) {
-    }
-    EXPECT_EQ(m_controller.Wait(1), std::vector<std::string>{"returned 0"});
-    EXPECT_TRUE(m_output.SetPPSIntAttr("@output", "a", 2));
+    EXPECT_TRUE(WaitUntil("the other is heard", [this] { return m_controller.Wait(1).back() == "4 b::1"; }));
+    EXPECT_LT(m_controller.Wait(1).size(), 200U);
+    WriteObject("/pps/test/other", "c::1");
+    EXPECT_TRUE(WaitUntil("the other is heard", [this] { return m_controller.Wait(1).back() == "4 c::1"; }));
+    EXPECT_LT(m_controller.Wait(1).size(), 200U);
+    m_controller.ResumeInput(2);
+    EXPECT_EQ(m_controller.Wait(1002).size(), 1002U);
 }
 
 TEST_F(PpsConnectionTest, AnOutputThatSomebodyEmptiesOrDeletesIsReported) {
-    const LocalServer server;
-    Start();
     EXPECT_TRUE(m_output.SetPPSIntAttr("@output", "a", 1));
     ASSERT_TRUE(WriteObject("/pps/test/output", "-a\nb::1")) << "that is no loss";
     EXPECT_TRUE(PpsObjectClient("/pps/test/output", 0x302));
-    EXPECT_EQ(m_controller.Wait(1), std::vector<std::string>{"returned 0"});
+    EXPECT_EQ(m_controller.Wait(1), Events{"returned 0"});
+    ASSERT_TRUE(WriteObject("/pps/test/output", "[n]@output\nb::1"));
     host::PpsReply reply;
     host::RequestOfPpsServer("delete /pps/test/output", reply);
     EXPECT_EQ(m_controller.Wait(2).size(), 2U);
@@ -231,19 +273,26 @@ TEST_F(PpsConnectionTest, AnOutputThatSomebodyEmptiesOrDeletesIsReported) {
 }
 
 TEST_F(PpsConnectionTest, AllThatTheServerHadIsBackAtOnce) {
-    auto server = std::make_unique<LocalServer>();
-    Start();
+    PPSFileBase alone(kAlone, nullptr);
+    EXPECT_TRUE(alone.Open());
     TakeLog();
-    server = nullptr;
-    server = std::make_unique<LocalServer>();
-    const std::vector<std::string> events = m_controller.Wait(3);
-    EXPECT_EQ(events, (std::vector<std::string>{"returned 0", "returned 2", "returned 4"}));
+    m_server = nullptr;
+    m_server = std::make_unique<LocalServer>();
+    EXPECT_EQ(m_controller.Wait(3), (Events{"returned 0", "returned 2", "returned 4"}));
     const std::vector<LogLine> log = TakeLog();
-    EXPECT_EQ(Lines(log, 2, "input /pps/test/").size(), 2U);
-    EXPECT_EQ(Lines(log, 4, "output /pps/test/output?delta lost").size(), 1U);
+    EXPECT_EQ(LinesWith(log, 2, "input /pps/test/"), 2);
+    EXPECT_EQ(LinesWith(log, 4, "output /pps/test/output?delta lost"), 1);
     EXPECT_TRUE(m_output.SetPPSIntAttr("@output", "a", 1));
+    EXPECT_TRUE(alone.SetPPSIntAttr("@alone", "a", 1)) << "a file that nobody watches finds back itself";
     WriteObject("/pps/test/input", "a::1");
     EXPECT_EQ(m_controller.Wait(4).back(), "2 a::1");
+}
+
+TEST(EncodingIsJson, IsExact) {
+    EXPECT_TRUE(PPSFileBase::EncodingIsJson("json"));
+    for (const char* other : {"JSON", "", "json ", "jso", static_cast<const char*>(nullptr)}) {
+        EXPECT_FALSE(PPSFileBase::EncodingIsJson(other)) << other;
+    }
 }
 
 } // namespace

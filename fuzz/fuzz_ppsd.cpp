@@ -53,7 +53,7 @@ public:
         record.remove_prefix(1);
         switch ((first >> 3U) & 3U) {
         case 0:
-            Drain(client.get());
+            Drain(client);
             break;
         case 1:
             client.reset();
@@ -71,12 +71,7 @@ public:
 
     void Finish() {
         for (const auto& client : m_clients) {
-            Drain(client.get());
-        }
-        for (const auto& client : m_clients) {
-            if (client && client->IsIn() && client->Client().node != nullptr) {
-                CheckKnowledge(*client);
-            }
+            Drain(client);
         }
     }
 
@@ -90,10 +85,13 @@ private:
         client->Write(packet);
     }
 
-    static void Drain(BrokerClient* client) {
-        if (client != nullptr) {
+    static void Drain(const std::unique_ptr<BrokerClient>& client) {
+        if (client && client->IsIn()) {
             client->MakeRoom(std::numeric_limits<std::size_t>::max());
             client->room = kRoom;
+            if (client->Client().node != nullptr) {
+                CheckKnowledge(*client);
+            }
         }
     }
 

@@ -12,8 +12,11 @@
 /// A client of a broker, without a socket. Where the broker ends the connection, the client leaves.
 class BrokerClient : public ppsd::Channel {
 public:
-    BrokerClient(ppsd::Broker& broker, uid_t user, std::vector<gid_t> groups = {})
-        : m_broker(broker), m_client({user, user, std::move(groups)}, *this), m_isIn(broker.Admit(m_client)) {}
+    /// @param groups the first one is its own, which is otherwise named like the user
+    BrokerClient(ppsd::Broker& broker, uid_t user, const std::vector<gid_t>& groups = {})
+        : m_broker(broker),
+          m_client({user, groups.empty() ? user : groups[0], groups}, *this),
+          m_isIn(broker.Admit(m_client)) {}
     BrokerClient(const BrokerClient&) = delete;
     BrokerClient& operator=(const BrokerClient&) = delete;
     ~BrokerClient() override { Leave(); }

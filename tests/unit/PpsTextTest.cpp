@@ -9,17 +9,17 @@
 namespace {
 
 TEST(Object, RefusesMalformedWritesWhole) {
-    const std::string tooLong = "a::" + std::string(pps::kMaxWrite, 'x');
+    const std::string most = "a::" + std::string(pps::kMaxWrite - 3, 'x');
+    EXPECT_EQ(pps::Object("object").Apply(most).error, "");
     for (const std::string& bad :
-         {std::string(), std::string("a:b"), std::string("a"), std::string(":n:1"), std::string("1a:n:1"),
-          std::string("a b:n:1"), std::string("[n:n:1"), std::string("[1]a:n:1"), std::string("-"), std::string("-a b"),
-          std::string("@other\na:n:1"), std::string("a:n:1\n@object"), std::string("#@object"),
-          std::string("a:n:1\n\nb:n:1"), std::string("a:n:1\0b", 7), tooLong}) {
+         {std::string("good:n:1\n\n"), std::string(), std::string("a:b"), std::string("a"), std::string(":n:1"),
+          std::string("1a:n:1"), std::string("a b:n:1"), std::string("[n:n:1"), std::string("[1]a:n:1"),
+          std::string("-"), std::string("-a b"), std::string("@other\na:n:1"), std::string("a:n:1\n@object"),
+          std::string("#@object"), std::string("a:n:1\n\nb:n:1"), std::string("a:n:1\0b", 7), most + "x"}) {
         pps::Object object("object");
-        object.Apply("kept:n:1");
-        EXPECT_NE(object.Apply("good:n:1\n" + bad + (bad.empty() ? "\n" : "")).error, "") << bad.substr(0, 40);
-        EXPECT_NE(object.Apply("@other\na:n:1").error, "");
-        EXPECT_EQ(object.State(), "@object\nkept:n:1\n") << bad.substr(0, 40);
+        object.Apply("_kept.1:n:1");
+        EXPECT_NE(object.Apply(bad).error, "") << bad.substr(0, 40);
+        EXPECT_EQ(object.State(), "@object\n_kept.1:n:1\n") << bad.substr(0, 40);
     }
 }
 
@@ -31,17 +31,25 @@ std::string PersistentStateOf(const pps::Object& object) {
 
 TEST(Object, KeepsOrderQualifiersAndColons) {
     pps::Object object("object");
-    EXPECT_EQ(object.Apply("@object\n[n]a:json:{\"x\":1}\nb::one:two").error, "");
-    EXPECT_EQ(object.Apply("a:n:2").changes, "[n]a:n:2\n");
-    EXPECT_EQ(object.Apply("c::\n-b\n-unknown").changes, "c::\n-b\n");
-    EXPECT_EQ(object.State(), "@object\n[n]a:n:2\nc::\n");
-    EXPECT_EQ(PersistentStateOf(object), "@object\nc::\n");
-    object.Apply("[-n]a:n:3");
-    EXPECT_EQ(PersistentStateOf(object), "@object\na:n:3\nc::\n");
-    EXPECT_EQ(object.Apply("a:n:1\na:n:1").changes, "a:n:1\na:n:1\n");
-    object.Apply("[n]@object\na:n:4");
-    EXPECT_EQ(object.State(), "[n]@object\na:n:4\nc::\n");
-    EXPECT_EQ(PersistentStateOf(object), "");
+    const struct {
+        const char* write;
+        const char* changes;
+        const char* state;
+        const char* persistent;
+    } steps[] = {
+        {"@object\n[n]a:json:{\"x\":1}\nb::one:two", "[n]a:json:{\"x\":1}\nb::one:two\n",
+         "@object\n[n]a:json:{\"x\":1}\nb::one:two\n", "@object\nb::one:two\n"},
+        {"a:n:2", "[n]a:n:2\n", "@object\n[n]a:n:2\nb::one:two\n", "@object\nb::one:two\n"},
+        {"c::\n-b\n-unknown", "c::\n-b\n", "@object\n[n]a:n:2\nc::\n", "@object\nc::\n"},
+        {"[-n]a:n:3\n-c\nc::", "a:n:3\n-c\nc::\n", "@object\na:n:3\nc::\n", "@object\na:n:3\nc::\n"},
+        {"a:n:1\na:n:1", "a:n:1\na:n:1\n", "@object\na:n:1\nc::\n", "@object\na:n:1\nc::\n"},
+        {"[n]@object\na:n:4", "a:n:4\n", "[n]@object\na:n:4\nc::\n", ""},
+    };
+    for (const auto& step : steps) {
+        EXPECT_EQ(object.Apply(step.write).changes, step.changes);
+        EXPECT_EQ(object.State(), step.state);
+        EXPECT_EQ(PersistentStateOf(object), step.persistent);
+    }
 }
 
 TEST(Object, IsBoundedButRewritable) {
@@ -54,86 +62,104 @@ TEST(Object, IsBoundedButRewritable) {
     EXPECT_EQ(object.Apply("d::" + big).error, "");
     EXPECT_EQ(object.Apply("-a\ne::" + big).error, "");
     EXPECT_EQ(object.Apply("e::" + big).error, "") << "what was deleted takes no room";
+    EXPECT_EQ(object.Apply("e::x", 0).error, "") << "a smaller object needs no room";
+    EXPECT_NE(object.Apply("e::xx", 0).error, "");
 }
 
-TEST(Parser, GivesRecordsAndGoesOnBehindMalformedLines) {
-    char text[] = "@object\n[n]a:json:{\"x\":\"y\"}\nbroken\nb::\n-c\n#@object\n|@object";
+TEST(Parser, GivesRecordsAndGoesOnAfterMalformedLines) {
+    char text[] = "@object\n[n]a:json:{\"x\":\"y\"}\nbroken\nb::\n-c\n#@object\n|@object\n+@object\n-@object";
+    const char* const objects[] = {"other", "object", nullptr};
+    const char* const attributes[] = {"b", "c", nullptr};
+    const struct {
+        pps_status_t status;
+        const char* name;
+        int index;
+        const char* value;
+        int options;
+    } records[] = {{PPS_OBJECT, "object", 1, nullptr, 0},
+                   {PPS_ATTRIBUTE, "a", -1, "{\"x\":\"y\"}", PPS_NOPERSIST},
+                   {PPS_ERROR, nullptr, -1, nullptr, 0},
+                   {PPS_ATTRIBUTE, "b", 0, "", 0},
+                   {PPS_ATTRIBUTE_DELETED, "c", 1, nullptr, 0},
+                   {PPS_OBJECT_TRUNCATED, "object", 1, nullptr, 0},
+                   {PPS_OBJECT_OVERFLOWED, "object", 1, nullptr, 0},
+                   {PPS_OBJECT_CREATED, "object", 1, nullptr, 0},
+                   {PPS_OBJECT_DELETED, "object", 1, nullptr, 0}};
     char* rest = text;
-    auto next = [&rest, record = pps_attrib_t{}]() mutable {
-        const pps_status_t status = ppsparse(&rest, nullptr, nullptr, &record, 0);
-        return std::pair(status, record);
-    };
-    const auto [first, object] = next();
-    EXPECT_EQ(first, PPS_OBJECT);
-    EXPECT_STREQ(object.obj_name, "object");
-    const auto [second, a] = next();
-    EXPECT_EQ(second, PPS_ATTRIBUTE);
-    EXPECT_STREQ(a.attr_name, "a");
-    EXPECT_STREQ(a.encoding, "json");
-    EXPECT_STREQ(a.value, "{\"x\":\"y\"}");
-    EXPECT_EQ(a.options, PPS_NOPERSIST);
-    EXPECT_EQ(next().first, PPS_ERROR);
-    const auto [fourth, b] = next();
-    EXPECT_EQ(fourth, PPS_ATTRIBUTE);
-    EXPECT_EQ(b.encoding + std::string(b.value), "");
-    EXPECT_EQ(b.options, 0);
-    for (const pps_status_t status : {PPS_ATTRIBUTE_DELETED, PPS_OBJECT_TRUNCATED, PPS_OBJECT_OVERFLOWED, PPS_END}) {
-        EXPECT_EQ(next().first, status);
+    pps_attrib_t record{};
+    for (const auto& expected : records) {
+        EXPECT_EQ(ppsparse(&rest, objects, attributes, &record, 0), expected.status);
+        const bool isAttribute = record.attr_name != nullptr;
+        EXPECT_STREQ(isAttribute || expected.name == nullptr ? record.attr_name : record.obj_name, expected.name);
+        EXPECT_EQ(isAttribute || expected.name == nullptr ? record.attr_index : record.obj_index, expected.index);
+        EXPECT_STREQ(record.value, expected.value);
+        EXPECT_EQ(record.options, expected.options);
     }
+    EXPECT_EQ(record.line, 9);
+    EXPECT_EQ(ppsparse(&rest, nullptr, nullptr, &record, 0), PPS_END);
 }
 
-/// Writes into the object and hands the change to the backlog, as the server does.
-void Publish(pps::Object& object, ppsd::Backlog& backlog, const std::string& text) {
-    backlog.Add(std::make_shared<const std::string>(object.Head() + object.Apply(text).changes));
-}
+/// A subscriber's backlog and the object that it is about.
+struct BacklogTest : testing::Test {
+    /// Writes into the object and hands the change to the backlog, as the server does.
+    void Publish(const std::string& text) { Add(object.Head() + object.Apply(text).changes); }
+    void Add(const std::string& group) { backlog.Add(std::make_shared<const std::string>(group)); }
+    /// More than is kept as it is.
+    void PublishMuch() {
+        for (int i = 0; i < 20; ++i) {
+            Publish("b::" + std::to_string(i) + big);
+        }
+    }
+    std::string Next() {
+        std::string scratch;
+        std::string next(backlog.Next(object, scratch));
+        backlog.Taken();
+        return next;
+    }
 
-TEST(Backlog, MergesToTheNewestValuesPastItsBound) {
-    pps::Object object("object");
+    const std::string big = std::string(20000, 'x');
+    pps::Object object{"object"};
     ppsd::Backlog backlog;
-    std::string scratch;
-    Publish(object, backlog, "a:n:1");
-    EXPECT_EQ(backlog.Next(object, scratch), "@object\na:n:1\n");
-    Publish(object, backlog, "gone:n:1");
-    const std::string big(20000, 'x');
-    for (int i = 0; i < 20; ++i) {
-        Publish(object, backlog, "b::" + std::to_string(i) + big);
-    }
-    Publish(object, backlog, "a:n:2");
-    Publish(object, backlog, "-gone");
-    EXPECT_EQ(backlog.Next(object, scratch), "|@object\na:n:2\n-gone\nb::19" + big + "\n");
-    backlog.Taken();
+};
+
+TEST_F(BacklogTest, MergesToTheNewestValuesPastItsBound) {
+    Publish("a:n:1\ngone:n:1");
+    EXPECT_EQ(Next(), "@object\na:n:1\ngone:n:1\n");
+    PublishMuch();
+    Publish("a:n:2\n-gone");
+    EXPECT_EQ(Next(), "|@object\nb::19" + big + "\na:n:2\n-gone\n");
     EXPECT_TRUE(backlog.Empty());
-    Publish(object, backlog, "a:n:3");
-    EXPECT_EQ(backlog.Next(object, scratch), "@object\na:n:3\n");
+    Publish("a:n:3");
+    EXPECT_EQ(Next(), "@object\na:n:3\n");
 }
 
-TEST(Backlog, KeepsADeletionInMind) {
-    pps::Object object("object");
-    ppsd::Backlog backlog;
-    std::string scratch;
-    const std::string big(30000, 'x');
-    for (int i = 0; i < 20; ++i) {
-        Publish(object, backlog, "b::" + std::to_string(i) + big);
-    }
+TEST_F(BacklogTest, KeepsADeletionInMind) {
+    PublishMuch();
     object.Truncate();
-    backlog.Add(std::make_shared<const std::string>(object.Head("-")));
-    EXPECT_EQ(backlog.Next(object, scratch), "-@object\n");
-    backlog.Add(std::make_shared<const std::string>(object.Head("+")));
-    Publish(object, backlog, "a:n:1");
-    EXPECT_EQ(backlog.Next(object, scratch), "#@object\n@object\na:n:1\n");
+    Add(object.Head("-"));
+    EXPECT_EQ(Next(), "-@object\n");
+    PublishMuch();
+    object.Truncate();
+    Add(object.Head("-"));
+    Add(object.Head("+"));
+    Publish("a:n:1");
+    EXPECT_EQ(Next(), "#@object\n@object\na:n:1\n");
+    PublishMuch();
+    EXPECT_EQ(Next().substr(0, 12), "|@object\nb::") << "the deletion is over";
+    backlog.AddState();
+    Add(object.Head("-"));
+    EXPECT_EQ(Next(), "-@object\n");
+    EXPECT_TRUE(backlog.Empty()) << "of a deleted object no state is due";
 }
 
-TEST(Backlog, TellsTheWholeStateWhenTooManyNamesWereMerged) {
-    pps::Object object("object");
-    ppsd::Backlog backlog;
-    std::string scratch;
+TEST_F(BacklogTest, TellsTheWholeStateWhenTooManyNamesWereMerged) {
     for (int i = 0; i < 8000; ++i) {
         const std::string name = "attribute" + std::to_string(i) + std::string(40, 'x');
-        Publish(object, backlog, name + ":n:1");
-        Publish(object, backlog, "-" + name);
+        Publish(name + ":n:1");
+        Publish("-" + name);
     }
-    Publish(object, backlog, "left:n:1");
-    EXPECT_EQ(backlog.Next(object, scratch), "#@object\n@object\nleft:n:1\n");
+    Publish("left:n:1");
+    EXPECT_EQ(Next(), "#@object\n@object\nleft:n:1\n");
 }
 
 TEST(SavedObjects, ComeBackAsTheyWereAndWhatIsBrokenIsPassedOver) {
@@ -141,25 +167,37 @@ TEST(SavedObjects, ComeBackAsTheyWereAndWhatIsBrokenIsPassedOver) {
     ppsd::ObjectTree tree(quota);
     std::string complaints;
     ppsd::ObjectLoader loader(tree, {7, 8, 0666}, [&](std::string_view text) { complaints.append(text) += "\n"; });
-    std::string_view saved = "x:n:1\ny:n:1\n/pps/a/b\n@b\nx:n:1\n/pps/../etc\n@etc\nx:n:1\n/pps/c 1 2 640\n@c\n"
-                             "bro\x1bken\nx:n:1\n/pps/d 1 2 8\n/pps/d 1 2\n/pps/e\n/pps/e\n/pps/f 0 0 1000\n";
-    while (!saved.empty()) {
+    const std::string many(100, '\n');
+    const std::string text = "x:n:1\ny:n:1\n/pps/a/b\n@b\nx:n:1\n/pps/../etc\n@etc\nx:n:1\n/pps/c 1 2 640\n@c\n"
+                             "bro\x1bken\nx:n:1\n/pps/d 1 2 8\n/pps/d 1 2\n/pps/e\n/pps/e\n/pps/f 0 0 1000\n"
+                             "/pps/g 4294967295 0 600\n/pps/h\n" +
+                             many;
+    for (std::string_view saved = text; !saved.empty();) {
         loader.TakeLine(pps::TakeLine(saved));
     }
-    EXPECT_EQ(complaints, "line 1: belongs to no object: 'x:n:1'\n"
-                          "line 6: not an object's path: '/pps/../etc'\n"
-                          "line 11: malformed line 'bro?ken'\n"
-                          "line 13: owner, group and mode that don't parse: '/pps/d 1 2 8'\n"
-                          "line 14: owner, group and mode that don't parse: '/pps/d 1 2'\n"
-                          "line 16: an object that is there already: '/pps/e'\n"
-                          "line 17: owner, group and mode that don't parse: '/pps/f 0 0 1000'\n");
-    std::string text;
+    loader.Finish();
+    const std::string first = "line 1: belongs to no object: 'x:n:1'\n"
+                              "line 6: not an object's path: '/pps/../etc'\n"
+                              "line 11: malformed line 'bro?ken'\n"
+                              "line 13: owner, group and mode that don't parse: '/pps/d 1 2 8'\n"
+                              "line 14: owner, group and mode that don't parse: '/pps/d 1 2'\n"
+                              "line 16: an object that is there already: '/pps/e'\n"
+                              "line 17: owner, group and mode that don't parse: '/pps/f 0 0 1000'\n"
+                              "line 18: owner, group and mode that don't parse: '/pps/g 4294967295 0 600'\n";
+    EXPECT_EQ(complaints.substr(0, first.size()), first);
+    const std::string last = "line 61: an empty write\nand 58 lines more\n";
+    EXPECT_EQ(complaints.substr(complaints.size() - last.size()), last);
     std::string scratch;
-    EXPECT_TRUE(ppsd::SaveObjects(tree, scratch, [&](std::string_view part) { return !text.append(part).empty(); }));
-    EXPECT_EQ(text, "/pps/a/b 7 8 666\n@b\nx:n:1\n/pps/c 1 2 640\n@c\nx:n:1\n/pps/e 7 8 666\n@e\n");
+    std::string saved;
+    EXPECT_TRUE(ppsd::SaveObjects(tree, scratch, [&](std::string_view part) { return !saved.append(part).empty(); }));
+    EXPECT_EQ(saved,
+              "/pps/a/b 7 8 666\n@b\nx:n:1\n/pps/c 1 2 640\n@c\nx:n:1\n/pps/e 7 8 666\n@e\n/pps/h 7 8 666\n@h\n");
     for (const char* path : {"/pps", "/pps/", "/pps//a", "/pps/a/", "/pps/.ppsd", "/dev/a", "pps/a", "/pps/a b"}) {
         EXPECT_FALSE(ppsd::ObjectTree::IsPath(path)) << path;
     }
+    const std::string longest = "/pps/" + std::string(1019, 'a');
+    EXPECT_TRUE(ppsd::ObjectTree::IsPath(longest));
+    EXPECT_FALSE(ppsd::ObjectTree::IsPath(longest + "a"));
 }
 
 } // namespace

@@ -38,23 +38,17 @@ std::vector<std::string> Commands(int number) {
 class CommandStream {
 public:
     CommandStream() : m_thread([this] { Run(); }) {}
-    ~CommandStream() { Stop(); }
+    ~CommandStream() {
+        m_isStopping = true;
+        m_thread.join();
+    }
     CommandStream(const CommandStream&) = delete;
     CommandStream& operator=(const CommandStream&) = delete;
-
-    void Stop() {
-        m_isStopping = true;
-        if (m_thread.joinable()) {
-            m_thread.join();
-        }
-    }
 
     /// Waits until so many more commands went in.
     void LetPass(int commands) const {
         const int until = m_written + commands;
-        while (m_written < until) {
-            std::this_thread::yield();
-        }
+        EXPECT_TRUE(WaitUntil("commands went in", [&] { return m_written >= until; }));
     }
 
 private:
@@ -103,8 +97,9 @@ std::map<int, Payload> RecordsOf(int settings) {
     return records;
 }
 
-void Nothing(FaultBench& /*bench*/) {}
-void Clear(FaultBench& /*bench*/) {
+using Bench = FaultBench;
+void Nothing(Bench& /*bench*/) {}
+void Clear(Bench& /*bench*/) {
     Order("clear");
 }
 
@@ -166,9 +161,7 @@ protected:
     void ExpectThatTheNextCommandWorks(int round) const {
         const std::string next = std::to_string(100 + round % 100);
         EXPECT_TRUE(WriteObject(kControl, "zolisten_pos::" + next));
-        const std::string published = "zolisten_pos:n:" + next + "\n";
-        const PpsObjectClient status(std::string(kStatus) + "?delta");
-        EXPECT_NE(status.ReadUntil(published).find(published), std::string::npos);
+        EXPECT_TRUE(PpsObjectClient(std::string(kStatus) + "?delta").Hears("zolisten_pos:n:" + next + "\n"));
         EXPECT_TRUE(IsTrueSoon());
     }
 

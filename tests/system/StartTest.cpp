@@ -42,10 +42,8 @@ TEST(BurstTest, EveryCommandIsDeliveredOrItsLossIsCountedAndOthersAreHeardMeanwh
         std::printf("%s: another input was heard %zu times meanwhile, within %d ms at most\n", fault, heard,
                     static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(longest).count()));
         Order("clear");
-        // One more, so that losses have an end.
-        do {
-            ASSERT_TRUE(WriteObject(kControl, "zosrs::9"));
-        } while (McuRecords()[3][4] != 9);
+        EXPECT_TRUE(WaitUntil("losses have an end",
+                              [] { return WriteObject(kControl, "zosrs::9") && McuRecords()[3][4] == 9; }));
         bench.StopService();
         const std::string log = bench.service->Output();
         EXPECT_EQ(Received("commands") + LostPackets(log), static_cast<int>(Count(log, "packet no = ")));
@@ -64,11 +62,10 @@ TEST(StartTest, ACommandInAnyPhaseOfAStartChangesWhatItCommandsAlone) {
         const PpsObjectClient control(std::string(kControl) + "?delta");
         chain.service = std::make_unique<Process>("melvane");
         // The service empties the object as it opens it; from then on commands count, and this is the first moment.
-        ASSERT_NE(control.ReadUntil("#@control").find("#@control"), std::string::npos);
+        ASSERT_TRUE(control.Hears("#@control"));
         std::this_thread::sleep_for(std::chrono::milliseconds(start * 53 % 120));
         ASSERT_TRUE(WriteObject(kControl, "zoloud::on"));
-        const PpsObjectClient status(std::string(kStatus) + "?delta");
-        ASSERT_NE(status.ReadUntil("zoloud::on").find("zoloud::on"), std::string::npos);
+        ASSERT_TRUE(PpsObjectClient(std::string(kStatus) + "?delta").Hears("zoloud::on"));
         expected[0][17] = 1;
         EXPECT_EQ(McuRecords(), expected);
         ASSERT_TRUE(IsTrueSoon());
@@ -80,9 +77,7 @@ TEST(StartTest, WhatTheNavigationObjectHoldsFromBeforeIsNoRequest) {
     FaultBench bench;
     constexpr std::size_t kNaviByte = 6;
     ASSERT_TRUE(WriteObject(kNavigation, "navivolume:n:75"));
-    while (McuRecords()[0][kNaviByte] != 30) {
-        std::this_thread::yield();
-    }
+    EXPECT_TRUE(WaitUntil("the MCU has 75 percent", [] { return McuRecords()[0][kNaviByte] == 30; }));
     ASSERT_TRUE(IsTrueSoon());
     bench.StopService();
     Order("volume navi 8");
@@ -106,19 +101,15 @@ TEST(StartTest, CommandsGoOnWhereTheMcuDoesNotAnswer) {
     chain.StopService();
 }
 
-/// Waits until a service that was just started has blocked SIGTERM: it does so before main begins, and ignores SIGPIPE
+/// Whether a service that was just started has blocked SIGTERM: it does so before main begins, and ignores SIGPIPE
 /// right after, which shows in the process's state whatever it waits for later.
-void WaitUntilSignalsAreBlocked(const Process& process) {
-    constexpr int kSigPipeBit = SIGPIPE - 1;
-    const std::string path = "/proc/" + std::to_string(process.Id()) + "/status";
-    for (bool isReached = false; !isReached;) {
-        std::ifstream status(path);
-        for (std::string line; std::getline(status, line);) {
-            isReached |=
-                line.rfind("SigIgn:", 0) == 0 && (std::stoull(line.substr(7), nullptr, 16) >> kSigPipeBit & 1) != 0;
-            isReached |= line.rfind("State:\tZ", 0) == 0;
-        }
+bool HasBlockedSignals(const Process& process) {
+    std::ifstream status("/proc/" + std::to_string(process.Id()) + "/status");
+    unsigned long long ignored = 0;
+    for (std::string line; std::getline(status, line);) {
+        ignored = line.rfind("SigIgn:", 0) == 0 ? std::stoull(line.substr(7), nullptr, 16) : ignored;
     }
+    return (ignored >> (SIGPIPE - 1U) & 1U) != 0;
 }
 
 TEST(StartTest, ASignalAtAnyMomentEndsTheServiceInOrder) {
@@ -126,9 +117,9 @@ TEST(StartTest, ASignalAtAnyMomentEndsTheServiceInOrder) {
     chain.StartMcu({});
     for (int moment = 0; moment < 20 * Rounds(); ++moment) {
         Process service("melvane");
-        WaitUntilSignalsAreBlocked(service);
+        ASSERT_TRUE(WaitUntil("it has blocked the signals", [&] { return HasBlockedSignals(service); }));
         std::this_thread::sleep_for(std::chrono::microseconds(moment * 317 % 20000));
-        EXPECT_EQ(service.Stop(moment % 2 == 0 ? SIGTERM : SIGINT), 0) << service.Output();
+        EXPECT_EQ(service.Stop(moment % 2 == 0 ? SIGTERM : SIGINT), 0);
     }
 }
 

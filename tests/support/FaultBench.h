@@ -80,10 +80,6 @@ public:
         EXPECT_TRUE(service->WaitFor("SetPPSIntAttr return false")) << "there was room for all of it";
         ppsd->Signal(SIGCONT);
     }
-    static void DeleteObject(const std::string& path) {
-        std::string output;
-        EXPECT_EQ(RunProgram("ppsctl", {"delete", path}, output), 0) << output;
-    }
 
     Clock::time_point backSince; ///< since when the peer of the last fault is there again
 };

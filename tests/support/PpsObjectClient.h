@@ -68,6 +68,13 @@ inline std::string StateOf(const std::string& path) {
     return PpsObjectClient(path, PpsObjectClient::kReadOnly).Read();
 }
 
+/// Deletes an object; 0, or why it can't be.
+inline int DeleteObject(const std::string& path) {
+    host::PpsReply reply;
+    host::RequestOfPpsServer("delete " + path, reply);
+    return reply.error;
+}
+
 /// Writes lines into an object and waits until the server has applied them.
 inline bool WriteObject(const std::string& path, const std::string& text) {
     const PpsObjectClient object(path + (path.find('?') == std::string::npos ? "?ack" : ",ack"));

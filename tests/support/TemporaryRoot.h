@@ -17,9 +17,9 @@ public:
         ::setenv("TLG_ROOT", m_path.c_str(), 1);
         // Reads until this process has ended, in whatever way. In a session of its own it is not killed with it. The
         // test's programs may need a moment to be gone.
-        const std::string removal = "rm -rf " + m_path;
-        const std::string script = "read _; " + removal + " || { sleep 1; " + removal + "; }";
-        m_remover = ::popen(("setsid -f sh -c '" + script + "' > /dev/null 2>&1").c_str(), "we");
+        constexpr const char* kRemover =
+            R"(setsid -f sh -c 'read _; rm -rf "$TLG_ROOT" || { sleep 1; rm -rf "$TLG_ROOT"; }' > /dev/null 2>&1)";
+        m_remover = ::popen(kRemover, "we");
     }
     ~TemporaryRoot() {
         ::unsetenv("TLG_ROOT");

@@ -121,7 +121,7 @@ const Fault kFaults[] = {
     {"ServerRestarts", [](FaultBench& b) { b.RestartServer(SIGTERM); }, Nothing, false, kSameSettings},
     {"ServerStops", [](FaultBench& b) { b.ppsd->Signal(SIGSTOP); }, [](FaultBench& b) { b.FillAndGoOn(); }, false,
      kSameSettings},
-    {"ObjectIsDeleted", [](FaultBench&) { FaultBench::DeleteObject(kStatus); }, Nothing, false, kSameSettings},
+    {"ObjectIsDeleted", [](FaultBench&) { EXPECT_EQ(DeleteObject(kStatus), 0); }, Nothing, false, kSameSettings},
     {"ObjectsAreEmptied",
      [](FaultBench&) {
          for (const char* object : {kStatus, kNavigation, "/pps/tolvyn/eq/settings", "/pps/tolvyn/system/dev_status"}) {

@@ -163,20 +163,7 @@ TEST_F(PpsConnectionTest, AttributesAreDeliveredWithTheKeyOfTheirObject) {
     EXPECT_FALSE(m_controller.AddFile(2, &m_other)) << "the key is taken";
 }
 
-TEST_F(PpsConnectionTest, AClosedFileIsNotHeardOfAgain) {
-    WriteObject("/pps/test/input", "a::1");
-    m_controller.Wait(1);
-    m_input.Close();
-    WriteObject("/pps/test/input", "a::2");
-    WriteObject("/pps/test/other", "c::1");
-    EXPECT_EQ(m_controller.Wait(2), (Events{"2 a::1", "4 c::1"}));
-    EXPECT_TRUE(m_controller.RemoveFile(2));
-    EXPECT_FALSE(m_controller.RemoveFile(2));
-    EXPECT_TRUE(m_controller.Stop());
-    EXPECT_FALSE(m_controller.Stop());
-}
-
-TEST_F(PpsConnectionTest, ADeliveryMayCloseAndRemoveItsOwnFile) {
+TEST_F(PpsConnectionTest, ADeliveryMayCloseAndRemoveItsOwnFileWhichIsNotHeardOfAgain) {
     m_controller.m_during = [this] {
         m_input.Close();
         m_controller.RemoveFile(2);
@@ -186,6 +173,9 @@ TEST_F(PpsConnectionTest, ADeliveryMayCloseAndRemoveItsOwnFile) {
     WriteObject("/pps/test/input", "a::2");
     WriteObject("/pps/test/other", "c::1");
     EXPECT_EQ(m_controller.Wait(2), (Events{"2 a::1", "4 c::1"})) << "nor the rest of the text";
+    EXPECT_FALSE(m_controller.RemoveFile(2));
+    EXPECT_TRUE(m_controller.Stop());
+    EXPECT_FALSE(m_controller.Stop());
 }
 
 TEST_F(PpsConnectionTest, ClosingAndRemovingWaitForADeliveryUnderWay) {
@@ -265,8 +255,7 @@ TEST_F(PpsConnectionTest, AnOutputThatSomebodyEmptiesOrDeletesIsReported) {
     EXPECT_TRUE(PpsObjectClient("/pps/test/output", 0x302));
     EXPECT_EQ(m_controller.Wait(1), Events{"returned 0"});
     ASSERT_TRUE(WriteObject("/pps/test/output", "[n]@output\nb::1"));
-    host::PpsReply reply;
-    host::RequestOfPpsServer("delete /pps/test/output", reply);
+    DeleteObject("/pps/test/output");
     EXPECT_EQ(m_controller.Wait(2).size(), 2U);
     EXPECT_TRUE(m_output.SetPPSIntAttr("@output", "a", 2));
     EXPECT_EQ(SettledStateOf("/pps/test/output"), "@output\na:n:2\n");

@@ -8,14 +8,14 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 TEST(Object, RefusesMalformedWritesWhole) {
     const std::string most = "a::" + std::string(pps::kMaxWrite - 3, 'x');
     EXPECT_EQ(pps::Object("object").Apply(most).error, "");
     for (const std::string& bad :
-         {std::string("good:n:1\n\n"), std::string(), std::string("a:b"), std::string("a"), std::string(":n:1"),
-          std::string("1a:n:1"), std::string("a b:n:1"), std::string("[n:n:1"), std::string("[1]a:n:1"),
-          std::string("-"), std::string("-a b"), std::string("@other\na:n:1"), std::string("a:n:1\n@object"),
-          std::string("#@object"), std::string("a:n:1\n\nb:n:1"), std::string("a:n:1\0b", 7), most + "x"}) {
+         {""s, "a:b"s, "a"s, ":n:1"s, "1a:n:1"s, "a b:n:1"s, "[n:n:1"s, "[1]a:n:1"s, "-"s, "-a b"s, "@other\na:n:1"s,
+          "a:n:1\n@object"s, "#@object"s, "a:n:1\n\nb:n:1"s, "good:n:1\n\n"s, "a:n:1\0b"s, most + "x"}) {
         pps::Object object("object");
         object.Apply("_kept.1:n:1");
         EXPECT_NE(object.Apply(bad).error, "") << bad.substr(0, 40);
@@ -31,25 +31,17 @@ std::string PersistentStateOf(const pps::Object& object) {
 
 TEST(Object, KeepsOrderQualifiersAndColons) {
     pps::Object object("object");
-    const struct {
-        const char* write;
-        const char* changes;
-        const char* state;
-        const char* persistent;
-    } steps[] = {
-        {"@object\n[n]a:json:{\"x\":1}\nb::one:two", "[n]a:json:{\"x\":1}\nb::one:two\n",
-         "@object\n[n]a:json:{\"x\":1}\nb::one:two\n", "@object\nb::one:two\n"},
-        {"a:n:2", "[n]a:n:2\n", "@object\n[n]a:n:2\nb::one:two\n", "@object\nb::one:two\n"},
-        {"c::\n-b\n-unknown", "c::\n-b\n", "@object\n[n]a:n:2\nc::\n", "@object\nc::\n"},
-        {"[-n]a:n:3\n-c\nc::", "a:n:3\n-c\nc::\n", "@object\na:n:3\nc::\n", "@object\na:n:3\nc::\n"},
-        {"a:n:1\na:n:1", "a:n:1\na:n:1\n", "@object\na:n:1\nc::\n", "@object\na:n:1\nc::\n"},
-        {"[n]@object\na:n:4", "a:n:4\n", "[n]@object\na:n:4\nc::\n", ""},
-    };
-    for (const auto& step : steps) {
-        EXPECT_EQ(object.Apply(step.write).changes, step.changes);
-        EXPECT_EQ(object.State(), step.state);
-        EXPECT_EQ(PersistentStateOf(object), step.persistent);
-    }
+    EXPECT_EQ(object.Apply("@object\n[n]a:json:{\"x\":1}\nb::one:two").error, "");
+    EXPECT_EQ(object.Apply("a:n:2").changes, "[n]a:n:2\n");
+    EXPECT_EQ(object.Apply("c::\n-b\n-unknown").changes, "c::\n-b\n");
+    EXPECT_EQ(object.State(), "@object\n[n]a:n:2\nc::\n");
+    EXPECT_EQ(PersistentStateOf(object), "@object\nc::\n");
+    EXPECT_EQ(object.Apply("[-n]a:n:3\n-c\nc::").changes, "a:n:3\n-c\nc::\n");
+    EXPECT_EQ(PersistentStateOf(object), "@object\na:n:3\nc::\n");
+    EXPECT_EQ(object.Apply("a:n:1\na:n:1").changes, "a:n:1\na:n:1\n");
+    object.Apply("[n]@object\na:n:4");
+    EXPECT_EQ(object.State(), "[n]@object\na:n:4\nc::\n");
+    EXPECT_EQ(PersistentStateOf(object), "");
 }
 
 TEST(Object, IsBoundedButRewritable) {

@@ -18,59 +18,50 @@
 
 namespace {
 
-/// The two ends of something that standard error may be.
-struct Ends {
-    UniqueFd read, write;
-};
+enum class Kind { Pipe, Terminal, Stream, Packets };
 
-Ends Pipe() {
-    int ends[2] = {-1, -1};
-    EXPECT_EQ(::pipe2(ends, O_CLOEXEC), 0);
-    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
-}
-
-Ends Sockets(int type) {
-    int ends[2] = {-1, -1};
-    EXPECT_EQ(::socketpair(AF_UNIX, type | SOCK_CLOEXEC, 0, ends), 0);
-    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
-}
-
-Ends Terminal() {
-    int ends[2] = {-1, -1};
-    termios raw{};
-    ::cfmakeraw(&raw);
-    EXPECT_EQ(::openpty(&ends[0], &ends[1], nullptr, &raw, nullptr), 0);
-    return {UniqueFd(ends[0]), UniqueFd(ends[1])};
-}
-
-/// Has standard error go elsewhere while it lives.
-class Redirected {
+/// Has standard error go into something of that kind while it lives.
+class StandardError {
 public:
-    explicit Redirected(const UniqueFd& target) : m_former(::dup(STDERR_FILENO)) {
-        ::dup2(target.Get(), STDERR_FILENO);
+    explicit StandardError(Kind kind) : m_former(::dup(STDERR_FILENO)) {
+        int ends[2] = {-1, -1};
+        termios raw{};
+        ::cfmakeraw(&raw);
+        const int error = kind == Kind::Pipe       ? ::pipe(ends)
+                          : kind == Kind::Terminal ? ::openpty(&ends[0], &ends[1], nullptr, &raw, nullptr)
+                          : kind == Kind::Stream   ? ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends)
+                                                   : ::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends);
+        EXPECT_EQ(error, 0);
+        m_read.Reset(ends[0]);
+        ::dup2(UniqueFd(ends[1]).Get(), STDERR_FILENO);
     }
-    ~Redirected() { ::dup2(m_former.Get(), STDERR_FILENO); }
-    Redirected(const Redirected&) = delete;
-    Redirected& operator=(const Redirected&) = delete;
+    /// A file in memory.
+    StandardError() : m_former(::dup(STDERR_FILENO)), m_read(::memfd_create("log", 0)) {
+        ::dup2(m_read.Get(), STDERR_FILENO);
+    }
+    ~StandardError() { ::dup2(m_former.Get(), STDERR_FILENO); }
+    StandardError(const StandardError&) = delete;
+    StandardError& operator=(const StandardError&) = delete;
+
+    /// All that can be read now.
+    std::string Drain() const {
+        std::string text;
+        std::string block(65536, '\0');
+        pollfd there{m_read.Get(), POLLIN, 0};
+        while (::poll(&there, 1, 0) == 1 && (there.revents & POLLIN) != 0) {
+            const ssize_t length = ::read(m_read.Get(), block.data(), block.size());
+            if (length <= 0) {
+                break;
+            }
+            text.append(block, 0, static_cast<std::size_t>(length));
+        }
+        return text;
+    }
 
 private:
     UniqueFd m_former;
+    UniqueFd m_read;
 };
-
-/// All that can be read now.
-std::string Drain(const UniqueFd& end) {
-    std::string text;
-    std::string block(65536, '\0');
-    pollfd there{end.Get(), POLLIN, 0};
-    while (::poll(&there, 1, 0) == 1 && (there.revents & POLLIN) != 0) {
-        const ssize_t length = ::read(end.Get(), block.data(), block.size());
-        if (length <= 0) {
-            break;
-        }
-        text.append(block, 0, static_cast<std::size_t>(length));
-    }
-    return text;
-}
 
 /// Logs more than any of them takes in; the lines that it should have given.
 std::string Flood(int& dropped) {
@@ -106,13 +97,9 @@ int TakeLosses(std::string& text) {
 }
 
 TEST(Slog, DropsWhatNobodyTakesAndTellsHowMany) {
-    const std::pair<const char*, Ends> kinds[] = {{"pipe", Pipe()},
-                                                  {"terminal", Terminal()},
-                                                  {"stream", Sockets(SOCK_STREAM)},
-                                                  {"packets", Sockets(SOCK_SEQPACKET)}};
-    for (const auto& [name, ends] : kinds) {
-        SCOPED_TRACE(name);
-        const Redirected redirected(ends.write);
+    for (const Kind kind : {Kind::Pipe, Kind::Terminal, Kind::Stream, Kind::Packets}) {
+        SCOPED_TRACE(static_cast<int>(kind));
+        const StandardError standardError(kind);
         std::string expected;
         std::string text;
         int dropped = 0;
@@ -120,10 +107,10 @@ TEST(Slog, DropsWhatNobodyTakesAndTellsHowMany) {
         for (int round = 0; round < 2; ++round) {
             expected += Flood(dropped);
             EXPECT_GT(dropped, 0);
-            text += Drain(ends.read);
+            text += standardError.Drain();
         }
         slogf(0, _SLOG_NOTICE, "%s", "end");
-        text += Drain(ends.read);
+        text += standardError.Drain();
         EXPECT_EQ(TakeLosses(text), dropped);
         EXPECT_TRUE(text == expected + "4 0x0 end\n");
         EXPECT_EQ(::fcntl(STDERR_FILENO, F_GETFL) & O_NONBLOCK, 0) << "others share the descriptor";
@@ -131,26 +118,24 @@ TEST(Slog, DropsWhatNobodyTakesAndTellsHowMany) {
 }
 
 TEST(Slog, TellsOfTheLossAtTheEndOfTheProcess) {
-    const Ends ends = Pipe();
+    const StandardError standardError(Kind::Pipe);
     const pid_t child = ::fork();
     if (child == 0) {
-        ::dup2(ends.write.Get(), STDERR_FILENO);
         int dropped = 0;
         Flood(dropped);
-        Drain(ends.read);
+        standardError.Drain();
         std::exit(dropped == 0 ? 1 : 0);
     }
     int status = -1;
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     EXPECT_EQ(status, 0);
-    std::string text = Drain(ends.read);
+    std::string text = standardError.Drain();
     EXPECT_GT(TakeLosses(text), 0);
     EXPECT_EQ(text, "");
 }
 
 TEST(Slog, KeepsAMessageOneLine) {
-    const Ends ends = Sockets(SOCK_SEQPACKET);
-    const Redirected redirected(ends.write);
+    const StandardError standardError(Kind::Packets);
     const std::string head = "2 0xffffffff ";
     const std::size_t room = 4096 - head.size() - 1;
     std::string escapes;
@@ -172,24 +157,22 @@ TEST(Slog, KeepsAMessageOneLine) {
         {std::string(4000, '\x02'), escapes}};
     for (const auto& [message, text] : messages) {
         EXPECT_EQ(slogf(-1, _SLOG_ERROR, "%s", message.c_str()), static_cast<int>(head.size() + text.size() + 1));
-        EXPECT_EQ(Drain(ends.read), head + text + "\n");
+        EXPECT_EQ(standardError.Drain(), head + text + "\n");
     }
     slogf(0, _SLOG_ERROR, "a%cb", 0);
-    EXPECT_EQ(Drain(ends.read), "2 0x0 a\\x00b\n");
+    EXPECT_EQ(standardError.Drain(), "2 0x0 a\\x00b\n");
     slogf(0, _SLOG_DEBUG2, "the lowest severity");
-    EXPECT_EQ(Drain(ends.read), "7 0x0 the lowest severity\n");
+    EXPECT_EQ(standardError.Drain(), "7 0x0 the lowest severity\n");
 }
 
 TEST(Slog, SharesTheOffsetOfAFile) {
-    const UniqueFd file(::memfd_create("log", MFD_CLOEXEC));
-    ASSERT_TRUE(file);
-    const Redirected redirected(file);
+    const StandardError standardError;
     for (const char* text : {"a", "b"}) {
-        ASSERT_EQ(::write(file.Get(), "other\n", 6), 6);
+        ASSERT_EQ(::write(STDERR_FILENO, "other\n", 6), 6);
         slogf(0, _SLOG_ERROR, "%s", text);
     }
-    ASSERT_EQ(::lseek(file.Get(), 0, SEEK_SET), 0);
-    EXPECT_EQ(Drain(file), "other\n2 0x0 a\nother\n2 0x0 b\n");
+    ASSERT_EQ(::lseek(STDERR_FILENO, 0, SEEK_SET), 0);
+    EXPECT_EQ(standardError.Drain(), "other\n2 0x0 a\nother\n2 0x0 b\n");
 }
 
 } // namespace

@@ -51,12 +51,12 @@ UniqueFd Connection::OpenDescriptor(int oflag) const {
 }
 
 void Connection::Observe(ConnectionObserver* observer) {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_observer = observer;
 }
 
 bool Connection::IsObserved() const {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_observer != nullptr;
 }
 
@@ -65,14 +65,14 @@ bool Connection::Open() {
     if (!opened) {
         return false;
     }
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_descriptor = std::move(opened);
     m_state = State::kOpen;
     return true;
 }
 
 void Connection::Close() {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_outbox.End();
     m_descriptor.Reset();
     m_isStarved = false;
@@ -80,7 +80,7 @@ void Connection::Close() {
 }
 
 void Connection::Lose() {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_state == State::kOpen) {
         m_outbox.Drop("its link is gone");
         m_descriptor.Reset();
@@ -91,7 +91,7 @@ void Connection::Lose() {
 
 int Connection::Reopen() {
     {
-        const std::lock_guard<Mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         if (m_state != State::kLost) {
             return 0;
         }
@@ -102,7 +102,7 @@ int Connection::Reopen() {
     // alone would tell the old ones again.)
     UniqueFd opened = OpenDescriptor(m_info.oflag & ~kTruncate);
     const int error = opened ? 0 : errno;
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_state != State::kReopening) {
         return 0;
     }
@@ -112,7 +112,7 @@ int Connection::Reopen() {
 }
 
 bool Connection::TakeOver() {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_state != State::kReturned) {
         return false;
     }
@@ -121,7 +121,7 @@ bool Connection::TakeOver() {
 }
 
 ReadResult Connection::Read(unsigned char* buffer, std::size_t size) {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_state != State::kOpen) {
         return {};
     }
@@ -144,7 +144,7 @@ ReadResult Connection::Read(unsigned char* buffer, std::size_t size) {
 }
 
 bool Connection::Write(const void* data, std::size_t length) {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_state != State::kOpen) {
         if (m_state != State::kClosed && m_observer != nullptr) {
             m_observer->OnWriteLost();
@@ -168,7 +168,7 @@ bool Connection::Write(const void* data, std::size_t length) {
 }
 
 bool Connection::Send(const unsigned char* data, std::size_t length) {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_state != State::kOpen) {
         if (m_state != State::kClosed) {
             m_outbox.CountLost(1, "its link is gone");
@@ -194,7 +194,6 @@ bool Connection::Send(const unsigned char* data, std::size_t length) {
     return m_outbox.Keep(data + sent, length - sent);
 }
 
-/// Called with the lock held.
 void Connection::FlushOutbox() {
     while (!m_outbox.Empty()) {
         const auto& packet = m_outbox.Front();
@@ -212,7 +211,7 @@ void Connection::FlushOutbox() {
 }
 
 bool Connection::Flush() {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_state != State::kOpen) {
         return false;
     }
@@ -225,7 +224,7 @@ bool Connection::Flush() {
 }
 
 bool Connection::NeedsRoom() const {
-    const std::lock_guard<Mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_isStarved || !m_outbox.Empty();
 }
 

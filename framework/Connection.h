@@ -20,7 +20,6 @@
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
-#include <mutex>
 
 #include "framework/Outbox.h"
 #include "framework/fileTagInfo.h"
@@ -63,55 +62,55 @@ public:
     State CurrentState() const noexcept { return m_state; }
 
     /// Who hears of what the connection needs from now on; null: nobody. Not owned.
-    void Observe(ConnectionObserver* observer);
-    bool IsObserved() const;
+    void Observe(ConnectionObserver* observer) TLG_EXCLUDES(m_mutex);
+    bool IsObserved() const TLG_EXCLUDES(m_mutex);
 
     /// closed -> open. False with errno set when the file can't be opened. It may wait for the peer.
-    bool Open();
+    bool Open() TLG_EXCLUDES(m_mutex);
     /// any state -> closed.
-    void Close();
+    void Close() TLG_EXCLUDES(m_mutex);
     /// open -> lost; what waits for room counts as lost.
-    void Lose();
+    void Lose() TLG_EXCLUDES(m_mutex);
     /// lost -> reopening -> returned, or lost again. The result is 0 or an errno number; 0 also where there is
     /// nothing to reopen. It may wait for the peer.
-    int Reopen();
+    int Reopen() TLG_EXCLUDES(m_mutex);
     /// returned -> open; false in any other state.
-    bool TakeOver();
+    bool TakeOver() TLG_EXCLUDES(m_mutex);
 
-    ReadResult Read(unsigned char* buffer, std::size_t size);
+    ReadResult Read(unsigned char* buffer, std::size_t size) TLG_EXCLUDES(m_mutex);
 
     /// Writes a whole message or nothing. False with errno set: EAGAIN where there is no room, ENOTCONN or EPIPE
     /// where the peer went away, EBADF where the file is closed.
-    bool Write(const void* data, std::size_t length);
+    bool Write(const void* data, std::size_t length) TLG_EXCLUDES(m_mutex);
 
     /// Writes a packet, or keeps it until there is room; false when it is lost.
-    bool Send(const unsigned char* data, std::size_t length);
+    bool Send(const unsigned char* data, std::size_t length) TLG_EXCLUDES(m_mutex);
 
     /// Writes what was kept, as far as there is room. True when a message of Write() found no room since the last
     /// call and there is some now.
-    bool Flush();
+    bool Flush() TLG_EXCLUDES(m_mutex);
 
-    bool NeedsRoom() const;
+    bool NeedsRoom() const TLG_EXCLUDES(m_mutex);
     /// Calls @p use(descriptor) while the descriptor can't be closed, and returns its result; false with errno
     /// EBADF where the connection is not open.
     template <typename Use>
-    bool WithDescriptor(Use use) const {
-        const std::lock_guard<Mutex> lock(m_mutex);
+    bool WithDescriptor(Use use) const TLG_EXCLUDES(m_mutex) {
+        const MutexLock lock(m_mutex);
         errno = EBADF;
         return m_state == State::kOpen && use(m_descriptor.Get());
     }
 
 private:
     UniqueFd OpenDescriptor(int oflag) const;
-    void FlushOutbox();
+    void FlushOutbox() TLG_REQUIRES(m_mutex);
 
     const fileTagInfo m_info; // a copy: an opening under way may outlive the file
     mutable Mutex m_mutex;
     std::atomic<State> m_state{State::kClosed}; // written with m_mutex held
-    UniqueFd m_descriptor;                      // this and what follows: guarded by m_mutex
-    Outbox m_outbox;
-    bool m_isStarved = false; // a message of Write() found no room
-    ConnectionObserver* m_observer = nullptr;
+    UniqueFd m_descriptor TLG_GUARDED_BY(m_mutex);
+    Outbox m_outbox TLG_GUARDED_BY(m_mutex);
+    bool m_isStarved TLG_GUARDED_BY(m_mutex) = false; // a message of Write() found no room
+    ConnectionObserver* m_observer TLG_GUARDED_BY(m_mutex) = nullptr;
 };
 
 } // namespace TLG::ZOCAR

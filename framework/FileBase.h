@@ -62,7 +62,7 @@ private:
     const std::shared_ptr<Connection> m_connection; // shared with the thread that opens it again
 
     // Held while input is delivered, and taken by Close() to wait for that; recursive, since a delivery
-    // may close its own file. Taken before all other locks.
+    // may close its own file, and so nothing for clang's analysis. Taken before all other locks.
     std::recursive_mutex m_deliveryMutex;
 };
 

@@ -45,7 +45,7 @@ bool Multiplexer::Close() {
 
 bool Multiplexer::Start() {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         if (!m_wake || m_isRunning) {
             return false;
         }
@@ -68,7 +68,7 @@ bool Multiplexer::Start() {
 bool Multiplexer::StartThreads() {
     try {
         m_dispatcher = std::thread(&Multiplexer::Dispatch, this);
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         for (auto& [directory, reopener] : m_reopeners) {
             reopener->Start();
         }
@@ -81,7 +81,7 @@ bool Multiplexer::StartThreads() {
 
 bool Multiplexer::Stop() {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         if (!m_isRunning) {
             return false;
         }
@@ -99,7 +99,7 @@ void Multiplexer::Join() {
     }
     std::vector<Reopener*> reopeners;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         for (auto& [directory, reopener] : m_reopeners) {
             reopeners.push_back(reopener.get());
         }
@@ -107,7 +107,7 @@ void Multiplexer::Join() {
     for (Reopener* reopener : reopeners) {
         reopener->Stop(); // may wait for an opening, and so not with the lock held
     }
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     for (auto& [key, entry] : m_entries) {
         entry.connection->Observe(nullptr);
     }
@@ -125,7 +125,7 @@ bool Multiplexer::AddOutput(int key, FileBase* file) {
 }
 
 bool Multiplexer::AddEntry(int key, FileBase* file, bool isOutput) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto [added, isNew] = m_entries.try_emplace(key);
     if (!isNew) {
         return false;
@@ -146,8 +146,7 @@ bool Multiplexer::AddEntry(int key, FileBase* file, bool isOutput) {
     return true;
 }
 
-/// The reopener of the file's peer; null, with a line in the log, where there can be no thread for a new one. Called
-/// with m_mutex held.
+/// The reopener of the file's peer; null, with a line in the log, where there can be no thread for a new one.
 Reopener* Multiplexer::ReopenerOf(const std::string& path) {
     const auto [found, isNew] = m_reopeners.try_emplace(DirectoryOf(path));
     if (!isNew) {
@@ -170,7 +169,7 @@ Reopener* Multiplexer::ReopenerOf(const std::string& path) {
 }
 
 bool Multiplexer::Remove(int key) {
-    std::unique_lock<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto found = m_entries.find(key);
     if (found == m_entries.end()) {
         return false;
@@ -184,13 +183,15 @@ bool Multiplexer::Remove(int key) {
     entry.connection->WithDescriptor([this](int fd) { return m_epoll.Remove(fd); });
     entry.reopener->Remove(entry.connection);
     if (m_dispatcherId.load() != std::this_thread::get_id()) {
-        m_released.wait(lock, [&] { return m_delivering != entry.file; });
+        while (m_delivering == entry.file) {
+            m_released.wait(m_mutex);
+        }
     }
     return true;
 }
 
 void Multiplexer::Hold(int key, Holding holding) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto found = m_entries.find(key);
     if (found != m_entries.end() && found->second.input) {
         found->second.input->isHeld = holding == Holding::kHeld;
@@ -200,12 +201,12 @@ void Multiplexer::Hold(int key, Holding holding) {
 }
 
 void Multiplexer::SetReturnHandler(ReturnHandler handler) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_onReturn = std::move(handler);
 }
 
 void Multiplexer::SetTimer(std::chrono::milliseconds delay, std::function<void()> handler) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_timerDue = Clock::now() + delay;
     m_timerHandler = std::move(handler);
     RequestAttention();

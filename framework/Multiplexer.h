@@ -29,7 +29,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <set>
 #include <string>
@@ -39,6 +38,7 @@
 #include "framework/FileBase.h"
 #include "framework/Reopener.h"
 #include "platform/host/Epoll.h"
+#include "platform/posix/Mutex.h"
 
 namespace TLG::ZOCAR {
 
@@ -56,14 +56,14 @@ public:
     // As the operations of the same names of FilesControlBase say.
     bool Init();
     bool Close();
-    bool Start();
-    bool Stop();
-    bool Add(int key, FileBase* file);
-    bool AddOutput(int key, FileBase* file);
-    bool Remove(int key);
-    void Hold(int key, Holding holding);
-    void SetReturnHandler(ReturnHandler handler);
-    void SetTimer(std::chrono::milliseconds delay, std::function<void()> handler);
+    bool Start() TLG_EXCLUDES(m_mutex);
+    bool Stop() TLG_EXCLUDES(m_mutex);
+    bool Add(int key, FileBase* file) TLG_EXCLUDES(m_mutex);
+    bool AddOutput(int key, FileBase* file) TLG_EXCLUDES(m_mutex);
+    bool Remove(int key) TLG_EXCLUDES(m_mutex);
+    void Hold(int key, Holding holding) TLG_EXCLUDES(m_mutex);
+    void SetReturnHandler(ReturnHandler handler) TLG_EXCLUDES(m_mutex);
+    void SetTimer(std::chrono::milliseconds delay, std::function<void()> handler) TLG_EXCLUDES(m_mutex);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -91,36 +91,36 @@ private:
         bool IsPaused() const { return input && (input->isHeld || input->HasRest()); }
     };
 
-    bool AddEntry(int key, FileBase* file, bool isOutput);
-    bool StartThreads();
-    void Join();
-    Reopener* ReopenerOf(const std::string& path);
+    bool AddEntry(int key, FileBase* file, bool isOutput) TLG_EXCLUDES(m_mutex);
+    bool StartThreads() TLG_EXCLUDES(m_mutex);
+    void Join() TLG_EXCLUDES(m_mutex);
+    Reopener* ReopenerOf(const std::string& path) TLG_REQUIRES(m_mutex);
 
     void OnRoomNeeded() override;
     void OnWriteLost() override;
     void RequestAttention();
     void Wake() const;
 
-    void Dispatch();
-    int TimeoutMs();
-    void OnEvent(std::uint64_t id, std::uint32_t events);
+    void Dispatch() TLG_EXCLUDES(m_mutex);
+    int TimeoutMs() TLG_EXCLUDES(m_mutex);
+    void OnEvent(std::uint64_t id, std::uint32_t events) TLG_EXCLUDES(m_mutex);
     template <typename Delivery>
-    void WithClaimed(int key, Delivery deliver);
-    std::optional<Entry> Claim(int key);
-    void Release();
-    void Turn();
-    void Deliver(int key, std::uint32_t events);
-    void Receive(int key, Entry& entry);
-    void DeliverLines(const Entry& entry, unsigned char* text, std::size_t length);
-    void DeliverRests();
-    void DeliverRest(const Entry& entry);
-    void LoseConnection(int key, const Entry& entry, int error);
-    void NoteAnswer(int key, Entry& entry);
-    void TakeOver();
-    void TakeOver(int key, Entry& entry);
-    void UpdateWatches();
-    bool UpdateWatch(int key, Entry& entry) const;
-    void RunTimer();
+    void WithClaimed(int key, Delivery deliver) TLG_EXCLUDES(m_mutex);
+    std::optional<Entry> Claim(int key) TLG_EXCLUDES(m_mutex);
+    void Release() TLG_EXCLUDES(m_mutex);
+    void Turn() TLG_EXCLUDES(m_mutex);
+    void Deliver(int key, std::uint32_t events) TLG_EXCLUDES(m_mutex);
+    void Receive(int key, Entry& entry) TLG_EXCLUDES(m_mutex);
+    void DeliverLines(const Entry& entry, unsigned char* text, std::size_t length) TLG_EXCLUDES(m_mutex);
+    void DeliverRests() TLG_EXCLUDES(m_mutex);
+    void DeliverRest(const Entry& entry) TLG_EXCLUDES(m_mutex);
+    void LoseConnection(int key, const Entry& entry, int error) TLG_EXCLUDES(m_mutex);
+    void NoteAnswer(int key, Entry& entry) TLG_EXCLUDES(m_mutex);
+    void TakeOver() TLG_EXCLUDES(m_mutex);
+    void TakeOver(int key, Entry& entry) TLG_REQUIRES(m_mutex);
+    void UpdateWatches() TLG_EXCLUDES(m_mutex);
+    bool UpdateWatch(int key, Entry& entry) const TLG_REQUIRES(m_mutex);
+    void RunTimer() TLG_EXCLUDES(m_mutex);
 
     host::Epoll m_epoll;
     UniqueFd m_wake; // an eventfd
@@ -133,15 +133,15 @@ private:
     std::set<int> m_lacking;             // files of which the return handler is to hear
     bool m_hasRests = false;
 
-    std::mutex m_mutex;                                           // never held while a file delivers or opens
-    std::condition_variable m_released;                           // with m_mutex
-    std::map<int, Entry> m_entries;                               // this and what follows: guarded by m_mutex
-    std::map<std::string, std::unique_ptr<Reopener>> m_reopeners; // by the peer's directory
-    const FileBase* m_delivering = nullptr;
-    bool m_isRunning = false;
-    ReturnHandler m_onReturn;
-    std::optional<Clock::time_point> m_timerDue;
-    std::function<void()> m_timerHandler;
+    Mutex m_mutex;                          // never held while a file delivers or opens
+    std::condition_variable_any m_released; // with m_mutex
+    std::map<int, Entry> m_entries TLG_GUARDED_BY(m_mutex);
+    std::map<std::string, std::unique_ptr<Reopener>> m_reopeners TLG_GUARDED_BY(m_mutex); // by the peer's directory
+    const FileBase* m_delivering TLG_GUARDED_BY(m_mutex) = nullptr;
+    bool m_isRunning TLG_GUARDED_BY(m_mutex) = false;
+    ReturnHandler m_onReturn TLG_GUARDED_BY(m_mutex);
+    std::optional<Clock::time_point> m_timerDue TLG_GUARDED_BY(m_mutex);
+    std::function<void()> m_timerHandler TLG_GUARDED_BY(m_mutex);
 };
 
 } // namespace TLG::ZOCAR

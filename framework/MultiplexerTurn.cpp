@@ -62,7 +62,7 @@ int Multiplexer::TimeoutMs() {
     if (m_hasRests || m_needsAttention) {
         return 0;
     }
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (!m_timerDue) {
         return -1;
     }
@@ -81,7 +81,7 @@ void Multiplexer::OnEvent(std::uint64_t id, std::uint32_t events) {
 
 /// Finds a file and keeps it from being removed until Release().
 std::optional<Multiplexer::Entry> Multiplexer::Claim(int key) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto found = m_entries.find(key);
     if (found == m_entries.end()) {
         return std::nullopt;
@@ -91,7 +91,7 @@ std::optional<Multiplexer::Entry> Multiplexer::Claim(int key) {
 }
 
 void Multiplexer::Release() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_delivering = nullptr;
     m_released.notify_all();
 }
@@ -172,7 +172,7 @@ void Multiplexer::DeliverLines(const Entry& entry, unsigned char* text, std::siz
 void Multiplexer::DeliverRests() {
     std::vector<int> keys;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         for (const auto& [key, entry] : m_entries) {
             if (entry.input && entry.input->HasRest() && !entry.input->isHeld) {
                 keys.push_back(key);
@@ -209,7 +209,7 @@ void Multiplexer::LoseConnection(int key, const Entry& entry, int error) {
     }
     entry.connection->Lose();
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         const auto found = m_entries.find(key);
         if (found != m_entries.end()) {
             found->second.watched = 0;
@@ -225,7 +225,7 @@ void Multiplexer::NoteAnswer(int key, Entry& entry) {
     }
     entry.awaitsAnswer = false;
     entry.reopener->OnAnswer();
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     const auto found = m_entries.find(key);
     if (found != m_entries.end()) {
         found->second.awaitsAnswer = false;
@@ -238,7 +238,7 @@ void Multiplexer::TakeOver() {
     const bool wasWriteLost = m_wasWriteLost.exchange(false);
     ReturnHandler onReturn;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         onReturn = m_onReturn;
         for (auto& [key, entry] : m_entries) {
             const Connection::State state = entry.connection->CurrentState();
@@ -255,7 +255,7 @@ void Multiplexer::TakeOver() {
     m_lacking.clear();
 }
 
-/// Takes one connection over, unless what lies in the file's place can't be watched. Called with m_mutex held.
+/// Takes one connection over, unless what lies in the file's place can't be watched.
 void Multiplexer::TakeOver(int key, Entry& entry) {
     m_lacking.insert(key);
     entry.watched = 0;
@@ -271,7 +271,7 @@ void Multiplexer::TakeOver(int key, Entry& entry) {
 }
 
 void Multiplexer::UpdateWatches() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     for (auto& [key, entry] : m_entries) {
         UpdateWatch(key, entry);
         m_hasRests = m_hasRests || (entry.input && !entry.input->isHeld && entry.input->HasRest());
@@ -279,7 +279,7 @@ void Multiplexer::UpdateWatches() {
 }
 
 /// Brings the epoll set in line with what is to be heard of a file. False where an open file can't be watched, with a
-/// line in the log. Called with m_mutex held.
+/// line in the log.
 bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
     const std::uint32_t wanted =
         entry.IsPaused() ? 0U : EPOLLIN | EPOLLRDHUP | (entry.connection->NeedsRoom() ? EPOLLOUT : 0U);
@@ -308,7 +308,7 @@ void Multiplexer::RunTimer() {
     std::function<void()> handler;
     Clock::time_point due;
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         if (!m_timerDue || *m_timerDue > Clock::now()) {
             return;
         }
@@ -317,7 +317,7 @@ void Multiplexer::RunTimer() {
     }
     handler();
     // Only now, so that a handler that lacked memory is called again; it may have set the timer itself.
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_timerDue == due) {
         m_timerDue.reset();
     }

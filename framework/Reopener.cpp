@@ -18,13 +18,16 @@ constexpr auto kLongestDelay = std::chrono::milliseconds(800);
 Reopener::Reopener(std::function<void()> onReturn) : m_onReturn(std::move(onReturn)), m_delay(kFirstDelay) {}
 
 void Reopener::Start() {
-    m_isStopping = false;
+    {
+        const MutexLock lock(m_mutex);
+        m_isStopping = false;
+    }
     m_thread = std::thread(&Reopener::Run, this);
 }
 
 void Reopener::Stop() {
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         m_isStopping = true;
         m_changed.notify_all();
     }
@@ -34,72 +37,73 @@ void Reopener::Stop() {
 }
 
 void Reopener::Add(std::shared_ptr<Connection> connection) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_files.push_back({std::move(connection), 0});
 }
 
 void Reopener::Remove(const std::shared_ptr<Connection>& connection) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_files.erase(
         std::remove_if(m_files.begin(), m_files.end(), [&](const File& file) { return file.connection == connection; }),
         m_files.end());
 }
 
 void Reopener::OnLost() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_changed.notify_all();
 }
 
 void Reopener::Hurry() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_isHurried = true;
     m_changed.notify_all();
 }
 
 void Reopener::OnAnswer() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     m_delay = kFirstDelay;
 }
 
-/// Called with the lock held.
 bool Reopener::IsAnyLost() const {
     return std::any_of(m_files.begin(), m_files.end(),
                        [](const File& file) { return file.connection->CurrentState() == Connection::State::kLost; });
 }
 
 void Reopener::Run() {
-    std::unique_lock<std::mutex> lock(m_mutex);
-    while (!m_isStopping) {
-        m_changed.wait(lock, [this] { return m_isStopping || IsAnyLost(); });
-        WaitForPass(lock);
-        if (m_isStopping) {
-            return;
-        }
-        m_isHurried = false;
-        // Until an answer tells otherwise, this pass leads to nothing.
-        m_delay = std::min<Clock::duration>(2 * m_delay, kLongestDelay);
-        lock.unlock();
+    while (WaitForPass()) {
         if (Pass()) {
             m_onReturn();
         }
-        lock.lock();
     }
 }
 
-void Reopener::WaitForPass(std::unique_lock<std::mutex>& lock) {
+/// Waits until there is a lost file and it is time to try; false when the thread is to end.
+bool Reopener::WaitForPass() {
+    const MutexLock lock(m_mutex);
+    while (!m_isStopping && !IsAnyLost()) {
+        m_changed.wait(m_mutex);
+    }
+    WaitForDelay();
+    m_isHurried = false;
+    // Until an answer tells otherwise, this pass leads to nothing.
+    m_delay = std::min<Clock::duration>(2 * m_delay, kLongestDelay);
+    return !m_isStopping;
+}
+
+void Reopener::WaitForDelay() {
     const auto begin = Clock::now();
     for (;;) {
         const auto due = begin + (m_isHurried ? Clock::duration(kFirstDelay) : m_delay);
         if (m_isStopping || Clock::now() >= due) {
             return;
         }
-        m_changed.wait_until(lock, due);
+        m_changed.wait_until(m_mutex, due);
     }
 }
 
 /// The lost file at or after a place among the files, which moves on to the place after it; null where there is none.
 std::shared_ptr<Connection> Reopener::NextLost(std::size_t& place) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     while (place < m_files.size() && !m_isStopping) {
         const std::shared_ptr<Connection>& connection = m_files[place++].connection;
         if (connection->CurrentState() == Connection::State::kLost) {
@@ -123,7 +127,7 @@ bool Reopener::Pass() {
 
 /// Says why a file can't be opened, unless that was said since it was lost.
 void Reopener::SayOnce(const Connection& connection, int error) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const MutexLock lock(m_mutex);
     for (File& file : m_files) {
         if (file.connection.get() != &connection || file.toldError == error) {
             continue;

@@ -5,11 +5,11 @@
 #include <condition_variable>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <vector>
 
 #include "framework/Connection.h"
+#include "platform/posix/Mutex.h"
 
 namespace TLG::ZOCAR {
 
@@ -27,19 +27,19 @@ public:
     ~Reopener() { Stop(); }
 
     /// Throws std::system_error where there can be no thread.
-    void Start();
+    void Start() TLG_EXCLUDES(m_mutex);
     /// Ends the thread; waits for an opening under way, and makes no other.
-    void Stop();
+    void Stop() TLG_EXCLUDES(m_mutex);
 
-    void Add(std::shared_ptr<Connection> connection);
-    void Remove(const std::shared_ptr<Connection>& connection);
+    void Add(std::shared_ptr<Connection> connection) TLG_EXCLUDES(m_mutex);
+    void Remove(const std::shared_ptr<Connection>& connection) TLG_EXCLUDES(m_mutex);
 
     /// Notes that one of the connections is lost.
-    void OnLost();
+    void OnLost() TLG_EXCLUDES(m_mutex);
     /// Tries after the shortest delay: somebody has something for the peer.
-    void Hurry();
+    void Hurry() TLG_EXCLUDES(m_mutex);
     /// Notes that the peer has answered: the delay of the next loss starts from its shortest again.
-    void OnAnswer();
+    void OnAnswer() TLG_EXCLUDES(m_mutex);
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -49,20 +49,21 @@ private:
     };
 
     void Run();
-    bool IsAnyLost() const;
-    void WaitForPass(std::unique_lock<std::mutex>& lock);
-    std::shared_ptr<Connection> NextLost(std::size_t& place);
-    bool Pass();
-    void SayOnce(const Connection& connection, int error);
+    bool IsAnyLost() const TLG_REQUIRES(m_mutex);
+    bool WaitForPass() TLG_EXCLUDES(m_mutex);
+    void WaitForDelay() TLG_REQUIRES(m_mutex);
+    std::shared_ptr<Connection> NextLost(std::size_t& place) TLG_EXCLUDES(m_mutex);
+    bool Pass() TLG_EXCLUDES(m_mutex);
+    void SayOnce(const Connection& connection, int error) TLG_EXCLUDES(m_mutex);
 
     std::function<void()> m_onReturn;
     std::thread m_thread;
-    std::mutex m_mutex; // not held during an opening
-    std::condition_variable m_changed;
-    std::vector<File> m_files; // this and what follows: guarded by m_mutex
-    Clock::duration m_delay;   // before the next pass
-    bool m_isHurried = false;
-    bool m_isStopping = false;
+    Mutex m_mutex; // not held during an opening
+    std::condition_variable_any m_changed;
+    std::vector<File> m_files TLG_GUARDED_BY(m_mutex);
+    Clock::duration m_delay TLG_GUARDED_BY(m_mutex); // before the next pass
+    bool m_isHurried TLG_GUARDED_BY(m_mutex) = false;
+    bool m_isStopping TLG_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace TLG::ZOCAR

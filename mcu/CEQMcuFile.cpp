@@ -28,10 +28,10 @@ struct CEQMcuFile::Framing {
 };
 
 /// Holds the link for a scope.
-class CEQMcuFile::Guard {
+class TLG_SCOPED_CAPABILITY CEQMcuFile::Guard {
 public:
-    explicit Guard(CEQMcuFile& link) : m_link(link) { m_link.Lock(); }
-    ~Guard() { m_link.UnLock(); }
+    explicit Guard(CEQMcuFile& link) TLG_ACQUIRE(link.m_mutex) : m_link(link) { m_link.Lock(); }
+    ~Guard() TLG_RELEASE() { m_link.UnLock(); }
     Guard(const Guard&) = delete;
     Guard& operator=(const Guard&) = delete;
 

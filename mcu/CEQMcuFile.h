@@ -27,8 +27,8 @@ public:
     /// Attaches the store, once, before any traffic; not owned.
     void AttachData(CEQData* data) { m_pEQData = data; }
 
-    void Lock() { m_mutex.lock(); }
-    void UnLock() { m_mutex.unlock(); }
+    void Lock() TLG_ACQUIRE(m_mutex) { m_mutex.lock(); }
+    void UnLock() TLG_RELEASE(m_mutex) { m_mutex.unlock(); }
 
     /// Sends a numbered command and keeps it pending, whether or not the write succeeds.
     /// @param cmd  8 (control command) or 50 (audio mixing); anything else does nothing
@@ -97,10 +97,10 @@ private:
 
     bool FitsFrame(const std::vector<unsigned char>& data, std::size_t lead);
     void FillFrame(const Framing& framing, std::initializer_list<unsigned char> lead,
-                   const std::vector<unsigned char>& data, std::int32_t number);
-    bool WriteFrame();
-    std::int32_t NextNumber();
-    void KeepPending(std::int32_t number);
+                   const std::vector<unsigned char>& data, std::int32_t number) TLG_REQUIRES(m_mutex);
+    bool WriteFrame() TLG_REQUIRES(m_mutex);
+    std::int32_t NextNumber() TLG_REQUIRES(m_mutex);
+    void KeepPending(std::int32_t number) TLG_REQUIRES(m_mutex);
 
     bool ProcessAcknowledgement(const TLG::ZOCAR::PacketHeader_s& header, const unsigned char* payload, int size);
     bool ProcessAudioMixReport(const TLG::ZOCAR::PacketHeader_s& header, const unsigned char* payload);
@@ -111,8 +111,8 @@ private:
                    void (CEQData::*store)(unsigned char));
     bool ParseListenPosRecord(const unsigned char* data, int size);
 
-    std::int32_t m_packetNumber = 0;                            // of the last numbered packet; guarded by m_mutex
-    std::map<std::int32_t, TLG::ZOCAR::SendPacket_s> m_pending; // guarded by m_mutex
+    std::int32_t m_packetNumber TLG_GUARDED_BY(m_mutex) = 0; // of the last numbered packet
+    std::map<std::int32_t, TLG::ZOCAR::SendPacket_s> m_pending TLG_GUARDED_BY(m_mutex);
     Mutex m_mutex;
     CEQData* m_pEQData = nullptr;
 };

@@ -118,18 +118,18 @@ public:
     void SetUpdateFlagsByType(int group);
 
 private:
-    void Lock() const {
+    void Lock() const TLG_ACQUIRE(m_mutex) {
         m_mutex.lock();
     }
-    void UnLock() const {
+    void UnLock() const TLG_RELEASE(m_mutex) {
         m_mutex.unlock();
     }
 
     /// Holds the store for a scope.
-    class Guard {
+    class TLG_SCOPED_CAPABILITY Guard {
     public:
-        explicit Guard(const CEQData& data) : m_data(data) { m_data.Lock(); }
-        ~Guard() { m_data.UnLock(); }
+        explicit Guard(const CEQData& data) TLG_ACQUIRE(data.m_mutex) : m_data(data) { m_data.Lock(); }
+        ~Guard() TLG_RELEASE() { m_data.UnLock(); }
         Guard(const Guard&) = delete;
         Guard& operator=(const Guard&) = delete;
 
@@ -167,23 +167,23 @@ private:
         Assign(flag, on);
     }
 
-    // One flag, wherever it is kept. Called with the lock held.
-    bool Holds(UpdateFlag flag) const;
-    void Assign(UpdateFlag flag, bool on);
+    // One flag, wherever it is kept.
+    bool Holds(UpdateFlag flag) const TLG_REQUIRES(m_mutex);
+    void Assign(UpdateFlag flag, bool on) TLG_REQUIRES(m_mutex);
 
     static unsigned char CEQData::*const kByteFlags[];
 
-    bool DiffersFromStored(const tagSourceParam& source) const;
+    bool DiffersFromStored(const tagSourceParam& source) const TLG_REQUIRES(m_mutex);
 
-    unsigned char m_updateSrcMute = 0;
-    unsigned char m_updateLaunchVolume = 0;
-    unsigned char m_fakePowerOff = 0;
-    std::bitset<kUpdateFlagBits> m_updateFlags;
-    std::bitset<kEqFlagCount> m_eqUpdateFlags;
-    tagEQSetting m_EQSetting; // like all other members guarded by m_mutex
+    unsigned char m_updateSrcMute TLG_GUARDED_BY(m_mutex) = 0;
+    unsigned char m_updateLaunchVolume TLG_GUARDED_BY(m_mutex) = 0;
+    unsigned char m_fakePowerOff TLG_GUARDED_BY(m_mutex) = 0;
+    std::bitset<kUpdateFlagBits> m_updateFlags TLG_GUARDED_BY(m_mutex);
+    std::bitset<kEqFlagCount> m_eqUpdateFlags TLG_GUARDED_BY(m_mutex);
+    tagEQSetting m_EQSetting; // guarded by m_mutex
     mutable Mutex m_mutex;
-    unsigned char m_extendUpdate = 0;
-    unsigned char m_updateSrcVol = 0;
+    unsigned char m_extendUpdate TLG_GUARDED_BY(m_mutex) = 0;
+    unsigned char m_updateSrcVol TLG_GUARDED_BY(m_mutex) = 0;
 };
 
 #endif

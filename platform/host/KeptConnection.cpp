@@ -7,10 +7,10 @@
 #include <cerrno>
 #include <cstring>
 #include <map>
-#include <mutex>
 
 #include "platform/host/PpsConnection.h"
 #include "platform/host/Root.h"
+#include "platform/posix/Mutex.h"
 
 namespace host {
 
@@ -19,11 +19,10 @@ namespace {
 constexpr std::size_t kMaxKept = 8;
 constexpr std::chrono::milliseconds kPatience(300);
 
-/// Guarded by its mutex.
 struct Kept {
-    std::mutex mutex;
-    std::map<std::string, UniqueFd> connections; // by where the object lies below which root
-    UniqueFd unanswered;                         // a request that the server has not answered yet
+    Mutex mutex;
+    std::map<std::string, UniqueFd> connections TLG_GUARDED_BY(mutex); // by where the object lies below which root
+    UniqueFd unanswered TLG_GUARDED_BY(mutex);                         // a request that the server has not answered yet
 };
 
 Kept& TheKept() {
@@ -54,7 +53,7 @@ UniqueFd Duplicate(const UniqueFd& connection, PpsReply& reply) {
 
 UniqueFd OpenKept(const std::string& path, PpsReply& reply) {
     Kept& kept = TheKept();
-    const std::lock_guard<std::mutex> lock(kept.mutex);
+    const MutexLock lock(kept.mutex);
     const std::string key = BelowRoot(path);
     const auto found = kept.connections.find(key);
     if (found != kept.connections.end()) {

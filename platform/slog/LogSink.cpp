@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <mutex>
 #include <utility>
 
 namespace {
@@ -42,9 +41,12 @@ bool LogSink::Write(std::string_view line) noexcept {
     } else if (S_ISREG(standardError.st_mode)) {
         isWritten = TellOfLoss(WritePlain) && WritePlain(line);
     } else {
-        const std::lock_guard<Mutex> lock(m_mutex);
+        const MutexLock lock(m_mutex);
         Follow(standardError);
-        const auto write = [this](std::string_view each) { return WriteWhole(each); };
+        const auto write = [this](std::string_view each) {
+            m_mutex.AssumeHeld();
+            return WriteWhole(each);
+        };
         isWritten = TellOfLoss(write) && WriteWhole(line);
     }
     m_dropped += isWritten || line.empty() ? 0 : 1;
@@ -78,11 +80,11 @@ void LogSink::Follow(const struct stat& standardError) noexcept {
 
 /// Writes as much as is taken at once: the number of bytes, or -1 for none.
 ssize_t LogSink::TryWrite(std::string_view bytes) const noexcept {
-    return Uninterrupted([this, bytes]() -> ssize_t {
+    return Uninterrupted([way = m_way, own = m_own.Get(), bytes]() -> ssize_t {
         pollfd standardError{STDERR_FILENO, POLLOUT, 0};
-        switch (m_way) {
+        switch (way) {
         case Way::Own:
-            return ::write(m_own.Get(), bytes.data(), bytes.size());
+            return ::write(own, bytes.data(), bytes.size());
         case Way::Socket:
             return ::send(STDERR_FILENO, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         case Way::Asking:

@@ -28,26 +28,25 @@
 /// anything else, so that lines stay whole. What standard error is, is looked up for each line, as it may be
 /// redirected at any time.
 ///
-/// Any thread may call it. m_mutex guards what is marked so, and is held over nothing that waits, but for that last
-/// case.
+/// Any thread may call it. The lock is held over nothing that waits, but for that last case.
 class LogSink {
 public:
     /// @param tellsOfLoss whether the number of dropped lines is told
     explicit LogSink(bool tellsOfLoss) noexcept : m_tellsOfLoss(tellsOfLoss) {}
 
     /// Writes a line in a single write; false when it was dropped.
-    bool Write(std::string_view line) noexcept;
+    bool Write(std::string_view line) noexcept TLG_EXCLUDES(m_mutex);
 
     /// Writes what is due as far as there is room: the rest of a line, and the number of those dropped.
-    void Flush() noexcept { Write({}); }
+    void Flush() noexcept TLG_EXCLUDES(m_mutex) { Write({}); }
 
 private:
     enum class Way { Own, Socket, Asking };
 
-    void Follow(const struct stat& standardError) noexcept;
-    bool WriteWhole(std::string_view line) noexcept;
-    ssize_t TryWrite(std::string_view bytes) const noexcept;
-    bool WriteRest() noexcept;
+    void Follow(const struct stat& standardError) noexcept TLG_REQUIRES(m_mutex);
+    bool WriteWhole(std::string_view line) noexcept TLG_REQUIRES(m_mutex);
+    ssize_t TryWrite(std::string_view bytes) const noexcept TLG_REQUIRES(m_mutex);
+    bool WriteRest() noexcept TLG_REQUIRES(m_mutex);
 
     template <typename Put>
     bool TellOfLoss(Put put) noexcept;
@@ -56,13 +55,13 @@ private:
     std::atomic<unsigned long> m_dropped{0}; // since the number was last told
     Mutex m_mutex;
 
-    // What the sink knows of the file that standard error is; all guarded by m_mutex.
-    dev_t m_device = 0;
-    ino_t m_inode = 0;
-    Way m_way = Way::Asking;
-    UniqueFd m_own;                                 // the file description of our own, if any
-    std::array<char, LogLine::kMaxLength> m_rest{}; // of a line that was taken in part
-    std::size_t m_restLength = 0;
+    // What the sink knows of the file that standard error is.
+    dev_t m_device TLG_GUARDED_BY(m_mutex) = 0;
+    ino_t m_inode TLG_GUARDED_BY(m_mutex) = 0;
+    Way m_way TLG_GUARDED_BY(m_mutex) = Way::Asking;
+    UniqueFd m_own TLG_GUARDED_BY(m_mutex);                                 // the file description of our own, if any
+    std::array<char, LogLine::kMaxLength> m_rest TLG_GUARDED_BY(m_mutex){}; // of a line that was taken in part
+    std::size_t m_restLength TLG_GUARDED_BY(m_mutex) = 0;
 };
 
 #endif

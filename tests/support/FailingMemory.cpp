@@ -22,9 +22,13 @@ bool FailingMemory::HasFailed() {
     return t_left < 0;
 }
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, const std::nothrow_t& /*nothrow*/) noexcept {
     t_left = std::max(t_left - 1, -1L);
-    void* memory = t_left < 0 ? nullptr : std::malloc(std::max<std::size_t>(size, 1));
+    return t_left < 0 ? nullptr : std::malloc(std::max<std::size_t>(size, 1));
+}
+
+void* operator new(std::size_t size) {
+    void* memory = operator new(size, std::nothrow);
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
 

@@ -31,6 +31,15 @@ TEST(PpsServerTest, WhatIsPersistentSurvivesARestart) {
     EXPECT_NE(output.find("another server runs there"), std::string::npos) << output;
 }
 
+TEST(PpsServerTest, ASlowReaderBlocksNobodyAndGetsTheNewestValues) {
+    const Chain chain;
+    const PpsObjectClient slow(std::string(kObject) + "?delta");
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_TRUE(WriteObject(kObject, "a:n:" + std::to_string(i) + "\nb::" + std::string(20000, 'x')));
+    }
+    EXPECT_TRUE(slow.Hears("|@object\na:n:99\n"));
+}
+
 TEST(PpsServerTest, TheClientTellsWhatItDoesAndWhyItFails) {
     Chain chain;
     std::string listed = "/pps/test/object\n";

@@ -1,7 +1,10 @@
-// Values of control attributes, over a store in many states: whatever a handler accepts is a record that the MCU side
-// accepts too, and differs from the stored settings only in the fields that the command may change.
+// Values of control attributes and percentages of the navigation service, over a store in many states: whatever a
+// handler accepts is a record that the MCU side accepts too, and differs from the stored settings only in the fields
+// that the command may change.
 //
-// Byte 0 chooses the attribute, byte 1 the store's state, the rest is the value.
+// Byte 0 chooses the attribute, with the navigation volume after the commands, byte 1 the store's state, the rest is
+// the value.
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -11,6 +14,7 @@
 #include "fuzz/QuietLog.h"
 #include "fuzz/Require.h"
 #include "model/RecordPayload.h"
+#include "status/GpsStatusPPSModule.h"
 
 namespace {
 
@@ -34,6 +38,7 @@ const std::map<std::string_view, Names> kMayChange{
     {"zofront_stereo_filter", {"front", "front_cutoff"}},
     {"zorear_stereo_filter", {"rear", "rear_cutoff"}},
     {"zoalc", {"alc"}},
+    {"navivolume", {"navi"}},
 };
 
 void CheckFields(std::string_view command, const Payload& payload, const CEQData& store) {
@@ -77,18 +82,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     CEQMcuFile link(nullptr);
     link.AttachData(&store);
     FillStore(store, link, data[1]);
-    const std::vector<const char*> commands = CEQControlPPSModule::CommandNames();
-    std::string name = commands[data[0] % commands.size()];
+    std::vector<const char*> names = CEQControlPPSModule::CommandNames();
+    names.push_back("navivolume");
+    std::string name = names[data[0] % names.size()];
     std::string encoding = "json";
     std::string value(reinterpret_cast<const char*>(data) + 2, size - 2);
     pps_attrib_t attribute{};
     attribute.attr_name = name.data();
     attribute.encoding = encoding.data();
     attribute.value = value.data();
+    GpsStatusPPSModule navigation(nullptr);
+    navigation.m_pEQData = &store;
     unsigned char id = 0;
     bool isKey = false;
     Payload payload;
-    if (!control.OnPPSCmd(&attribute, id, isKey, payload)) {
+    if (!(name == names.back() ? navigation.OnGpsStatus(&attribute, payload)
+                               : control.OnPPSCmd(&attribute, id, isKey, payload))) {
         return 0;
     }
     if (isKey) {

@@ -1,5 +1,6 @@
 // The whole chain with real processes: a command goes to the MCU and comes back as a status attribute.
 #include "tests/support/Chain.h"
+#include "tests/support/Cases.h"
 #include "tests/support/FakeMcu.h"
 
 namespace {
@@ -14,60 +15,12 @@ TEST(ChainTest, EveryCommandReachesTheMcuAndComesBack) {
     const PpsObjectClient settings("/pps/tolvyn/eq/settings?delta");
     const std::string start = status.Read();
     EXPECT_EQ(Count(start, "\n"), 1U + 18U) << "all but the audio mixing state: " << start;
-    struct Row {
-        const char* command;
-        const char* sent; ///< the payload that the MCU gets
-        const char* status;
-    };
-    const Row rows[] = {
-        {"zovolume::3", "[08 02 00 01 8f 28 00 00 00 1e 00 0c 0c 0c 0c 06 06 00]",
-         R"(zovolume:json:{"current":15,"max":40,"max_power":30,"system_mute":"unmute","source_mute":"unmute"})"},
-        {"zovolume_mute:json:{\"mutetype\":\"system\",\"mute\":\"mute\"}", "[0c a0 01 00]",
-         R"(zovolume:json:{"current":15,"max":40,"max_power":30,"system_mute":"mute","source_mute":"unmute"})"},
-        {"zovolume_mute:json:{\"mutetype\":\"source\",\"mute\":\"mute\"}", "[0c a0 01 04]",
-         R"(zovolume:json:{"current":15,"max":40,"max_power":30,"system_mute":"mute","source_mute":"mute"})"},
-        {"zovolume::-50", "[08 02 00 01 80 28 00 00 00 1e 02 0c 0c 0c 0c 06 06 00]",
-         R"(zovolume:json:{"current":0,"max":40,"max_power":30,"system_mute":"unmute","source_mute":"mute"})"},
-        {"zosrc_vol:json:{\"type\":0,\"val\":99}", "[08 02 00 01 28 28 00 00 00 1e 02 0c 0c 0c 0c 06 06 00]",
-         R"([n]zosrc_vol:json:{"vol_type":5,"val":[40,0,0,0],"max":40,"max_power":30,)"
-         R"("system_mute":"unmute","source_mute":"mute"})"},
-        {"zosrc_vol:json:{\"type\":0,\"val\":9}", "[08 02 00 01 09 28 00 00 00 1e 02 0c 0c 0c 0c 06 06 00]",
-         R"([n]zosrc_vol:json:{"vol_type":5,"val":[9,0,0,0],"max":40,"max_power":30,)"
-         R"("system_mute":"unmute","source_mute":"mute"})"},
-        {"zomaxpower_vol::50", "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 0c 0c 06 06 00]",
-         R"(zovolume:json:{"current":9,"max":40,"max_power":40,"system_mute":"unmute","source_mute":"mute"})"},
-        {"zofade_balance:json:{\"ff\":12,\"fr\":12,\"bl\":0,\"br\":24}",
-         "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 00 18 06 06 00]",
-         R"(zofade_balance:json:{"ff":12,"fr":12,"bl":0,"br":24})"},
-        {"zosubwoofer_gain::255", "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 00 18 ff 06 00]", "zosubwoofer_gain:n:255"},
-        {"zocenter_gain::12", "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 00 18 ff 0c 00]", "zocenter_gain:n:12"},
-        {"zoloud::on", "[08 02 00 01 09 28 00 00 00 28 02 0c 0c 00 18 ff 0c 01]", "zoloud::on"},
-        {"zosource_gain:json:{\"count\":2,\"src\":[\"btaudio\",\"navi\"],\"gain\":[5,12]}", "[08 02 02 02 0d 05 10 0c]",
-         R"(zosource_gain:json:{"count":2,"src":["btaudio","navi"],"gain":[5,12]})"},
-        {"zolisten_pos::2", "[08 02 03 02 00]", "zolisten_pos:n:2"},
-        {"zosrs::3", "[08 02 03 02 03]", "zosrs:n:3"},
-        {"zodbb::on", "[08 02 04 13 00 00]", "zodbb::on"},
-        {"zosubwoofer:json:{\"status\":\"off\",\"phase\":180,\"filter\":4}", "[08 02 04 25 00 00]",
-         R"(zosubwoofer:json:{"status":"off","phase":180,"filter":4})"},
-        {"zospeaker_mode:json:{\"mode\":1,\"channel\":4}", "[08 02 04 25 09 00]",
-         R"(zospeaker_mode:json:{"mode":1,"channel":4})"},
-        {"zofront_stereo_filter:json:{\"status\":\"on\",\"cutoff_freq\":7}", "[08 02 04 25 09 0f]",
-         R"(zofront_stereo_filter:json:{"status":"on","cutoff_freq":7})"},
-        {"zorear_stereo_filter:json:{\"status\":\"on\",\"cutoff_freq\":5}", "[08 02 04 25 09 df]",
-         R"(zorear_stereo_filter:json:{"status":"on","cutoff_freq":5})"},
-        {"zoalc::0", "[08 02 05 00]", "zoalc:n:0"},
-        {"zoaudiomix::on", "[32 01]", "[n]zoaudiomix::on"},
-        {"zoeqtype:json:{\"type\":\"type_3\",\"freqs\":[0,5,7,11,12],\"gain\":[-3,300,5,6,7],"
-         "\"q\":[1.5,2,0.75,1.25,1.0]}",
-         "fd 00 03 2c 05 04 05 07 00 06 0b 02 07 0c 01", "zoeq_type::type_3"},
-    };
-    for (const Row& row : rows) {
-        ASSERT_TRUE(WriteObject(kControl, row.command));
-        const std::string expected = std::string(row.status) + "\n";
-        EXPECT_NE(status.ReadUntil(expected).find(expected), std::string::npos) << row.command;
-        EXPECT_TRUE(chain.mcu->WaitFor(row.sent)) << row.command;
-        const std::string name = expected.substr(0, expected.find(':'));
-        EXPECT_EQ(LineOf(StateOf(kStatus), name) + "\n", expected);
+    for (const std::vector<std::string>& row : Cases("chain.txt")) {
+        SCOPED_TRACE(row.back());
+        ASSERT_TRUE(WriteObject(kControl, row[0]));
+        EXPECT_TRUE(status.Hears(row[2] + "\n"));
+        EXPECT_TRUE(chain.mcu->WaitFor(row[1]));
+        EXPECT_EQ(LineOf(StateOf(kStatus), row[2].substr(0, row[2].find(':'))), row[2]);
     }
     const std::string curve =
         R"(zoeqtype_3:json:{"freqs":[0,5,7,11,12],"gain":[253,44,5,6,7],"q":[1.5,2.0,0.75,1.25,1.0]})";

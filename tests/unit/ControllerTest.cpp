@@ -6,38 +6,25 @@
 #include "service/ConfigurationFile.h"
 #include "service/SyncLaunch.h"
 #include "tests/support/Bench.h"
+#include "tests/support/Cases.h"
+#include "tests/support/Records.h"
 
 namespace {
 
 TEST(ConfigurationFile, ReadsTheScheme) {
     const TemporaryRoot root;
     const std::string far(900, 'x');
-    const std::pair<std::string, int> files[] = {{"scheme=1;", 1},
-                                                 {"scheme=0;", 0},
-                                                 {"scheme=2;", 0},
-                                                 {"scheme=1", 0},
-                                                 {"scheme= 1;", 1},
-                                                 {"scheme=01;", 1},
-                                                 {"scheme=-1;", 1},
-                                                 {"scheme=x;", 0},
-                                                 {"scheme=;\n1", 1}, // the length is the end mark's position
-                                                 {"mode=3;scheme=1;", 1},
-                                                 {";scheme=1", 1},
-                                                 {";scheme= 1", 0}, // cut to one character
-                                                 {"Scheme=1;", 0},
-                                                 {"scheme=4294967297;", 1}, // wraps in 32 bits
-                                                 {"scheme=1 2;", 1},
-                                                 {far + "scheme=1;", 1},
-                                                 {"scheme=1" + far + ";", 1},
-                                                 {std::string(1013, 'x') + "scheme=1;", 1},
-                                                 {std::string(1014, 'x') + "scheme=1;", 0},
-                                                 {std::string("a\0scheme=1;", 11), 0},
-                                                 {std::string("\xFF\xFE\x80scheme=1;"), 1},
-                                                 {"scheme=1;" + std::string(5000000, ';'), 1}};
-    for (const auto& [content, scheme] : files) {
-        root.WriteFile("/zoapps/etc/volume.conf", content);
+    std::vector<std::vector<std::string>> cases = Cases("scheme.txt");
+    for (const std::size_t before : {900, 1013, 1014}) {
+        cases.push_back({std::string(before, 'x') + "scheme=1;", before < 1014 ? "1" : "0", "after a long line"});
+    }
+    cases.push_back({"scheme=1" + far + ";", "1", "before a long rest"});
+    cases.push_back({"scheme=1;" + std::string(5000000, ';'), "1", "a large file"});
+    for (const std::vector<std::string>& row : cases) {
+        SCOPED_TRACE(row.back());
+        root.WriteFile("/zoapps/etc/volume.conf", row[0]);
         TakeLog();
-        EXPECT_EQ(ConfigurationFile::ReadVolumeScheme(), scheme) << content.substr(0, 30);
+        EXPECT_EQ(std::to_string(ConfigurationFile::ReadVolumeScheme()), row[1]);
         EXPECT_EQ(TakeErrors(), "");
     }
     root.WriteFile("/zoapps/etc/volume.conf", "");
@@ -110,7 +97,7 @@ protected:
 TEST_F(ControllerTest, NavigationRequestsWaitForTheFirstVolumes) {
     Open("1");
     Change(5, "navivolume", "75");
-    Receive({138, 2, 0, 1, 10, 40, 20, 15, 8, 30, 0, 1, 2, 3, 4, 5, 6, 1});
+    Receive(VolumeAndFade().Payload());
     m_controller.OnAttributeChange(5, nullptr);
     Change(1, "x", "y");
     EXPECT_EQ(TakeErrors(), "_Melvane_[OnAttributeChange]-CEQMidController, info == NULL\n"

@@ -6,6 +6,7 @@
 #include "status/PowerOnStatusPPSModule.h"
 #include "status/SystemDevStatusPPSModule.h"
 #include "tests/support/Bench.h"
+#include "tests/support/Cases.h"
 
 namespace {
 
@@ -131,23 +132,9 @@ protected:
 };
 
 TEST_F(NavigationTest, TurnsPercentagesIntoLevels) {
-    const std::pair<const char*, int> requests[] = {{"75", 30},
-                                                    {"3", 1},
-                                                    {"100", 40},
-                                                    {"50", -1},
-                                                    {"abc", 0},
-                                                    {"", 0},
-                                                    {" 12x", 4},
-                                                    {"250", 40},
-                                                    {"-1", 0},
-                                                    {"4294967295", 0},
-                                                    {"53687091", 40},
-                                                    {"53687092", 0},
-                                                    {"4294967396", 0},
-                                                    {"107374190", 3}, // the product wraps
-                                                    {"99999999999999999999999", 0}};
-    for (const auto& [value, level] : requests) {
-        EXPECT_EQ(Request(value), level) << value;
+    for (const std::vector<std::string>& row : Cases("navigation.txt")) {
+        SCOPED_TRACE(row.back());
+        EXPECT_EQ(std::to_string(Request(row[0])), row[1]);
     }
     SetVolumes(30, 20, 0);
     EXPECT_EQ(Request("100"), 30);

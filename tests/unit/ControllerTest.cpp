@@ -15,7 +15,7 @@ TEST(ConfigurationFile, ReadsTheScheme) {
     const TemporaryRoot root;
     const std::string far(900, 'x');
     std::vector<std::vector<std::string>> cases = Cases("scheme.txt");
-    for (const std::size_t before : {900, 1013, 1014}) {
+    for (const std::size_t before : {900U, 1013U, 1014U}) {
         cases.push_back({std::string(before, 'x') + "scheme=1;", before < 1014 ? "1" : "0", "after a long line"});
     }
     cases.push_back({"scheme=1" + far + ";", "1", "before a long rest"});

@@ -2,156 +2,104 @@
 // that a request happens whole or not at all where memory runs out, is what the corpus of its fuzzer checks.
 #include <gtest/gtest.h>
 
-#include <cerrno>
-#include <cstring>
+#include <map>
+#include <memory>
+#include <regex>
+#include <sstream>
 
 #include "tests/support/BrokerClient.h"
+#include "tests/support/Cases.h"
+#include "tools/ppsd/SavedObjects.h"
 
 namespace {
 
 constexpr uid_t kOwn = 100;
-constexpr uid_t kAnna = 1000;
-constexpr uid_t kBert = 1001;
 constexpr ppsd::Limits kSmall{{{2, 6, 2}, {20000, 200000, 4000}, {3, 100, 5}, {5000, 50000, 5000}}};
 
+const std::string kNothing = "(nothing)";
 std::string g_reported;
 
-struct BrokerTest : testing::Test {
-    ppsd::Broker broker{kSmall, kOwn, 027, [](std::string_view, std::string_view text) noexcept { g_reported = text; }};
+/// Writes out the characters that are given once, with their number.
+std::string Expanded(std::string text) {
+    std::smatch part;
+    while (std::regex_search(text, part, std::regex(R"(\{(.)\*(\d+)\})"))) {
+        text = part.prefix().str() + std::string(std::stoul(part[2]), part.str(1)[0]) + part.suffix().str();
+    }
+    return text;
+}
 
-    /// The answer to the user's one request.
-    std::string Ask(uid_t user, const std::string& request, const std::vector<gid_t>& groups = {}) {
-        return BrokerClient(broker, user, groups).Ask(request);
+/// A broker and its clients, by their names in the cases.
+class Session {
+public:
+    /// @param limits and umask, as a case gives them
+    explicit Session(const std::string& limits)
+        : m_broker(limits.substr(0, 5) == "small" ? kSmall : ppsd::LimitsWith(4096), kOwn,
+                   static_cast<mode_t>(std::stoul(limits.substr(6), nullptr, 8)),
+                   [](std::string_view, std::string_view text) noexcept { g_reported = text; }) {}
+
+    /// What comes of a case.
+    std::string Do(const std::string& who, const std::string& what) {
+        if (who == "reported") {
+            return g_reported;
+        }
+        if (who == "saved") {
+            std::string scratch;
+            std::string saved;
+            ppsd::SaveObjects(m_broker.Tree(), scratch, [&](auto part) { return !saved.append(part).empty(); });
+            return saved.empty() ? kNothing : saved;
+        }
+        std::unique_ptr<BrokerClient>& client = m_clients[who];
+        if (!client) {
+            client = Connect(who);
+        }
+        const std::string answer = client->IsIn() ? Answer(*client, what) : "(not admitted)";
+        if (who.find(':') == std::string::npos) {
+            client = nullptr;
+        }
+        return answer;
     }
-    std::string StateOf(const std::string& path) { return broker.Tree().Find(path)->object.State(); }
-    /// Makes an object that everybody may read and write, whatever the umask.
-    void MakeShared() {
-        ASSERT_EQ(Ask(0, "open 258 666 /pps/a"), "ok");
-        broker.Tree().Find("/pps/a")->permissions.mode = 0666;
+
+private:
+    std::unique_ptr<BrokerClient> Connect(const std::string& who) {
+        std::vector<gid_t> ids;
+        std::istringstream numbers(who);
+        for (std::string number; std::getline(numbers, number, ',');) {
+            ids.push_back(static_cast<gid_t>(std::stoul(number)));
+        }
+        return std::make_unique<BrokerClient>(m_broker, ids[0], std::vector<gid_t>(ids.begin() + 1, ids.end()));
     }
-    std::string PersistentState() {
-        std::string text;
-        broker.Tree().Find("/pps/a")->object.AppendPersistentState(text);
-        return text;
+
+    static std::string Answer(BrokerClient& client, const std::string& what) {
+        if (what == "(leave)") {
+            client.Leave();
+        } else if (what.substr(0, 6) == "(room ") {
+            client.MakeRoom(std::stoul(what.substr(6)));
+        } else if (what != "(read)") {
+            client.Write(what);
+        }
+        std::string answer;
+        for (const std::string& packet : client.received) {
+            answer += (answer.empty() ? "" : " & ") + packet;
+        }
+        client.received.clear();
+        return answer.empty() ? kNothing : answer;
     }
+
+    ppsd::Broker m_broker;
+    std::map<std::string, std::unique_ptr<BrokerClient>> m_clients;
 };
 
-std::string Error(int number) {
-    return "error " + std::to_string(number) + " " + std::strerror(number);
-}
-
-TEST_F(BrokerTest, AnObjectIsAFileToItsOwnerItsGroupAndOthers) {
-    ASSERT_EQ(Ask(kAnna, "open 258 777 /pps/a"), "ok") << "750 after the umask";
-    ASSERT_EQ(Ask(kAnna, "open 258 206 /pps/b"), "ok") << "200 after the umask";
-    const struct {
-        std::vector<gid_t> groups;
-        std::string request;
-        uid_t user;
-        int error;
-    } cases[] = {{{}, "open 2 0 /pps/a", kAnna, 0},
-                 {{}, "open 0 0 /pps/b", kAnna, EACCES},
-                 {{}, "open 1 0 /pps/b", kAnna, 0},
-                 {{kAnna}, "open 0 0 /pps/a", kBert, 0},
-                 {{7, kAnna}, "open 258 777 /pps/a", kBert, EACCES},
-                 {{kAnna}, "open 512 0 /pps/a", kBert, EACCES},
-                 {{}, "open 0 0 /pps/a", kBert, EACCES},
-                 {{}, "open 1 0 /pps/b", kBert, EACCES},
-                 {{}, "open 1 0 /pps/a", kOwn, EACCES},
-                 {{}, "open 514 0 /pps/b", 0, 0},
-                 {{}, "open 1282 600 /pps/a", kAnna, EEXIST},
-                 {{kAnna}, "delete /pps/a", kBert, EACCES},
-                 {{}, "delete /pps/a", kAnna, 0},
-                 {{}, "delete /pps/b", 0, 0}};
-    for (const auto& [groups, request, user, error] : cases) {
-        EXPECT_EQ(Ask(user, request, groups), error == 0 ? "ok" : Error(error)) << user << " " << request;
+TEST(BrokerTest, AnswersAsTheCasesSay) {
+    std::unique_ptr<Session> session;
+    for (const std::vector<std::string>& row : Cases("broker.txt")) {
+        SCOPED_TRACE(row.back());
+        if (row[0] == "server") {
+            session = std::make_unique<Session>(row[1]);
+        } else {
+            EXPECT_EQ(session->Do(row[0], Expanded(row[1])), Expanded(row[2]));
+        }
     }
-}
-
-TEST_F(BrokerTest, RequestsThatDoNotParseAreRefused) {
-    const std::string flags = "open flags that don't parse";
-    const std::string noFlags = "open flags that mean nothing: ";
-    const std::string mode = "an open mode that doesn't parse";
-    const std::pair<std::string, std::string> cases[] = {{"open x 0 /pps/a", flags},
-                                                         {"open -1 0 /pps/a", flags},
-                                                         {"open 2x 0 /pps/a", flags},
-                                                         {"open 99999999999 0 /pps/a", flags},
-                                                         {"open 258", flags},
-                                                         {"open 259 666 /pps/a", noFlags + "259"},
-                                                         {"open 4096 666 /pps/a", noFlags + "4096"},
-                                                         {"open 258 /pps/a", mode},
-                                                         {"open 258 688 /pps/a", mode},
-                                                         {"open 258 10000 /pps/a", mode},
-                                                         {"open 258 666 /etc/passwd", "not an object's path"}};
-    for (const auto& [request, reason] : cases) {
-        EXPECT_EQ(Ask(0, request), "error 22 " + reason) << request;
-    }
-    EXPECT_EQ(Ask(0, "open 258 666 /pps/" + std::string(5000, 'a')), "error 90 too long a request");
-    EXPECT_EQ(Ask(0, "open 0 0 /pps/none"), Error(ENOENT));
-    EXPECT_EQ(Ask(0, "open 2 0 /pps/none"), Error(ENOENT));
-}
-
-TEST_F(BrokerTest, WritesAreRefusedWithAReason) {
-    MakeShared();
-    BrokerClient checked(broker, kAnna);
-    ASSERT_EQ(checked.Ask("open 2 0 /pps/a?ack"), "ok");
-    EXPECT_EQ(checked.Ask("b:n:1\nbroken" + std::string(100, '!')),
-              "error 22 malformed line 'broken" + std::string(54, '!') + "...'");
-    EXPECT_EQ(checked.Ask("b::" + std::string(70000, 'x')).substr(0, 9), "error 90 ");
-    BrokerClient reader(broker, kAnna);
-    ASSERT_EQ(reader.Ask("open 0 0 /pps/a"), "ok");
-    reader.Write("b:n:1");
-    EXPECT_EQ(g_reported, "write refused: not open for writing");
-    EXPECT_EQ(StateOf("/pps/a"), "@a\n");
-}
-
-TEST_F(BrokerTest, AnObjectMadeAgainByAnotherIsNotToldToThoseWhoHadItButStaysNotPersistentForThem) {
-    MakeShared();
-    BrokerClient reader(broker, kBert);
-    BrokerClient writer(broker, kBert);
-    BrokerClient service(broker, 0);
-    ASSERT_EQ(reader.Ask("open 0 0 /pps/a?delta,nopersist"), "ok");
-    EXPECT_EQ(PersistentState(), "@a\n") << "a reader does not decide about that";
-    ASSERT_EQ(writer.Ask("open 2 0 /pps/a?ack"), "ok");
-    ASSERT_EQ(service.Ask("open 1 0 /pps/a?nopersist"), "ok");
-    ASSERT_EQ(Ask(0, "delete /pps/a"), "ok");
-    BrokerClient anna(broker, kAnna);
-    ASSERT_EQ(anna.Ask("open 258 600 /pps/a?ack"), "ok");
-    EXPECT_EQ(anna.Ask("secret::1"), "ok");
-    EXPECT_EQ(reader.received, (std::vector<std::string>{"ok", "@a\n", "-@a\n"}));
-    EXPECT_EQ(writer.Ask("a::1"), Error(EACCES));
-    EXPECT_EQ(StateOf("/pps/a"), "@a\nsecret::1\n");
-    EXPECT_EQ(PersistentState(), "");
-    service.Leave();
-    ASSERT_EQ(Ask(0, "delete /pps/a"), "ok");
-    MakeShared();
-    EXPECT_EQ(PersistentState(), "@a\n") << "nobody asks for it any more";
-}
-
-TEST_F(BrokerTest, EachUserIsBoundedAndRootHasAReserve) {
-    const std::string noRoom = "error 28 the user has too many objects, or too large ones";
-    EXPECT_EQ(Ask(kAnna, "open 258 600 /pps/a1"), "ok");
-    BrokerClient anna(broker, kAnna);
-    ASSERT_EQ(anna.Ask("open 258 600 /pps/a2?ack"), "ok") << "not yet made";
-    EXPECT_EQ(Ask(kAnna, "open 258 600 /pps/a3"), "ok");
-    EXPECT_EQ(anna.Ask("x::1"), noRoom);
-    EXPECT_EQ(Ask(kAnna, "delete /pps/a3"), "ok");
-    EXPECT_EQ(anna.Ask("x::1"), "ok");
-    EXPECT_EQ(anna.Ask("x::" + std::string(20000, 'x')), "error 28 more than the object or its owner may hold");
-    EXPECT_EQ(anna.Ask("x::" + std::string(10500, 'x')), "ok");
-    EXPECT_EQ(anna.Ask("y::" + std::string(10500, 'x')), "error 28 more than the object or its owner may hold");
-    EXPECT_EQ(anna.Ask("-x\ny::" + std::string(10500, 'x')), "ok");
-    EXPECT_EQ(Ask(kBert, "open 258 600 /pps/b1"), "ok");
-    EXPECT_EQ(Ask(kBert, "open 258 600 /pps/b2"), "ok");
-    EXPECT_EQ(Ask(1002, "open 258 600 /pps/c1"), noRoom) << "the rest is the reserve";
-    EXPECT_EQ(Ask(0, "open 258 600 /pps/r1"), "ok");
-    EXPECT_EQ(Ask(kOwn, "open 258 600 /pps/r2"), "ok");
-    EXPECT_EQ(Ask(0, "open 258 600 /pps/r3"), noRoom);
-    EXPECT_EQ(ppsd::Quota(ppsd::LimitsWith(100), kOwn).Room(kAnna, ppsd::Bound::Connections), 63U);
-    const BrokerClient second(broker, kAnna);
-    const BrokerClient third(broker, kAnna);
-    EXPECT_TRUE(third.IsIn());
-    EXPECT_FALSE(BrokerClient(broker, kAnna).IsIn());
-    EXPECT_TRUE(BrokerClient(broker, kBert).IsIn());
+    EXPECT_EQ(ppsd::Quota(ppsd::LimitsWith(100), kOwn).Room(1000, ppsd::Bound::Connections), 63U);
 }
 
 } // namespace

@@ -44,7 +44,8 @@ TEST_F(McuLinkTest, FramesEveryCommand) {
         const mcusim::Packet packet = m_mcu.Receive();
         const auto& h = packet.header;
         EXPECT_EQ(Bytes(packet.payload), payload);
-        EXPECT_EQ((std::vector<int>{h.PacketSize, h.Cmd, h.Reply, h.Report, h.Fixed[0], h.Fixed[1], h.PacketNo}), fields);
+        EXPECT_EQ((std::vector<int>{h.PacketSize, h.Cmd, h.Reply, h.Report, h.Fixed[0], h.Fixed[1], h.PacketNo}),
+                  fields);
     };
     m_link.SendCtrCmd(8, {3, 5, 7});
     receives({8, 2, 3, 5, 7}, {5, 8, 136, 0, 200, 3, 1});

@@ -35,10 +35,6 @@ public:
         m_read.Reset(ends[0]);
         ::dup2(UniqueFd(ends[1]).Get(), STDERR_FILENO);
     }
-    /// A file in memory.
-    StandardError() : m_former(::dup(STDERR_FILENO)), m_read(::memfd_create("log", 0)) {
-        ::dup2(m_read.Get(), STDERR_FILENO);
-    }
     ~StandardError() { ::dup2(m_former.Get(), STDERR_FILENO); }
     StandardError(const StandardError&) = delete;
     StandardError& operator=(const StandardError&) = delete;
@@ -163,16 +159,6 @@ TEST(Slog, KeepsAMessageOneLine) {
     EXPECT_EQ(standardError.Drain(), "2 0x0 a\\x00b\n");
     slogf(0, _SLOG_DEBUG2, "the lowest severity");
     EXPECT_EQ(standardError.Drain(), "7 0x0 the lowest severity\n");
-}
-
-TEST(Slog, SharesTheOffsetOfAFile) {
-    const StandardError standardError;
-    for (const char* text : {"a", "b"}) {
-        ASSERT_EQ(::write(STDERR_FILENO, "other\n", 6), 6);
-        slogf(0, _SLOG_ERROR, "%s", text);
-    }
-    ASSERT_EQ(::lseek(STDERR_FILENO, 0, SEEK_SET), 0);
-    EXPECT_EQ(standardError.Drain(), "other\n2 0x0 a\nother\n2 0x0 b\n");
 }
 
 } // namespace

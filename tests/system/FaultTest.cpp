@@ -103,6 +103,14 @@ void Clear(Bench& /*bench*/) {
     Order("clear");
 }
 
+/// All that the service opens.
+const char* const kObjects[] = {kStatus,
+                                kNavigation,
+                                kControl,
+                                "/pps/tolvyn/eq/settings",
+                                "/pps/tolvyn/system/dev_status",
+                                "/pps/tolvyn/system/poweron_status"};
+
 const Fault kFaults[] = {
     {"McuRestarts", [](FaultBench& b) { b.RestartMcu("restart"); }, Nothing, false, kFirstSettings},
     {"McuRestartsWithOtherSettings", [](FaultBench& b) { b.RestartMcu("restart 7"); }, Nothing, false, 7},
@@ -121,11 +129,17 @@ const Fault kFaults[] = {
     {"ServerRestarts", [](FaultBench& b) { b.RestartServer(SIGTERM); }, Nothing, false, kSameSettings},
     {"ServerStops", [](FaultBench& b) { b.ppsd->Signal(SIGSTOP); }, [](FaultBench& b) { b.FillAndGoOn(); }, false,
      kSameSettings},
-    {"ObjectIsDeleted", [](FaultBench&) { EXPECT_EQ(DeleteObject(kStatus), 0); }, Nothing, false, kSameSettings},
+    {"ObjectsAreDeleted",
+     [](FaultBench&) {
+         for (const char* object : kObjects) {
+             EXPECT_EQ(DeleteObject(object), 0) << object;
+         }
+     },
+     Nothing, false, kSameSettings},
     {"ObjectsAreEmptied",
      [](FaultBench&) {
-         for (const char* object : {kStatus, kNavigation, "/pps/tolvyn/eq/settings", "/pps/tolvyn/system/dev_status"}) {
-             EXPECT_TRUE(PpsObjectClient(object, 0x302));
+         for (const char* object : kObjects) {
+             EXPECT_TRUE(PpsObjectClient(object, 0x302)) << object;
          }
      },
      Nothing, false, kSameSettings},

@@ -2,8 +2,10 @@
 #include <fcntl.h>
 
 #include <cerrno>
+#include <sstream>
 
 #include "platform/host/Root.h"
+#include "tests/support/Cases.h"
 #include "tests/support/Chain.h"
 
 namespace {
@@ -48,30 +50,19 @@ TEST(PpsServerTest, TheClientTellsWhatItDoesAndWhyItFails) {
         ASSERT_TRUE(WriteObject(path, "a::"));
         listed += path + "\n";
     }
-    const std::string none = "ppsctl: /pps/none: No such file or directory\n";
-    const struct {
-        std::vector<std::string> arguments;
-        int status;
-        std::string output;
-    } cases[] = {
-        {{"write", kObject, "a:n:-1", "b:json:{\"x\": 1}"}, 0, ""},
-        {{"write", kObject, "-a", "c::"}, 0, ""},
-        {{"read", kObject}, 0, "@object\nb:json:{\"x\": 1}\nc::\n"},
-        {{"read", "/pps/none"}, 1, none},
-        {{"read", "/tmp/x"}, 1, "ppsctl: /tmp/x: not an object's path\n"},
-        {{"watch", "/pps/none"}, 1, none},
-        {{"delete", "/pps/none"}, 1, none},
-        {{"write", "/pps/test/refused", "broken"}, 1, "ppsctl: /pps/test/refused: malformed line 'broken'\n"},
-        {{"write", kObject},
-         1,
-         "ppsctl: write: needs an object and at least one attribute line; see ppsctl write --help\n"},
-        {{"list"}, 0, listed}, // all, but none for a refused write
-    };
     std::string output;
-    for (const auto& [arguments, status, text] : cases) {
-        EXPECT_EQ(RunProgram("ppsctl", arguments, output), status);
-        EXPECT_EQ(output, text);
+    for (const std::vector<std::string>& row : Cases("ppsctl.txt")) {
+        SCOPED_TRACE(row.back());
+        std::vector<std::string> arguments;
+        std::istringstream words(row[0]);
+        for (std::string word; std::getline(words, word, ',');) {
+            arguments.push_back(word);
+        }
+        EXPECT_EQ(RunProgram("ppsctl", arguments, output), std::stoi(row[1]));
+        EXPECT_EQ(output, row.size() > 3 ? row[2] : "");
     }
+    EXPECT_EQ(RunProgram("ppsctl", {"list"}, output), 0);
+    EXPECT_EQ(output, listed) << "all, but none for a refused write";
     Process watch("ppsctl", {"watch", kObject});
     Process orphan("ppsctl", {"watch", kObject});
     ASSERT_TRUE(watch.WaitFor("c::\n"));

@@ -38,11 +38,9 @@ public:
     /// Reads until a packet holds @p part, and returns everything read.
     std::string ReadUntil(const std::string& part) const {
         std::string text;
-        std::string packet;
-        for (const auto end = EndOfPatience();
-             text.find(part) == std::string::npos && std::chrono::steady_clock::now() < end; text += packet) {
-            packet = Read();
-            if (packet.empty()) {
+        for (std::string packet = Read(); !packet.empty(); packet = Read()) {
+            text += packet;
+            if (text.find(part) != std::string::npos) {
                 break;
             }
         }

@@ -66,15 +66,9 @@ std::string Process::Account(const std::string& missed) {
 }
 
 testing::AssertionResult Process::WaitFor(const std::string& text, std::size_t count) {
-    std::size_t found = 0;
-    std::size_t after = 0;
     for (const auto end = EndOfPatience();;) {
         const bool isLast = EndsWithin(1) || std::chrono::steady_clock::now() >= end;
-        const std::string& output = Output();
-        for (std::size_t at = output.find(text, after); at != std::string::npos; at = output.find(text, after)) {
-            ++found;
-            after = at + text.size();
-        }
+        const std::size_t found = Count(Output(), text);
         if (found >= count) {
             return testing::AssertionSuccess();
         }
@@ -82,8 +76,6 @@ testing::AssertionResult Process::WaitFor(const std::string& text, std::size_t c
             return testing::AssertionFailure()
                    << Account("said '" + text + "' " + std::to_string(found) + " times of " + std::to_string(count));
         }
-        // What is still under way may begin with the last few characters.
-        after = std::max(after, output.size() - std::min(output.size(), text.size()));
     }
 }
 

@@ -166,26 +166,22 @@ TEST_F(PpsConnectionTest, ClosingAndRemovingWaitForADeliveryUnderWay) {
         EXPECT_TRUE(WaitUntil("the delivery may end", [&] { return mayEnd == number; }));
         ended = number;
     };
-    PPSFileBase unopened(kAlone, nullptr);
-    const struct {
-        const char* path;
-        std::function<void()> end;
-        std::function<bool()> isUnderWay;
-    } ways[] = {{"/pps/test/input", [this] { m_input.Close(); },
-                 [this] { return !m_input.SetPPSIntAttr("@input", "open", 1); }},
-                {"/pps/test/other", [this] { m_controller.RemoveFile(4); },
-                 [&] { return m_controller.AddOutput(4, &unopened); }}};
-    for (const auto& way : ways) {
-        WriteObject(way.path, "a::1");
+    const auto endDuringADelivery = [&](const std::string& path, const auto& end, const auto& hasBegun) {
+        WriteObject(path, "a::1");
         EXPECT_TRUE(WaitUntil("a delivery is under way", [&] { return begun > ended; }));
         std::thread closer([&] {
-            way.end();
+            end();
             EXPECT_EQ(ended, begun);
         });
-        EXPECT_TRUE(WaitUntil("the end has begun", way.isUnderWay));
+        EXPECT_TRUE(WaitUntil("the end has begun", hasBegun));
         mayEnd = begun.load();
         closer.join();
-    }
+    };
+    PPSFileBase unopened(kAlone, nullptr);
+    endDuringADelivery(
+        "/pps/test/input", [&] { m_input.Close(); }, [&] { return !m_input.SetPPSIntAttr("@input", "open", 1); });
+    endDuringADelivery(
+        "/pps/test/other", [&] { m_controller.RemoveFile(4); }, [&] { return m_controller.AddOutput(4, &unopened); });
 }
 
 TEST_F(PpsConnectionTest, ALongTextLeavesTheOthersTheirTurnAndIsHeldInItsMiddleWholeAndInOrder) {

@@ -18,10 +18,6 @@ FailingMemory::~FailingMemory() {
     t_left = m_former;
 }
 
-bool FailingMemory::HasFailed() {
-    return t_left < 0;
-}
-
 void* operator new(std::size_t size, const std::nothrow_t& /*nothrow*/) noexcept {
     t_left = std::max(t_left - 1, -1L);
     return t_left < 0 ? nullptr : std::malloc(std::max<std::size_t>(size, 1));

@@ -12,9 +12,6 @@ public:
     FailingMemory(const FailingMemory&) = delete;
     FailingMemory& operator=(const FailingMemory&) = delete;
 
-    /// Whether an allocation has failed.
-    static bool HasFailed();
-
 private:
     long m_former;
 };

@@ -23,14 +23,6 @@ inline std::map<std::string, std::string> PublishedLines() {
     return lines;
 }
 
-inline std::string TextOf(const std::map<std::string, std::string>& lines) {
-    std::string text;
-    for (const auto& [name, line] : lines) {
-        text += line + "\n";
-    }
-    return text;
-}
-
 /// The payload that the simulator prints in hexadecimal at the end of a packet's line.
 inline std::vector<int> PayloadIn(const std::string& line) {
     std::istringstream hex(line.substr(line.rfind('[') + 1));

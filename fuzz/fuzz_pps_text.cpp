@@ -5,19 +5,19 @@
 #include <sys/pps.h>
 
 #include "fuzz/Require.h"
-#include "platform/pps/Object.h"
+#include "tools/ppsd/Object.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
-    pps::Object object("object");
+    ppsd::Object object("object");
     object.Apply("kept:n:1");
     const std::string before = object.State();
-    const pps::ApplyResult result = object.Apply(text);
+    const ppsd::ApplyResult result = object.Apply(text);
     if (!result.error.empty()) {
         Require(object.State() == before);
         return 0;
     }
-    pps::Object copy("object");
+    ppsd::Object copy("object");
     Require(copy.Apply(object.State()).error.empty() && copy.State() == object.State());
     std::string state = object.State();
     char* rest = state.data();

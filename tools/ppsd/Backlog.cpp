@@ -87,7 +87,7 @@ void Backlog::ClearNames() noexcept {
     m_nameBytes = 0;
 }
 
-std::string_view Backlog::Next(const pps::Object& object, std::string& scratch) const {
+std::string_view Backlog::Next(const Object& object, std::string& scratch) const {
     if (!m_packets.empty()) {
         return *m_packets.front();
     }

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "platform/pps/Object.h"
+#include "tools/ppsd/Object.h"
 
 namespace ppsd {
 
@@ -31,7 +31,7 @@ public:
     /// Adds one group of a delta subscriber.
     ///
     /// @param limit Cost() does not grow beyond so many bytes
-    void Add(const Packet& group, std::size_t limit = pps::kUnlimited) noexcept;
+    void Add(const Packet& group, std::size_t limit = kUnlimited) noexcept;
 
     /// Notes that a delta subscriber missed a group that could not be made.
     ///
@@ -45,7 +45,7 @@ public:
     /// The same packet comes back until it is taken.
     ///
     /// @param scratch holds the packet where it has to be made; its memory suffices for the largest packet
-    std::string_view Next(const pps::Object& object, std::string& scratch) const;
+    std::string_view Next(const Object& object, std::string& scratch) const;
 
     /// Takes away what Next() gave.
     void Taken() noexcept;

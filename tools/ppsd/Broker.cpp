@@ -185,7 +185,7 @@ void Broker::List(Client& client, std::string_view after) {
     }
     m_scratch.clear();
     m_tree.ForEachAfter(after, [this](const Node& node) {
-        if (m_scratch.size() + node.path.size() >= pps::kMaxWrite) {
+        if (m_scratch.size() + node.path.size() >= kMaxWrite) {
             return false;
         }
         m_scratch.append(node.path).append("\n");
@@ -214,9 +214,9 @@ host::PpsReply Broker::ApplyWrite(Client& client, std::string_view text) {
     if (!node.exists && !m_tree.HasRoom(node, client.identity.user)) {
         return Refusal(ENOSPC, "the user has too many objects, or too large ones");
     }
-    const pps::ApplyResult result = m_tree.Apply(node, text, client.identity.user);
+    const ApplyResult result = m_tree.Apply(node, text, client.identity.user);
     if (!result.error.empty()) {
-        return Refusal(result.noRoom ? ENOSPC : text.size() > pps::kMaxWrite ? EMSGSIZE : EINVAL, result.error);
+        return Refusal(result.noRoom ? ENOSPC : text.size() > kMaxWrite ? EMSGSIZE : EINVAL, result.error);
     }
     if (!node.exists) {
         Make(node, client, nullptr);

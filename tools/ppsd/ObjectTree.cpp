@@ -74,10 +74,10 @@ void ObjectTree::Charge(Node& node) noexcept {
     node.charged = bytes;
 }
 
-pps::ApplyResult ObjectTree::Apply(Node& node, std::string_view text, uid_t writer) {
+ApplyResult ObjectTree::Apply(Node& node, std::string_view text, uid_t writer) {
     const std::size_t left = m_quota.Room(node.exists ? node.permissions.owner : writer, Bound::Bytes);
     const std::size_t base = node.exists ? 0 : BaseBytes(node);
-    pps::ApplyResult result = node.object.Apply(text, left - std::min(left, base));
+    ApplyResult result = node.object.Apply(text, left - std::min(left, base));
     if (node.exists && result.error.empty()) {
         Charge(node);
     }

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/pps/Object.h"
+#include "tools/ppsd/Object.h"
 #include "tools/ppsd/Permissions.h"
 #include "tools/ppsd/Quota.h"
 
@@ -22,7 +22,7 @@ struct Node {
     Node(std::string objectPath, std::string name) : path(std::move(objectPath)), object(std::move(name)) {}
 
     std::string path;
-    pps::Object object;
+    Object object;
     bool exists = false;
     Permissions permissions; ///< while it exists, and afterwards those it had
     std::size_t charged = 0; ///< the bytes that its owner is charged for
@@ -53,7 +53,7 @@ public:
 
     /// Applies a write. What it adds has to fit into the room of the object's owner, or into that of @p writer where
     /// the object is still to be made.
-    pps::ApplyResult Apply(Node& node, std::string_view text, uid_t writer);
+    ApplyResult Apply(Node& node, std::string_view text, uid_t writer);
 
     void Truncate(Node& node) noexcept;
 

@@ -53,7 +53,7 @@ bool WriteNew(int directory, const std::string& name, const ObjectTree& tree, st
 bool ReadLines(int file, ObjectLoader& loader) {
     std::array<char, 65536> chunk{};
     std::string line;
-    line.reserve(pps::kMaxWrite + 1);
+    line.reserve(kMaxWrite + 1);
     for (;;) {
         const ssize_t length = ::read(file, chunk.data(), chunk.size());
         if (length < 0 && errno == EINTR) {
@@ -70,7 +70,7 @@ bool ReadLines(int file, ObjectLoader& loader) {
         while (!rest.empty()) {
             const std::size_t end = rest.find('\n');
             const std::string_view part = rest.substr(0, end);
-            line.append(part.substr(0, pps::kMaxWrite + 1 - line.size()));
+            line.append(part.substr(0, kMaxWrite + 1 - line.size()));
             if (end != std::string_view::npos) {
                 loader.TakeLine(line);
                 line.clear();

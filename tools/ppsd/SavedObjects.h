@@ -24,7 +24,7 @@ using TextSink = std::function<bool(std::string_view)>;
 ///
 /// @param scratch holds one object's text; with kSaveScratch bytes reserved it needs no memory
 bool SaveObjects(const ObjectTree& tree, std::string& scratch, const TextSink& sink);
-constexpr std::size_t kSaveScratch = pps::kMaxObjectText + 4096;
+constexpr std::size_t kSaveScratch = kMaxObjectText + 4096;
 
 /// Takes saved objects in, line by line. What is damaged is passed over and told of.
 class ObjectLoader {
@@ -34,7 +34,7 @@ public:
     ObjectLoader(ObjectTree& tree, const Permissions& own, std::function<void(std::string_view)> complain)
         : m_tree(tree), m_own(own), m_complain(std::move(complain)) {}
 
-    /// Takes one line without its line feed. Of one that is longer than pps::kMaxWrite a byte more suffices.
+    /// Takes one line without its line feed. Of one that is longer than kMaxWrite a byte more suffices.
     void TakeLine(std::string_view line);
 
     /// To be called after the last line.

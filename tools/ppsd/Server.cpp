@@ -58,7 +58,7 @@ bool Server::Start(std::string& error) {
         return false;
     }
     // The memory that the server itself needs is taken before clients can.
-    m_receiveBuffer.resize(pps::kMaxWrite + 1);
+    m_receiveBuffer.resize(kMaxWrite + 1);
     m_saveBuffer.reserve(kSaveScratch);
     TakeSpares();
     return Load(error);

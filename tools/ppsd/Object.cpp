@@ -1,11 +1,11 @@
 // A write is made ready first and applied afterwards. Making ready checks everything and takes all the memory,
 // changing nothing; applying only moves what is ready into place and can't fail. So a write is applied whole or
 // not at all, also where memory runs out in its middle.
-#include "platform/pps/Object.h"
+#include "tools/ppsd/Object.h"
 
 #include <algorithm>
 
-namespace pps {
+namespace ppsd {
 
 std::string Object::Prepare(std::string_view text, Write& write) const {
     if (text.empty()) {
@@ -15,7 +15,7 @@ std::string Object::Prepare(std::string_view text, Write& write) const {
         return "a write of more than " + std::to_string(kMaxWrite) + " bytes";
     }
     for (bool isFirst = true; !text.empty(); isFirst = false) {
-        std::string error = PrepareLine(TakeLine(text), isFirst, write);
+        std::string error = PrepareLine(pps::TakeLine(text), isFirst, write);
         if (!error.empty()) {
             return error;
         }
@@ -24,18 +24,18 @@ std::string Object::Prepare(std::string_view text, Write& write) const {
 }
 
 std::string Object::PrepareLine(std::string_view text, bool isFirst, Write& write) const {
-    const std::optional<Line> line = ParseLine(text);
-    if (line && line->kind == LineKind::Object && isFirst && line->name == m_name) {
+    const std::optional<pps::Line> line = pps::ParseLine(text);
+    if (line && line->kind == pps::LineKind::Object && isFirst && line->name == m_name) {
         write.persistence = line->persistence;
         return {};
     }
-    if (!line || (line->kind != LineKind::Attribute && line->kind != LineKind::AttributeDeleted)) {
-        return "malformed line " + Quoted(text);
+    if (!line || (line->kind != pps::LineKind::Attribute && line->kind != pps::LineKind::AttributeDeleted)) {
+        return "malformed line " + pps::Quoted(text);
     }
     Change change;
     change.name = line->name;
     change.persistence = line->persistence;
-    change.isDeletion = line->kind == LineKind::AttributeDeleted;
+    change.isDeletion = line->kind == pps::LineKind::AttributeDeleted;
     write.deletes |= change.isDeletion;
     if (!change.isDeletion) {
         Attributes& made = change.attribute;
@@ -96,8 +96,8 @@ ApplyResult Object::Apply(std::string_view text, std::size_t room) {
     if (write.newNames > 0 && (m_byName.empty() || static_cast<float>(entries) > held)) {
         m_byName.reserve(2 * entries);
     }
-    if (write.persistence != Persistence::Unsaid) {
-        m_persistent = write.persistence == Persistence::Kept;
+    if (write.persistence != pps::Persistence::Unsaid) {
+        m_persistent = write.persistence == pps::Persistence::Kept;
     }
     for (Change& change : write.changes) {
         change.isDeletion ? Delete(change.name, result.changes) : Set(change, result.changes);
@@ -116,8 +116,8 @@ void Object::Set(Change& change, std::string& told) noexcept {
         found->second->value.swap(change.attribute.front().value);
     }
     Attribute& attribute = *found->second;
-    if (change.persistence != Persistence::Unsaid) {
-        attribute.persistent = change.persistence == Persistence::Kept;
+    if (change.persistence != pps::Persistence::Unsaid) {
+        attribute.persistent = change.persistence == pps::Persistence::Kept;
     }
     m_textSize += attribute.TextSize();
     Append(told, attribute);
@@ -198,4 +198,4 @@ void Object::AppendPersistentState(std::string& text) const {
     }
 }
 
-} // namespace pps
+} // namespace ppsd

@@ -1,5 +1,5 @@
-#ifndef TLG_PLATFORM_PPS_OBJECT_H
-#define TLG_PLATFORM_PPS_OBJECT_H
+#ifndef TLG_TOOLS_PPSD_OBJECT_H
+#define TLG_TOOLS_PPSD_OBJECT_H
 
 #include <cstddef>
 #include <limits>
@@ -12,7 +12,7 @@
 
 #include "platform/pps/Line.h"
 
-namespace pps {
+namespace ppsd {
 
 /// The largest write into an object, in bytes.
 constexpr std::size_t kMaxWrite = 64U * 1024U;
@@ -86,7 +86,7 @@ private:
     struct Change {
         std::string_view name;
         bool isDeletion = false;
-        Persistence persistence = Persistence::Unsaid;
+        pps::Persistence persistence = pps::Persistence::Unsaid;
         Attributes attribute;     // the new one, alone; none for a deletion
         Index::node_type indexed; // its entry, where it may be a new name
     };
@@ -95,7 +95,7 @@ private:
         std::size_t textSize = 0; // of all new attributes
         std::size_t newNames = 0; // at most
         bool deletes = false;
-        Persistence persistence = Persistence::Unsaid; // of the object
+        pps::Persistence persistence = pps::Persistence::Unsaid; // of the object
     };
 
     /// Makes a write ready; the result is why it must not be applied, empty when it may.
@@ -115,6 +115,6 @@ private:
     std::size_t m_textSize = 0;
 };
 
-} // namespace pps
+} // namespace ppsd
 
 #endif

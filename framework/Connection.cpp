@@ -27,7 +27,7 @@ bool IsNoRoom(int error) {
     return error == EAGAIN || error == EINTR || error == ENOBUFS || error == ENOMEM;
 }
 
-/// One read; after a reset, what the peer wrote before is still to be had.
+/// One read. After a reset, what the peer wrote before it can still be read.
 ssize_t ReadOnce(int fd, unsigned char* buffer, std::size_t size) {
     const ssize_t length = ::read(fd, buffer, size);
     return length < 0 && errno == ECONNRESET ? ::read(fd, buffer, size) : length;
@@ -44,7 +44,7 @@ UniqueFd Connection::OpenDescriptor(int oflag) const {
         }
         return opened;
     } catch (const std::bad_alloc&) {
-        // What stands in for the platform's open may need memory.
+        // On the host, open() is replaced by code that may need memory.
         errno = ENOMEM;
         return {};
     }
@@ -73,7 +73,7 @@ bool Connection::Open() {
 
 void Connection::Close() {
     const MutexLock lock(m_mutex);
-    m_outbox.End();
+    m_outbox.Close();
     m_descriptor.Reset();
     m_isStarved = false;
     m_state = State::kClosed;
@@ -97,9 +97,9 @@ int Connection::Reopen() {
         }
         m_state = State::kReopening;
     }
-    // Old commands are thrown away when the service starts, but not when it finds its way back: a server that
-    // restarted has new ones only, since objects with commands don't survive it. (A server that ended the connection
-    // alone would tell the old ones again.)
+    // The first opening throws away old commands; this one does not. After a restart the server has new commands
+    // only, since objects with commands don't survive it. (A server that ended the connection alone would send the
+    // old ones again.)
     UniqueFd opened = OpenDescriptor(m_info.oflag & ~kTruncate);
     const int error = opened ? 0 : errno;
     const MutexLock lock(m_mutex);
@@ -131,7 +131,7 @@ ReadResult Connection::Read(unsigned char* buffer, std::size_t size) {
         if (!HasHungUp(fd)) {
             return {ReadResult::kBlock, 0, 0}; // a packet without content
         }
-        // The end; but a last packet may have come at this very moment.
+        // The connection has ended, but a last packet may have come since the first read.
         length = ReadOnce(fd, buffer, size);
     }
     if (length > 0) {
@@ -200,7 +200,7 @@ void Connection::FlushOutbox() {
         const ssize_t written = ::write(m_descriptor.Get(), packet.data(), packet.size());
         if (written < 0) {
             if (!IsNoRoom(errno)) {
-                // The end of the connection, which a read tells of.
+                // The connection has ended. A read will find that and handle it.
                 m_outbox.Drop(std::strerror(errno));
             }
             return;

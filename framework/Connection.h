@@ -6,14 +6,13 @@
 //        │ Close(),            │ TakeOver()               └──────── can't be opened ──┘     │
 //        │ from any state      └──────────────────── returned ◀────────── is opened ────────┘
 //
-// Who does it: the thread that delivers input finds that the peer has ended (Lose) and takes the new connection
-// over between two deliveries (TakeOver); a thread of the Reopener waits and opens (Reopen), since opening may
-// wait for a peer. The old descriptor is closed before the new one is opened, and until it is taken over nothing can
-// be read from or written to the new one: what was built from the state before the return can't reach the peer
-// after it.
+// Two threads do this. The thread that delivers input finds that the peer has ended (Lose). Between two deliveries
+// it also starts to use the new connection (TakeOver). A thread of the Reopener opens the file (Reopen), since that may
+// wait for a peer. The old descriptor is closed before the new one is opened. Until TakeOver() nothing can be read
+// from the new one or written to it. So data built from the state before the return can't reach the peer after it.
 //
-// Nobody waits for a peer to take something: reads and writes never block. A packet of Send() is kept until
-// there is room; a write of Write() fails, and the observer hears of the room that comes later.
+// Reads and writes never block, so no thread waits until a peer reads. Where there is no room, a packet of Send() is
+// kept until there is some. A message of Write() fails, and later, when there is room, Flush() returns true.
 #ifndef TLG_FRAMEWORK_CONNECTION_H
 #define TLG_FRAMEWORK_CONNECTION_H
 
@@ -28,7 +27,7 @@
 
 namespace TLG::ZOCAR {
 
-/// Hears what a connection needs. Called with the connection's lock held, on the thread that writes: it must
+/// Is notified of what a connection needs. Called with the connection's lock held, on the thread that writes: it must
 /// neither wait nor call back.
 class ConnectionObserver {
 public:
@@ -39,7 +38,7 @@ public:
     virtual void OnWriteLost() = 0;
 };
 
-/// What one read gave.
+/// The result of one read.
 struct ReadResult {
     enum Kind { kBlock, kNothing, kEnded };
     Kind kind = kNothing;
@@ -61,7 +60,7 @@ public:
     const std::string& Path() const { return m_info.path; }
     State CurrentState() const noexcept { return m_state; }
 
-    /// Who hears of what the connection needs from now on; null: nobody. Not owned.
+    /// Sets the observer that is notified from now on; null for none. Not owned.
     void Observe(ConnectionObserver* observer) TLG_EXCLUDES(m_mutex);
     bool IsObserved() const TLG_EXCLUDES(m_mutex);
 
@@ -71,8 +70,8 @@ public:
     void Close() TLG_EXCLUDES(m_mutex);
     /// open -> lost; what waits for room counts as lost.
     void Lose() TLG_EXCLUDES(m_mutex);
-    /// lost -> reopening -> returned, or lost again. The result is 0 or an errno number; 0 also where there is
-    /// nothing to reopen. It may wait for the peer.
+    /// lost -> reopening -> returned, or lost again. The result is 0 or an errno number. It is 0 also in other states,
+    /// where there is nothing to reopen. It may wait for the peer.
     int Reopen() TLG_EXCLUDES(m_mutex);
     /// returned -> open; false in any other state.
     bool TakeOver() TLG_EXCLUDES(m_mutex);
@@ -80,24 +79,24 @@ public:
     ReadResult Read(unsigned char* buffer, std::size_t size) TLG_EXCLUDES(m_mutex);
 
     /// Writes a whole message or nothing. False with errno set: EAGAIN where there is no room, ENOTCONN or EPIPE
-    /// where the peer went away, EBADF where the file is closed.
+    /// where the connection is lost, EBADF where the file is closed.
     bool Write(const void* data, std::size_t length) TLG_EXCLUDES(m_mutex);
 
     /// Writes a packet, or keeps it until there is room; false when it is lost.
     bool Send(const unsigned char* data, std::size_t length) TLG_EXCLUDES(m_mutex);
 
-    /// Writes what was kept, as far as there is room. True when a message of Write() found no room since the last
+    /// Writes the kept packets, as far as there is room. True when a message of Write() found no room since the last
     /// call and there is some now.
     bool Flush() TLG_EXCLUDES(m_mutex);
 
     bool NeedsRoom() const TLG_EXCLUDES(m_mutex);
-    /// Calls @p use(descriptor) while the descriptor can't be closed, and returns its result; false with errno
+    /// Calls @p operation(descriptor) while the descriptor can't be closed, and returns its result; false with errno
     /// EBADF where the connection is not open.
-    template <typename Use>
-    bool WithDescriptor(Use use) const TLG_EXCLUDES(m_mutex) {
+    template <typename Operation>
+    bool WithDescriptor(Operation operation) const TLG_EXCLUDES(m_mutex) {
         const MutexLock lock(m_mutex);
         errno = EBADF;
-        return m_state == State::kOpen && use(m_descriptor.Get());
+        return m_state == State::kOpen && operation(m_descriptor.Get());
     }
 
 private:

@@ -26,7 +26,7 @@ bool FileBase::OpenLogged(const char* what) {
 }
 
 void FileBase::Close() {
-    // First of all closed, so that a delivery under way comes to its end.
+    // Closed first, so that a delivery under way comes to its end.
     m_connection->Close();
     const std::lock_guard<std::recursive_mutex> delivery(m_deliveryMutex);
 }

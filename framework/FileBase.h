@@ -27,7 +27,7 @@ public:
     /// the log that names the path and the reason, on failure.
     virtual bool Open();
 
-    /// Takes one block of input.
+    /// Handles one block of input.
     virtual void OnDataChange(unsigned char* data, int length);
 
     /// Closes the file, which may be registered with a running multiplexer. Once it has returned, no
@@ -42,8 +42,8 @@ protected:
         /// Whether a block may be delivered in parts that end where a line ends, with the input of other files
         /// between them.
         bool isInLines = false;
-        /// Whether a block tells that what was written to the file is gone; null where no block does.
-        bool (*tellsThatObjectIsGone)(const unsigned char* data, std::size_t length) = nullptr;
+        /// Whether a block reports that what was written to the file is gone; null where no block can.
+        bool (*reportsObjectGone)(const unsigned char* data, std::size_t length) = nullptr;
     };
 
     FileBase(const fileTagInfo& info, Reading reading)
@@ -61,8 +61,8 @@ private:
     const Reading m_reading;
     const std::shared_ptr<Connection> m_connection; // shared with the thread that opens it again
 
-    // Held while input is delivered, and taken by Close() to wait for that; recursive, since a delivery
-    // may close its own file, and so nothing for clang's analysis. Taken before all other locks.
+    // Held while input is delivered. Close() takes it to wait for that. It is recursive, since a delivery may
+    // close its own file; clang's analysis can't check such a lock. Taken before all other locks.
     std::recursive_mutex m_deliveryMutex;
 };
 

@@ -36,30 +36,31 @@ public:
     /// called from a delivery.
     virtual bool Stop();
 
-    /// Registers an opened file. A file that cannot deliver input is refused. A file that is closed must be
-    /// removed, and added again once it is open, to be heard. Where its peer goes away, the file is opened again
-    /// as soon as the peer is back.
+    /// Registers an opened file. A file that cannot deliver input is refused. A file that was closed delivers
+    /// input again only after it has been removed, opened and added again. If its peer goes away, the file is opened
+    /// again as soon as the peer is back.
     bool AddFile(int key, FileBase* file) const;
-    /// Has the connection of an opened file that is only written to kept in the same way; no input is delivered.
+    /// Registers an opened file that is only written to. It is opened again in the same way; no input is delivered.
     bool AddOutput(int key, FileBase* file) const;
     /// Unregisters a file. Once it has returned, no input of the file is being delivered or will be,
     /// unless it was called from within the delivery itself.
     bool RemoveFile(int key) const;
 
-    /// Lets the input of a registered file wait with its peer, whole and in order, and has it delivered again.
+    /// Stops delivering the input of a registered file. It waits with the peer, whole and in order.
     void HoldInput(int key) const;
-    /// The same, but the next block is delivered first: of a newly opened object, the state that it had then.
+    /// The same, but one more block is delivered first. Of a newly opened object this is its state at the opening.
     void HoldInputAfterBlock(int key) const;
+    /// Delivers held input again.
     void ResumeInput(int key) const;
 
-    /// Who hears, between two deliveries and on their thread, of files that lack what was written to them: their
-    /// connection came back, there is room again after a write that found none, or somebody deleted or emptied the
-    /// object. To be set before Start().
-    /// @param handler gets the keys of the files
+    /// Sets the handler for files that may lack what was written to them: their connection came back, there is room
+    /// again after a write that found none, or somebody deleted or emptied the object. It is called between two
+    /// deliveries, on their thread. To be set before Start().
+    /// @param handler receives the keys of the files
     void SetReturnHandler(std::function<void(const std::vector<int>& keys)> handler) const;
 
-    /// Calls @p handler once, on the thread of the deliveries, after @p delay; takes the place of an earlier call that
-    /// has not come yet.
+    /// Calls @p handler once, on the thread of the deliveries, after @p delay. It replaces an earlier timer that has
+    /// not run yet.
     void SetTimer(std::chrono::milliseconds delay, std::function<void()> handler) const;
 
 private:

@@ -17,7 +17,7 @@ bool InstanceGuard::Hold() {
     const std::string path = std::string("/run/") + program_invocation_short_name + ".lock";
     m_lock.Reset(::open(path.c_str(), kReadWrite | kCreate, 0600));
     if (!m_lock && errno == ENOENT) {
-        // Nothing runs below this root yet, and nothing can be opened, as opening will tell.
+        // The directory is missing: nothing runs below this root yet. Opening the files fails, and that is logged.
         return true;
     }
     struct stat status {};

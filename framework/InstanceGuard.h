@@ -5,8 +5,8 @@
 
 namespace TLG::ZOCAR {
 
-/// Keeps a second process of this program from working below the same root: it holds a lock on a file below the
-/// root that only the root's owner can open. The kernel takes the lock back when the process ends, however it ends.
+/// Keeps a second process of this program from working below the same root. It holds a lock on a file below the root,
+/// which only the root's owner can open. The kernel releases the lock when the process ends, however it ends.
 class InstanceGuard {
 public:
     /// False when another process holds the lock. Where there can be no lock, which is logged, every process may

@@ -17,7 +17,7 @@ enum LOG_LEV_EN {
 /// Logs one printf-style message of at most 511 characters, prefix included, to the system logger.
 ///
 /// Every module (translation unit) has its own copy of this function and of its message counter. The
-/// event code carries the low 12 bits of the counter and only tells messages apart. Any thread may
+/// event code carries the low 12 bits of the counter and only serves to distinguish messages. Any thread may
 /// call it; nothing is allocated.
 ///
 /// @param function name of the calling function

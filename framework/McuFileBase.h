@@ -23,8 +23,9 @@ public:
     void PacketHeader(PacketHeader_s& header, int command, int reply, int report, int fixed0, int fixed1,
                       int payloadLength, int packetNumber);
 
-    /// Writes @p length bytes, one packet, to the device, or keeps them, after those that wait already, until the
-    /// device takes them; waits for nothing. False when the packet is lost: the link is gone, or too many wait.
+    /// Writes one packet of @p length bytes to the device. Where there is no room, the packet is kept, after those that
+    /// wait already, until the device reads. Does not block. False when the packet is lost: the link is gone, or too
+    /// many packets wait.
     bool SendToSpiDev(const unsigned char* data, int length) const;
 
 protected:

@@ -12,7 +12,7 @@ namespace TLG::ZOCAR {
 
 namespace {
 
-/// Room for the largest packet; what is longer arrives cut.
+/// Room for the largest packet; a longer one would be cut off.
 constexpr std::size_t kBufferSize = 256U * 1024U;
 
 /// The directory in which a peer serves its files: "/pps" of "/pps/object".
@@ -105,7 +105,7 @@ void Multiplexer::Join() {
         }
     }
     for (Reopener* reopener : reopeners) {
-        reopener->Stop(); // may wait for an opening, and so not with the lock held
+        reopener->Stop(); // may wait for an opening, so it is called without the lock
     }
     const MutexLock lock(m_mutex);
     for (auto& [key, entry] : m_entries) {
@@ -146,7 +146,7 @@ bool Multiplexer::AddEntry(int key, FileBase* file, bool isOutput) {
     return true;
 }
 
-/// The reopener of the file's peer; null, with a line in the log, where there can be no thread for a new one.
+/// The reopener of the file's peer. Null, with a line in the log, where the thread of a new one can't be started.
 Reopener* Multiplexer::ReopenerOf(const std::string& path) {
     const auto [found, isNew] = m_reopeners.try_emplace(DirectoryOf(path));
     if (!isNew) {
@@ -221,7 +221,7 @@ void Multiplexer::OnWriteLost() {
     RequestAttention();
 }
 
-/// Has the dispatcher look at watches, connections and timer before it waits again.
+/// Makes the dispatcher look at watches, connections and timer before it waits again.
 void Multiplexer::RequestAttention() {
     m_needsAttention = true;
     if (m_dispatcherId.load() != std::this_thread::get_id()) {

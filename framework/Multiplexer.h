@@ -1,9 +1,9 @@
 // One thread delivers the input of all files, and nothing that it does waits for a peer.
 //
-// A turn of that thread: it waits for events; delivers, of each file that has input, a bounded part; then, between
-// two deliveries, takes over the connections that came back and says so; then runs the timer. So a file with much
-// input, be it many packets or one long text, holds up the others for a part's time only, and whoever hears of a
-// return (the return handler) is heard before any later input.
+// In each turn that thread waits for events and delivers a bounded part of the input of each file. Then it takes over
+// the connections that came back, calls the return handler for them, and runs the timer. So a file with much input
+// (many packets or one long text) delays the others by one part only. And the return handler has run before any input
+// that comes after the return is delivered.
 //
 //     what happens                         who notices            what follows
 //     a file has input                     epoll                  FileBase::OnDataChange
@@ -16,9 +16,9 @@
 //     input is held or resumed             the caller             the file leaves or joins the epoll set
 //
 // Locks are taken in this order: delivery (of a file, while it delivers), multiplexer (for a look-up or a change of
-// what is watched), reopener and connection (which hold nothing else). Nobody waits with the multiplexer's lock held:
-// who removes a file waits for its delivery with the lock given back, and not at all on the dispatcher itself; who
-// stops waits for the threads without it.
+// what is watched), reopener and connection (no other lock is taken while one of these is held). No thread waits while
+// it holds the multiplexer's lock. Remove() releases it while it waits for a delivery, and does not wait at all on the
+// dispatcher itself. Stop() waits for the threads without it.
 #ifndef TLG_FRAMEWORK_MULTIPLEXER_H
 #define TLG_FRAMEWORK_MULTIPLEXER_H
 
@@ -53,7 +53,7 @@ public:
     Multiplexer& operator=(const Multiplexer&) = delete;
     ~Multiplexer() override;
 
-    // As the operations of the same names of FilesControlBase say.
+    // These do what the operations of FilesControlBase do that call them.
     bool Init();
     bool Close();
     bool Start() TLG_EXCLUDES(m_mutex);
@@ -70,12 +70,12 @@ private:
 
     static constexpr std::uint64_t kWakeId = ~std::uint64_t{0}; // in the epoll set; other ids are keys
 
-    /// What the dispatcher keeps of a file's input. Shared by the entry and a delivery that outlives it.
+    /// The dispatcher's state for the input of a file. Shared by the entry and a delivery that outlives it.
     struct Input {
         std::atomic<bool> isHeld{false};
         std::atomic<bool> isHeldAfterBlock{false}; // to be held once the next block has been delivered
-        std::vector<unsigned char> rest;           // lines that were read and not delivered yet; the dispatcher's alone
-        std::size_t delivered = 0;                 // bytes of them that were
+        std::vector<unsigned char> rest; // lines that were read but not all delivered; used by the dispatcher alone
+        std::size_t delivered = 0;       // how many bytes of them were delivered
         bool HasRest() const { return delivered < rest.size(); }
     };
 
@@ -85,9 +85,9 @@ private:
         std::shared_ptr<Input> input; // null for an output
         Reopener* reopener = nullptr;
         std::uint32_t watched = 0; // the events that the epoll set has
-        bool awaitsAnswer = false; // came back, and nothing was read from it yet
+        bool awaitsAnswer = false; // its connection came back, and nothing was read from it yet
 
-        /// Whether nothing is to be read from it for now.
+        /// Whether reading from it is suspended.
         bool IsPaused() const { return input && (input->isHeld || input->HasRest()); }
     };
 
@@ -127,10 +127,10 @@ private:
     std::thread m_dispatcher;
     std::atomic<std::thread::id> m_dispatcherId{};
     std::atomic<bool> m_isStopping{false};
-    std::atomic<bool> m_needsAttention{false}; // something changed that watches or connections follow
+    std::atomic<bool> m_needsAttention{false}; // watches, connections or the timer are to be looked at
     std::atomic<bool> m_wasWriteLost{false};
-    std::vector<unsigned char> m_buffer; // this and what follows: the dispatcher's alone
-    std::set<int> m_lacking;             // files of which the return handler is to hear
+    std::vector<unsigned char> m_buffer; // this and the next two are used by the dispatcher alone
+    std::set<int> m_lacking;             // files for which the return handler is to be called
     bool m_hasRests = false;
 
     Mutex m_mutex;                          // never held while a file delivers or opens

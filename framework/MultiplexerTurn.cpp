@@ -57,7 +57,7 @@ void Multiplexer::Turn() {
     RunTimer();
 }
 
-/// How long to wait for events: not at all while lines wait for their turn.
+/// How long to wait for events in milliseconds, -1 for ever: not at all while lines wait for their turn.
 int Multiplexer::TimeoutMs() {
     if (m_hasRests || m_needsAttention) {
         return 0;
@@ -96,8 +96,8 @@ void Multiplexer::Release() {
     m_released.notify_all();
 }
 
-/// Calls @p deliver(entry) for a file that can't be removed meanwhile, and with its delivery lock held. Where memory
-/// runs out, what was being delivered is lost, and nothing else.
+/// Calls @p deliver(entry) with the delivery lock of the file held. The file can't be removed meanwhile. Where memory
+/// runs out, the input being delivered is lost, and nothing else.
 template <typename Delivery>
 void Multiplexer::WithClaimed(int key, Delivery deliver) {
     std::optional<Entry> entry = Claim(key);
@@ -125,9 +125,9 @@ void Multiplexer::Deliver(int key, std::uint32_t events) {
     });
 }
 
-/// Reads and hands over blocks, up to a turn's part. Those of an output go to nobody.
+/// Reads and delivers blocks, at most a turn's part. The blocks of an output are not delivered.
 void Multiplexer::Receive(int key, Entry& entry) {
-    // What comes as text may be many lines; one block of it is enough for a turn.
+    // A block of text may hold many lines, so one block is enough for a turn.
     const int blocks = entry.file->m_reading.isInLines ? 1 : kBlocksPerTurn;
     for (int block = 0; block < blocks && !entry.IsPaused(); ++block) {
         const ReadResult read = entry.connection->Read(m_buffer.data(), m_buffer.size());
@@ -140,7 +140,7 @@ void Multiplexer::Receive(int key, Entry& entry) {
         }
         NoteAnswer(key, entry);
         const FileBase::Reading& reading = entry.file->m_reading;
-        if (reading.tellsThatObjectIsGone != nullptr && reading.tellsThatObjectIsGone(m_buffer.data(), read.length)) {
+        if (reading.reportsObjectGone != nullptr && reading.reportsObjectGone(m_buffer.data(), read.length)) {
             m_lacking.insert(key);
             m_needsAttention = true;
         }
@@ -218,7 +218,7 @@ void Multiplexer::LoseConnection(int key, const Entry& entry, int error) {
     entry.reopener->OnLost();
 }
 
-/// A peer that has answered since it came back is really there.
+/// A file from which something was read since it came back shows that its peer works: the reopener is notified.
 void Multiplexer::NoteAnswer(int key, Entry& entry) {
     if (!entry.awaitsAnswer) {
         return;
@@ -232,8 +232,8 @@ void Multiplexer::NoteAnswer(int key, Entry& entry) {
     }
 }
 
-/// Turns to connections that came back, and has those that wrote to a lost one opened soon. Of whom the return handler
-/// has not heard, be it for lack of memory, it hears in the next turn.
+/// Takes over the connections that came back. After a write to a lost connection its next opening comes soon. Files
+/// with which the return handler could not be called, for lack of memory, stay noted for the next turn.
 void Multiplexer::TakeOver() {
     const bool wasWriteLost = m_wasWriteLost.exchange(false);
     ReturnHandler onReturn;
@@ -255,7 +255,7 @@ void Multiplexer::TakeOver() {
     m_lacking.clear();
 }
 
-/// Takes one connection over, unless what lies in the file's place can't be watched.
+/// Takes one connection over, unless what was opened can't be watched.
 void Multiplexer::TakeOver(int key, Entry& entry) {
     m_lacking.insert(key);
     entry.watched = 0;
@@ -278,8 +278,8 @@ void Multiplexer::UpdateWatches() {
     }
 }
 
-/// Brings the epoll set in line with what is to be heard of a file. False where an open file can't be watched, with a
-/// line in the log.
+/// Makes the epoll set watch a file for the events that are wanted now. False where an open file can't be watched,
+/// with a line in the log.
 bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
     const std::uint32_t wanted =
         entry.IsPaused() ? 0U : EPOLLIN | EPOLLRDHUP | (entry.connection->NeedsRoom() ? EPOLLOUT : 0U);
@@ -298,7 +298,7 @@ bool Multiplexer::UpdateWatch(int key, Entry& entry) const {
         return true;
     }
     if (m_isRunning && entry.connection->CurrentState() != Connection::State::kOpen) {
-        return true; // its return is taken over later
+        return true; // it is watched once its connection is taken over
     }
     LOGBASE(LOG_LEV_ERROR, __FUNCTION__, "can't watch %s: %s\n", entry.file->m_info.path.c_str(), std::strerror(errno));
     return false;
@@ -316,7 +316,8 @@ void Multiplexer::RunTimer() {
         handler = m_timerHandler;
     }
     handler();
-    // Only now, so that a handler that lacked memory is called again; it may have set the timer itself.
+    // Reset after the call, so that a handler that lacked memory is called again. The handler may have set the timer
+    // itself; then that time stays.
     const MutexLock lock(m_mutex);
     if (m_timerDue == due) {
         m_timerDue.reset();

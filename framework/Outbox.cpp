@@ -45,7 +45,7 @@ void Outbox::Recover() {
     SayLost("succeed again");
 }
 
-void Outbox::End() {
+void Outbox::Close() {
     Drop("it is closed");
     SayLost("have ended");
 }

@@ -8,8 +8,8 @@
 
 namespace TLG::ZOCAR {
 
-/// The packets to one file that wait for room, in order and bounded, and the account of those that were lost.
-/// It says in the log when losses begin and when they end, not once for each packet. Not thread-safe.
+/// The packets to one file that wait for room, in order and bounded, and the number of those that were lost.
+/// It logs when losses begin and when they end, not once for each packet. Not thread-safe.
 class Outbox {
 public:
     static constexpr std::size_t kMaxPackets = 1024;
@@ -19,24 +19,24 @@ public:
 
     bool Empty() const { return m_packets.empty(); }
 
-    /// Keeps a packet after those that wait; false, and the packet counts as lost, past the bound and where there is no
-    /// memory.
+    /// Keeps a packet after those that wait. False where the bound is reached or there is no memory; then the packet
+    /// counts as lost.
     bool Keep(const unsigned char* data, std::size_t length);
 
     /// The packet to write next, or what is left of it. Only when not Empty().
     const std::vector<unsigned char>& Front() const { return m_packets.front(); }
-    /// Notes that so many bytes of Front() were written.
+    /// Notes that @p length bytes of Front() were written.
     void Written(std::size_t length);
 
     /// Counts packets that can't be written.
-    /// @param reason stands in the line that tells of the first one
+    /// @param reason is logged with the first one
     void CountLost(std::size_t count, const char* reason);
-    /// Throws away what waits; it counts as lost.
+    /// Throws away the waiting packets; they count as lost.
     void Drop(const char* reason);
     /// Notes that nothing waits and the last write succeeded: losses, if there were any, have ended.
     void Recover();
-    /// Throws away what waits, and says how many packets were lost in all: nothing more will be written.
-    void End();
+    /// Throws away the waiting packets and logs how many were lost in all, since nothing more will be written.
+    void Close();
 
 private:
     void SayLost(const char* what);

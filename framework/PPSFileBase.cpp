@@ -17,7 +17,7 @@ bool PPSFileBase::Open() {
     return OpenLogged("PPS server's object");
 }
 
-bool PPSFileBase::TellsThatObjectIsGone(const unsigned char* data, std::size_t length) {
+bool PPSFileBase::ReportsObjectGone(const unsigned char* data, std::size_t length) {
     std::string_view text(reinterpret_cast<const char*>(data), length);
     while (!text.empty()) {
         const std::string_view line = text.substr(0, text.find('\n'));
@@ -31,12 +31,12 @@ bool PPSFileBase::TellsThatObjectIsGone(const unsigned char* data, std::size_t l
     return false;
 }
 
-/// Ends within the text where the file is closed meanwhile.
+/// Stops within the text when the file is closed meanwhile.
 void PPSFileBase::OnDataChange(unsigned char* data, int length) {
     if (data == nullptr || length <= 0) {
         return;
     }
-    // The parser writes into the text and needs a zero behind it.
+    // The parser writes into the text and needs a zero after it.
     m_text.assign(data, data + length);
     m_text.push_back('\0');
     char* rest = m_text.data();
@@ -72,7 +72,7 @@ bool PPSFileBase::WritePPS(const char* data, int length) const {
     if ((errno != EPIPE && errno != ECONNRESET && errno != ENOTCONN) || Link().IsObserved()) {
         return false;
     }
-    // No multiplexer sees that the server went away.
+    // There is no multiplexer that would open the object again.
     Link().Lose();
     Link().Reopen();
     return Link().TakeOver() && Link().Write(data, size);

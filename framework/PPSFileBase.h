@@ -12,24 +12,24 @@
 namespace TLG::ZOCAR {
 
 /// A PPS object: what is read from it goes to the callback as attributes, what is written to it is PPS
-/// text. Writing may happen on any thread and waits for nobody. A write to an object whose server went away
-/// has it opened again: by the multiplexer that cares for it, or, where there is none, at once, which may wait for the
+/// text. Writing may happen on any thread and does not block. When the server has gone away, a write makes the
+/// multiplexer open the object again. Without a multiplexer the write opens it itself, and then it may wait for the
 /// server.
 class PPSFileBase : public FileBase {
 public:
     /// @param info     must outlive the object
     /// @param callback receives the changes; not owned
     PPSFileBase(const fileTagInfo& info, IPPSOnChange* callback)
-        : FileBase(info, {true, TellsThatObjectIsGone}), m_callback(callback) {}
+        : FileBase(info, {true, ReportsObjectGone}), m_callback(callback) {}
 
     /// True when there is a callback for the changes.
     bool Init() override;
     bool Open() override;
 
-    /// Parses @p length bytes of PPS text and reports each attribute in it.
+    /// Parses @p length bytes of PPS text and reports each line of it to the callback.
     void OnDataChange(unsigned char* data, int length) override;
 
-    /// Takes what is not an attribute, and reports it to the callback.
+    /// Reports a line that is not an attribute to the callback.
     virtual void OnPPSStatusChange(pps_status_t status, pps_attrib_t* attrib);
 
     /// Writes @p length bytes of encoded PPS text; true on success.
@@ -45,11 +45,11 @@ public:
     }
 
 private:
-    /// Whether somebody deleted or emptied the object.
-    static bool TellsThatObjectIsGone(const unsigned char* data, std::size_t length);
+    /// Whether the text reports that the object was deleted or emptied.
+    static bool ReportsObjectGone(const unsigned char* data, std::size_t length);
 
     IPPSOnChange* m_callback;
-    std::vector<char> m_text; // what is being parsed; the multiplexer's thread alone
+    std::vector<char> m_text; // the text being parsed; used on the multiplexer's thread alone
 };
 
 } // namespace TLG::ZOCAR

@@ -9,7 +9,7 @@ namespace TLG::ZOCAR {
 
 namespace {
 
-// The longest delay leaves a peer that has just missed a pass time to be of use within a second.
+// With the longest delay, a peer that comes back just after a pass is still in use again within a second.
 constexpr auto kFirstDelay = std::chrono::milliseconds(100);
 constexpr auto kLongestDelay = std::chrono::milliseconds(800);
 
@@ -85,15 +85,15 @@ bool Reopener::WaitForPass() {
     }
     WaitForDelay();
     m_isHurried = false;
-    // Until an answer tells otherwise, this pass leads to nothing.
+    // The delay grows with each pass; an answer of the peer resets it.
     m_delay = std::min<Clock::duration>(2 * m_delay, kLongestDelay);
     return !m_isStopping;
 }
 
 void Reopener::WaitForDelay() {
-    const auto begin = Clock::now();
+    const auto start = Clock::now();
     for (;;) {
-        const auto due = begin + (m_isHurried ? Clock::duration(kFirstDelay) : m_delay);
+        const auto due = start + (m_isHurried ? Clock::duration(kFirstDelay) : m_delay);
         if (m_isStopping || Clock::now() >= due) {
             return;
         }
@@ -101,7 +101,7 @@ void Reopener::WaitForDelay() {
     }
 }
 
-/// The lost file at or after a place among the files, which moves on to the place after it; null where there is none.
+/// The first lost file at or after @p place among the files, and moves @p place past it; null where there is none.
 std::shared_ptr<Connection> Reopener::NextLost(std::size_t& place) {
     const MutexLock lock(m_mutex);
     while (place < m_files.size() && !m_isStopping) {
@@ -125,14 +125,14 @@ bool Reopener::Pass() {
     return isAnyOpen;
 }
 
-/// Says why a file can't be opened, unless that was said since it was lost.
+/// Logs why a file can't be opened, unless the same reason was the last one logged since it was lost.
 void Reopener::SayOnce(const Connection& connection, int error) {
     const MutexLock lock(m_mutex);
     for (File& file : m_files) {
-        if (file.connection.get() != &connection || file.toldError == error) {
+        if (file.connection.get() != &connection || file.loggedError == error) {
             continue;
         }
-        file.toldError = error;
+        file.loggedError = error;
         if (error != 0) {
             LOGBASE(LOG_LEV_NOTICE, __FUNCTION__, "can't open %s yet: %s\n", connection.Path().c_str(),
                     std::strerror(error));

@@ -14,10 +14,10 @@
 namespace TLG::ZOCAR {
 
 /// Opens the lost connections of one peer again, on a thread of its own, so that a peer that is slow to answer
-/// holds up nothing but its own return.
+/// delays nothing but its own return.
 ///
-/// It tries all that are lost in one pass, after a delay that doubles with each pass in which none could be opened,
-/// and also where the peer ends new connections before it has answered on one.
+/// One pass tries all lost connections. The delay before each pass is twice the one before, up to a limit, until
+/// OnAnswer() is called: that is, until the peer has answered on a new connection.
 class Reopener {
 public:
     /// @param onReturn called on the reopener's thread after a pass in which at least one file was opened
@@ -26,9 +26,9 @@ public:
     Reopener& operator=(const Reopener&) = delete;
     ~Reopener() { Stop(); }
 
-    /// Throws std::system_error where there can be no thread.
+    /// Throws std::system_error where no thread can be started.
     void Start() TLG_EXCLUDES(m_mutex);
-    /// Ends the thread; waits for an opening under way, and makes no other.
+    /// Ends the thread. Waits for an opening under way, and starts no other.
     void Stop() TLG_EXCLUDES(m_mutex);
 
     void Add(std::shared_ptr<Connection> connection) TLG_EXCLUDES(m_mutex);
@@ -36,7 +36,7 @@ public:
 
     /// Notes that one of the connections is lost.
     void OnLost() TLG_EXCLUDES(m_mutex);
-    /// Tries after the shortest delay: somebody has something for the peer.
+    /// Makes the next pass come after the shortest delay, since there is something to write.
     void Hurry() TLG_EXCLUDES(m_mutex);
     /// Notes that the peer has answered: the delay of the next loss starts from its shortest again.
     void OnAnswer() TLG_EXCLUDES(m_mutex);
@@ -45,7 +45,7 @@ private:
     using Clock = std::chrono::steady_clock;
     struct File {
         std::shared_ptr<Connection> connection;
-        int toldError = 0; ///< the reason that was last said since the loss
+        int loggedError = 0; ///< why it could not be opened, as last logged since the loss; 0: not logged
     };
 
     void Run();

@@ -18,7 +18,7 @@ sigset_t StopSignals() {
     return signals;
 }
 
-/// The result of a step of the service's life; false, with a line in the log, also where it finds no memory.
+/// The result of @p step(); false, with a line in the log, also where memory runs out.
 template <typename Step>
 bool Succeeds(Step step) {
     try {

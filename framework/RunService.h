@@ -3,7 +3,7 @@
 
 namespace TLG::ZOCAR {
 
-/// The shell of a service: drives it from its first file to its end.
+/// The frame of a service: starts it, waits for its end, and stops it.
 class RunService {
 public:
     RunService() = default;
@@ -11,7 +11,7 @@ public:
     RunService& operator=(const RunService&) = delete;
     virtual ~RunService() = default;
 
-    /// Looks at the command line. 0: the service is to run; anything else: the process is to end.
+    /// Reads the command line. 0: the service is to run; anything else: the process is to end.
     virtual int DealArgvs(int argc, char** argv) = 0;
 
     virtual bool Init() = 0;
@@ -19,16 +19,16 @@ public:
     virtual bool Stop() = 0;
     virtual bool Close() = 0;
 
-    /// Called by nobody; a hook for services that watch their own health.
+    /// Not called by this framework; services that watch their own health may override it.
     virtual void DealAbnormalProcess(int reason);
 
     /// Runs the service on the calling thread: Init(), Start(), then a wait for SIGTERM or SIGINT, then
     /// Stop() and Close(). When Init() fails, only Close() follows; when Start() fails, Stop() and
-    /// Close(). Of the services of one program that would work below the same root one runs; the others
-    /// end with a line in the log. The signals are blocked, and SIGPIPE is ignored, from the call on.
+    /// Close(). Of several processes of one program below the same root one runs. The others end
+    /// with a line in the log. The signals are blocked, and SIGPIPE is ignored, from the call on.
     void DoWork();
 
-    /// Blocks SIGTERM and SIGINT, which DoWork() takes, and ignores SIGPIPE. A program calls it before anything
+    /// Blocks SIGTERM and SIGINT, for which DoWork() waits, and ignores SIGPIPE. A program calls it before anything
     /// that may take time, so that a signal ends it in order whenever it comes.
     static void BlockStopSignals();
 };

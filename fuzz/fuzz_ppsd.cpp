@@ -31,7 +31,7 @@ struct Known {
 
     void Take(std::string_view packet) {
         while (!packet.empty()) {
-            const std::string_view text = pps::TakeLine(packet);
+            const std::string_view text = pps::NextLine(packet);
             const std::optional<pps::Line> line = pps::ParseLine(text);
             Require(line.has_value());
             if (line->kind == pps::LineKind::Attribute) {

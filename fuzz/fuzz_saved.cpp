@@ -19,7 +19,7 @@ std::string Reload(std::string_view text, unsigned& complaints) {
         ++complaints;
     });
     while (!text.empty()) {
-        loader.TakeLine(pps::TakeLine(text));
+        loader.LoadLine(pps::NextLine(text));
     }
     loader.Finish();
     std::string saved;

@@ -9,7 +9,7 @@ namespace host {
 namespace {
 
 /// Takes an unsigned number and the blank after it off the front of @p text; false when they are not there.
-bool TakeNumber(std::string_view& text, unsigned& number, int base) {
+bool ParseNumber(std::string_view& text, unsigned& number, int base) {
     const char* const end = text.data() + text.size();
     const auto [after, error] = std::from_chars(text.data(), end, number, base);
     if (error != std::errc() || after == end || *after != ' ') {
@@ -52,7 +52,7 @@ std::optional<PpsOpen> ParseOpen(std::string_view text, PpsReply& refusal) {
     constexpr mode_t kModeBits = 07777;
     PpsOpen open;
     unsigned flags = 0;
-    if (!TakeNumber(text, flags, 10)) {
+    if (!ParseNumber(text, flags, 10)) {
         refusal = {EINVAL, "open flags that don't parse"};
         return std::nullopt;
     }
@@ -61,7 +61,7 @@ std::optional<PpsOpen> ParseOpen(std::string_view text, PpsReply& refusal) {
         refusal = {EINVAL, "open flags that mean nothing: " + std::to_string(flags)};
         return std::nullopt;
     }
-    if (!TakeNumber(text, open.mode, 8) || open.mode > kModeBits) {
+    if (!ParseNumber(text, open.mode, 8) || open.mode > kModeBits) {
         refusal = {EINVAL, "an open mode that doesn't parse"};
         return std::nullopt;
     }

@@ -46,7 +46,7 @@ public:
                     return false;
                 }
             } else if (*m_at == '-' || IsDigit(*m_at)) {
-                if (!TakeNumber()) {
+                if (!ConvertNumber()) {
                     return false;
                 }
             } else {
@@ -72,7 +72,7 @@ private:
         return m_at != begin;
     }
 
-    bool TakeNumber() {
+    bool ConvertNumber() {
         char* const begin = m_at;
         Pass('-');
         if (!Pass('0') && !PassDigits()) {
@@ -187,7 +187,7 @@ JsonNumber ToNumber(std::string_view text) {
     return {value, false};
 }
 
-bool TakeNumbers(char* text, std::vector<JsonNumber>& numbers) {
+bool ConvertNumbers(char* text, std::vector<JsonNumber>& numbers) {
     return Scanner(text, numbers).Run();
 }
 

@@ -22,7 +22,7 @@ JsonNumber ToNumber(std::string_view text);
 /// @param text zero-terminated; nothing after the zero is read
 /// @return whether strings and keys are UTF-8 with no lone surrogate escaped in them, and all numbers are in
 ///         JSON's notation; otherwise part of the text may be replaced
-bool TakeNumbers(char* text, std::vector<JsonNumber>& numbers);
+bool ConvertNumbers(char* text, std::vector<JsonNumber>& numbers);
 
 } // namespace pps
 

@@ -25,7 +25,7 @@ bool IsObjectName(std::string_view text) {
 
 /// Takes "[...]" off the front of @p text; false when the brackets hold anything but letters with an
 /// optional hyphen. Letters other than "n" are qualifiers that mean nothing here.
-bool TakeQualifiers(std::string_view& text, Persistence& persistence) {
+bool ParseQualifiers(std::string_view& text, Persistence& persistence) {
     if (text.empty() || text[0] != '[') {
         return true;
     }
@@ -48,7 +48,7 @@ bool TakeQualifiers(std::string_view& text, Persistence& persistence) {
 }
 
 /// The kind of object line that begins with @p text, whose mark, if any, is taken off.
-std::optional<LineKind> TakeObjectMark(std::string_view& text) {
+std::optional<LineKind> ParseObjectMark(std::string_view& text) {
     static constexpr std::string_view kMarks = "+-#|";
     static constexpr LineKind kKinds[] = {LineKind::Created, LineKind::Deleted, LineKind::Truncated,
                                           LineKind::Overflowed};
@@ -64,7 +64,7 @@ std::optional<LineKind> TakeObjectMark(std::string_view& text) {
 std::optional<Line> ParseObject(std::string_view text, LineKind kind) {
     Line line;
     line.kind = kind;
-    if (!TakeQualifiers(text, line.persistence) || text.empty() || text[0] != '@') {
+    if (!ParseQualifiers(text, line.persistence) || text.empty() || text[0] != '@') {
         return std::nullopt;
     }
     line.name = text.substr(1);
@@ -74,7 +74,7 @@ std::optional<Line> ParseObject(std::string_view text, LineKind kind) {
 std::optional<Line> ParseAttribute(std::string_view text) {
     Line line;
     line.kind = LineKind::Attribute;
-    if (!TakeQualifiers(text, line.persistence)) {
+    if (!ParseQualifiers(text, line.persistence)) {
         return std::nullopt;
     }
     const std::size_t nameEnd = text.find(':');
@@ -97,7 +97,7 @@ std::optional<Line> ParseLine(std::string_view text) {
     if (text.find('\0') != std::string_view::npos) {
         return std::nullopt;
     }
-    if (const std::optional<LineKind> kind = TakeObjectMark(text)) {
+    if (const std::optional<LineKind> kind = ParseObjectMark(text)) {
         return ParseObject(text, *kind);
     }
     if (!text.empty() && text[0] == '-') {
@@ -109,7 +109,7 @@ std::optional<Line> ParseLine(std::string_view text) {
     return ParseAttribute(text);
 }
 
-std::string_view TakeLine(std::string_view& text) {
+std::string_view NextLine(std::string_view& text) {
     const std::size_t end = text.find('\n');
     const std::string_view line = text.substr(0, end);
     text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);

@@ -20,12 +20,12 @@ namespace pps {
 enum class LineKind { Object, Created, Deleted, Truncated, Overflowed, Attribute, AttributeDeleted };
 
 /// What a line says of the qualifier "n".
-enum class Persistence { Unsaid, NotKept, Kept };
+enum class Persistence { Unspecified, NotKept, Kept };
 
 /// A parsed line; the views point into the parsed text.
 struct Line {
     LineKind kind = LineKind::Object;
-    Persistence persistence = Persistence::Unsaid;
+    Persistence persistence = Persistence::Unspecified;
     std::string_view name; ///< of the object or the attribute, without "@" and qualifiers
     std::string_view encoding;
     std::string_view value;
@@ -35,7 +35,7 @@ struct Line {
 std::optional<Line> ParseLine(std::string_view text);
 
 /// Takes the first line off @p text and returns it without its line feed; the last line may lack one.
-std::string_view TakeLine(std::string_view& text);
+std::string_view NextLine(std::string_view& text);
 
 /// The text in single quotes as it can be shown to a person: bytes that are no plain ASCII characters become
 /// question marks, and only the beginning of a long text is shown.

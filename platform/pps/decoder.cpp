@@ -42,7 +42,7 @@ public:
         memory.Clear();
         std::vector<pps::JsonNumber> numbers;
         numbers.reserve(kUsualNumbers);
-        if (!pps::TakeNumbers(text, numbers)) {
+        if (!pps::ConvertNumbers(text, numbers)) {
             return false;
         }
         m_next = numbers.data();
@@ -103,7 +103,7 @@ pps_node_type_t TypeOf(const Value& value) {
 struct pps_decoder_state {
     Tree document;
     bool parsed = false;
-    bool rootTaken = false;          // whether the position is after the root
+    bool rootRead = false;           // whether the position is after the root
     std::vector<Frame> frames;       // what was entered, innermost last
     std::vector<bool> pushSucceeded; // for each push without its pop
     pps_decoder_error_t error = PPS_DECODER_OK;
@@ -120,7 +120,7 @@ struct pps_decoder_state {
     const Value* Find(const char* name, SizeType& index) const {
         index = 0;
         if (frames.empty()) {
-            return parsed && !rootTaken && name == nullptr ? &document : nullptr;
+            return parsed && !rootRead && name == nullptr ? &document : nullptr;
         }
         const Frame& frame = frames.back();
         if (name != nullptr) {
@@ -136,7 +136,7 @@ struct pps_decoder_state {
 
     void MoveAfter(SizeType index) {
         if (frames.empty()) {
-            rootTaken = true;
+            rootRead = true;
         } else {
             frames.back().current = index + 1;
         }
@@ -157,9 +157,9 @@ private:
 
 namespace {
 
-/// Reads one element: @p take returns false when the element's type is wrong.
-template <typename Take>
-pps_decoder_error_t Get(pps_decoder_t* decoder, const char* name, Take take) {
+/// Reads one element: @p readValue returns false when the element's type is wrong.
+template <typename ReadValue>
+pps_decoder_error_t Get(pps_decoder_t* decoder, const char* name, ReadValue readValue) {
     pps_decoder_state* state = decoder->state;
     if (state == nullptr) {
         return PPS_DECODER_NO_MEM;
@@ -169,7 +169,7 @@ pps_decoder_error_t Get(pps_decoder_t* decoder, const char* name, Take take) {
     if (value == nullptr) {
         return state->Fail(PPS_DECODER_NOT_FOUND);
     }
-    if (!take(*value)) {
+    if (!readValue(*value)) {
         return state->Fail(PPS_DECODER_BAD_TYPE);
     }
     state->MoveAfter(index);
@@ -193,7 +193,7 @@ pps_decoder_error_t pps_decoder_parse_json_str(pps_decoder_t* decoder, char* tex
     }
     state->frames.clear();
     state->pushSucceeded.clear();
-    state->rootTaken = false;
+    state->rootRead = false;
     state->parsed = false;
     try {
         state->parsed = state->document.Parse(text);

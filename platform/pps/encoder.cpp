@@ -99,7 +99,7 @@ struct pps_encoder_state {
         return write() ? PPS_ENCODER_OK : Fail(PPS_ENCODER_INVALID_VALUE);
     }
 
-    pps_encoder_error_t Start(const char* name, Scope scope) {
+    pps_encoder_error_t StartScope(const char* name, Scope scope) {
         if (!encodeJson && scopes.empty()) {
             return StartPpsObject(name, scope);
         }
@@ -120,7 +120,7 @@ struct pps_encoder_state {
         return PPS_ENCODER_OK;
     }
 
-    pps_encoder_error_t End(Scope scope) {
+    pps_encoder_error_t EndScope(Scope scope) {
         if (error != PPS_ENCODER_OK) {
             return error;
         }
@@ -162,10 +162,10 @@ private:
 
 namespace {
 
-/// Calls @p use with the encoder's state; an encoder without one has no memory.
-template <typename Use>
-pps_encoder_error_t With(pps_encoder_t* encoder, Use use) {
-    return encoder->state == nullptr ? PPS_ENCODER_NO_MEM : use(*encoder->state);
+/// Calls @p operation with the encoder's state; an encoder without one has no memory.
+template <typename Operation>
+pps_encoder_error_t WithState(pps_encoder_t* encoder, Operation operation) {
+    return encoder->state == nullptr ? PPS_ENCODER_NO_MEM : operation(*encoder->state);
 }
 
 } // namespace
@@ -175,29 +175,29 @@ void pps_encoder_initialize(pps_encoder_t* encoder, bool encodeJSON) {
 }
 
 pps_encoder_error_t pps_encoder_start_object(pps_encoder_t* encoder, const char* name) {
-    return With(encoder, [name](pps_encoder_state& state) { return state.Start(name, Scope::Object); });
+    return WithState(encoder, [name](pps_encoder_state& state) { return state.StartScope(name, Scope::Object); });
 }
 
 pps_encoder_error_t pps_encoder_end_object(pps_encoder_t* encoder) {
-    return With(encoder, [](pps_encoder_state& state) { return state.End(Scope::Object); });
+    return WithState(encoder, [](pps_encoder_state& state) { return state.EndScope(Scope::Object); });
 }
 
 pps_encoder_error_t pps_encoder_start_array(pps_encoder_t* encoder, const char* name) {
-    return With(encoder, [name](pps_encoder_state& state) { return state.Start(name, Scope::Array); });
+    return WithState(encoder, [name](pps_encoder_state& state) { return state.StartScope(name, Scope::Array); });
 }
 
 pps_encoder_error_t pps_encoder_end_array(pps_encoder_t* encoder) {
-    return With(encoder, [](pps_encoder_state& state) { return state.End(Scope::Array); });
+    return WithState(encoder, [](pps_encoder_state& state) { return state.EndScope(Scope::Array); });
 }
 
 pps_encoder_error_t pps_encoder_add_int(pps_encoder_t* encoder, const char* name, int value) {
-    return With(encoder, [name, value](pps_encoder_state& state) {
+    return WithState(encoder, [name, value](pps_encoder_state& state) {
         return state.AddScalar(name, "n", std::to_string(value), [&] { return state.writer.Int(value); });
     });
 }
 
 pps_encoder_error_t pps_encoder_add_double(pps_encoder_t* encoder, const char* name, double value) {
-    return With(encoder, [name, value](pps_encoder_state& state) {
+    return WithState(encoder, [name, value](pps_encoder_state& state) {
         if (!std::isfinite(value)) {
             return state.Fail(PPS_ENCODER_INVALID_VALUE);
         }
@@ -208,13 +208,13 @@ pps_encoder_error_t pps_encoder_add_double(pps_encoder_t* encoder, const char* n
 }
 
 pps_encoder_error_t pps_encoder_add_bool(pps_encoder_t* encoder, const char* name, bool value) {
-    return With(encoder, [name, value](pps_encoder_state& state) {
+    return WithState(encoder, [name, value](pps_encoder_state& state) {
         return state.AddScalar(name, "b", value ? "true" : "false", [&] { return state.writer.Bool(value); });
     });
 }
 
 pps_encoder_error_t pps_encoder_add_string(pps_encoder_t* encoder, const char* name, const char* value) {
-    return With(encoder, [name, value](pps_encoder_state& state) {
+    return WithState(encoder, [name, value](pps_encoder_state& state) {
         if (value == nullptr) {
             return state.Fail(PPS_ENCODER_INVALID_VALUE);
         }

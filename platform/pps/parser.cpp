@@ -79,7 +79,7 @@ pps_status_t ppsparse(char** ppsdata, const char* const* objnames, const char* c
     if (!line) {
         return PPS_ERROR;
     }
-    if (line->persistence != pps::Persistence::Unsaid) {
+    if (line->persistence != pps::Persistence::Unspecified) {
         info->option_mask = PPS_NOPERSIST;
         info->options = line->persistence == pps::Persistence::NotKept ? PPS_NOPERSIST : 0;
     }

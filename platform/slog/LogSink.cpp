@@ -39,7 +39,7 @@ bool LogSink::Write(std::string_view line) noexcept {
     if (::fstat(STDERR_FILENO, &standardError) != 0) {
         isWritten = false;
     } else if (S_ISREG(standardError.st_mode)) {
-        isWritten = TellOfLoss(WritePlain) && WritePlain(line);
+        isWritten = ReportLoss(WritePlain) && WritePlain(line);
     } else {
         const MutexLock lock(m_mutex);
         Follow(standardError);
@@ -47,7 +47,7 @@ bool LogSink::Write(std::string_view line) noexcept {
             m_mutex.AssumeHeld();
             return WriteWhole(each);
         };
-        isWritten = TellOfLoss(write) && WriteWhole(line);
+        isWritten = ReportLoss(write) && WriteWhole(line);
     }
     m_dropped += isWritten || line.empty() ? 0 : 1;
     return isWritten;
@@ -122,9 +122,9 @@ bool LogSink::WriteRest() noexcept {
 
 /// Hands the line about what was dropped, if due, to @p put(line); false when that fails.
 template <typename Put>
-bool LogSink::TellOfLoss(Put put) noexcept {
+bool LogSink::ReportLoss(Put put) noexcept {
     const unsigned long dropped = m_dropped.exchange(0);
-    if (dropped == 0 || !m_tellsOfLoss) {
+    if (dropped == 0 || !m_reportsLoss) {
         return true;
     }
     std::array<char, 64> text{};

@@ -31,8 +31,8 @@
 /// Any thread may call it. The lock is held over nothing that waits, but for that last case.
 class LogSink {
 public:
-    /// @param tellsOfLoss whether the number of dropped lines is told
-    explicit LogSink(bool tellsOfLoss) noexcept : m_tellsOfLoss(tellsOfLoss) {}
+    /// @param reportsLoss whether the number of dropped lines is told
+    explicit LogSink(bool reportsLoss) noexcept : m_reportsLoss(reportsLoss) {}
 
     /// Writes a line in a single write; false when it was dropped.
     bool Write(std::string_view line) noexcept TLG_EXCLUDES(m_mutex);
@@ -49,9 +49,9 @@ private:
     bool WriteRest() noexcept TLG_REQUIRES(m_mutex);
 
     template <typename Put>
-    bool TellOfLoss(Put put) noexcept;
+    bool ReportLoss(Put put) noexcept;
 
-    const bool m_tellsOfLoss;
+    const bool m_reportsLoss;
     std::atomic<unsigned long> m_dropped{0}; // since the number was last told
     Mutex m_mutex;
 

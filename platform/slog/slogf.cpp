@@ -39,11 +39,11 @@ LogSink& Sink() {
 }
 
 /// Destroyed at the end of the process, after what the programs themselves have.
-struct FlushAtEnd {
-    FlushAtEnd() = default;
-    FlushAtEnd(const FlushAtEnd&) = delete;
-    FlushAtEnd& operator=(const FlushAtEnd&) = delete;
-    ~FlushAtEnd() {
+struct FlushAtExit {
+    FlushAtExit() = default;
+    FlushAtExit(const FlushAtExit&) = delete;
+    FlushAtExit& operator=(const FlushAtExit&) = delete;
+    ~FlushAtExit() {
         if (g_hasLogged) {
             Sink().Flush();
         }

@@ -45,7 +45,7 @@ protected:
             for (std::string packet = "-"; seen.size() < due && !packet.empty();) {
                 packet = watcher.Read();
                 for (std::string_view text = packet; !text.empty();) {
-                    const std::string_view line = pps::TakeLine(text);
+                    const std::string_view line = pps::NextLine(text);
                     if (line[0] != '@') {
                         seen.emplace_back(line.substr(0, 4) == "req:" ? "req" : line);
                     }

@@ -40,18 +40,18 @@ bool Backlog::Keep(const Packet& group, std::size_t limit) {
 void Backlog::Merge(std::string_view group, std::size_t limit) {
     Note(group[0]);
     while (!group.empty() && !m_resync) {
-        const auto line = pps::ParseLine(pps::TakeLine(group));
+        const auto line = pps::ParseLine(pps::NextLine(group));
         const bool isChange =
             line && (line->kind == pps::LineKind::Attribute || line->kind == pps::LineKind::AttributeDeleted);
         const bool isEmptied = line && (line->kind == pps::LineKind::Truncated || line->kind == pps::LineKind::Deleted);
         if (isEmptied) {
-            TellAll();
+            Resynchronise();
         } else if (isChange && m_known.find(line->name) == m_known.end()) {
             m_names.emplace_back(line->name);
             m_nameBytes += line->name.size() + 2;
             m_known.emplace(m_names.back());
             if (m_nameBytes > kMaxNameBytes || NameCost() > limit) {
-                TellAll();
+                Resynchronise();
             }
         }
     }
@@ -64,14 +64,14 @@ void Backlog::Lose(char mark) noexcept {
     ClearPackets();
     Note(mark);
     m_merging = true;
-    TellAll();
+    Resynchronise();
 }
 
 void Backlog::Note(char mark) noexcept {
     m_deleted = mark == '-' || (m_deleted && mark != '+');
 }
 
-void Backlog::TellAll() noexcept {
+void Backlog::Resynchronise() noexcept {
     m_resync = true;
     ClearNames();
 }
@@ -106,7 +106,7 @@ std::string_view Backlog::Next(const Object& object, std::string& scratch) const
     return scratch;
 }
 
-void Backlog::Taken() noexcept {
+void Backlog::RemoveNext() noexcept {
     if (!m_packets.empty()) {
         m_bytes -= m_packets.front()->size();
         m_packets.pop_front();

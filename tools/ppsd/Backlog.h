@@ -48,7 +48,7 @@ public:
     std::string_view Next(const Object& object, std::string& scratch) const;
 
     /// Takes away what Next() gave.
-    void Taken() noexcept;
+    void RemoveNext() noexcept;
 
     /// About so many bytes of memory it takes; a shared packet counts whole for everyone it waits for.
     std::size_t Cost() const noexcept { return m_bytes + m_packets.size() * kPacketCost + NameCost(); }
@@ -61,7 +61,7 @@ private:
     bool Keep(const Packet& group, std::size_t limit);
     void Note(char mark) noexcept;
     void Merge(std::string_view group, std::size_t limit);
-    void TellAll() noexcept;
+    void Resynchronise() noexcept;
     void ClearPackets() noexcept;
     void ClearNames() noexcept;
 

@@ -32,7 +32,7 @@ host::PpsReply Refusal(int error, std::string reason = {}) {
 }
 
 /// Takes "word " off the front; false when the text does not begin with it.
-bool TakeWord(std::string_view& text, std::string_view word) {
+bool SkipWord(std::string_view& text, std::string_view word) {
     if (text.substr(0, word.size()) != word) {
         return false;
     }
@@ -48,7 +48,7 @@ Broker::Broker(const Limits& limits, uid_t own, mode_t umask, Reporter report)
 }
 
 bool Broker::Admit(const Client& client) {
-    return m_quota.Take(client.identity.user, Bound::Connections, 1);
+    return m_quota.Acquire(client.identity.user, Bound::Connections, 1);
 }
 
 bool Broker::Receive(Client& client, std::string_view packet) {
@@ -64,7 +64,7 @@ bool Broker::Request(Client& client, std::string_view request) {
     host::PpsReply reply;
     if (request.size() > host::kMaxRequest) {
         Reply(client, Refusal(EMSGSIZE, "too long a request"));
-    } else if (TakeWord(request, "open ")) {
+    } else if (SkipWord(request, "open ")) {
         const std::optional<host::PpsOpen> open = host::ParseOpen(request, reply);
         reply = open ? Open(client, *open) : reply;
         if (!Reply(client, reply) || reply.error != 0) {
@@ -76,9 +76,9 @@ bool Broker::Request(Client& client, std::string_view request) {
             Flush(client);
         }
         return true;
-    } else if (TakeWord(request, "list ")) {
+    } else if (SkipWord(request, "list ")) {
         List(client, request);
-    } else if (TakeWord(request, "delete ")) {
+    } else if (SkipWord(request, "delete ")) {
         Reply(client, DeleteObject(client, request));
     } else {
         Reply(client, Refusal(EPROTO, "unknown request"));
@@ -145,7 +145,7 @@ void Broker::Attach(Client& client, const host::PpsOpen& open) {
 }
 
 /// Makes the object for a client whose user has room for it, and who therefore has an account.
-void Broker::Make(Node& node, Client& creator, const Client* untold) {
+void Broker::Make(Node& node, Client& creator, const Client* excluded) {
     constexpr mode_t kPermissionBits = 0777;
     const Permissions permissions{creator.identity.user, creator.identity.group, creator.mode & kPermissionBits};
     if (!m_tree.Make(node, permissions)) {
@@ -162,7 +162,7 @@ void Broker::Make(Node& node, Client& creator, const Client* untold) {
             node.object.SetNotPersistent();
         }
     }
-    Publish(node, "+", {}, untold);
+    Publish(node, "+", {}, excluded);
 }
 
 host::PpsReply Broker::DeleteObject(const Client& client, std::string_view path) {
@@ -228,11 +228,11 @@ host::PpsReply Broker::ApplyWrite(Client& client, std::string_view text) {
 }
 
 void Broker::Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept {
-    const auto isTold = [writer, mark](const Client* client) {
+    const auto receives = [writer, mark](const Client* client) {
         return client != writer && (client->granted.reads || (client->isKept && mark == "-"));
     };
     Packet group;
-    if (std::any_of(node.clients.begin(), node.clients.end(), isTold)) {
+    if (std::any_of(node.clients.begin(), node.clients.end(), receives)) {
         try {
             auto text = std::make_shared<std::string>(node.object.Head(mark));
             text->append(changes);
@@ -242,7 +242,7 @@ void Broker::Publish(const Node& node, std::string_view mark, std::string_view c
         }
     }
     for (Client* client : node.clients) {
-        if (!isTold(client)) {
+        if (!receives(client)) {
             continue;
         }
         if (client->delta || mark == "-") {
@@ -283,7 +283,7 @@ void Broker::Flush(Client& client) noexcept {
             return;
         }
         const std::size_t before = client.backlog.Cost();
-        client.backlog.Taken();
+        client.backlog.RemoveNext();
         m_quota.Change(client.identity.user, Bound::Backlog, before, client.backlog.Cost());
     }
     WatchForRoom(client, false);
@@ -303,8 +303,8 @@ void Broker::Remove(Client& client) noexcept {
         clients.erase(std::remove(clients.begin(), clients.end(), &client), clients.end());
         m_tree.DropIfUnused(node);
     }
-    m_quota.Give(client.identity.user, Bound::Backlog, client.backlog.Cost());
-    m_quota.Give(client.identity.user, Bound::Connections, 1);
+    m_quota.Release(client.identity.user, Bound::Backlog, client.backlog.Cost());
+    m_quota.Release(client.identity.user, Bound::Connections, 1);
 }
 
 } // namespace ppsd

@@ -53,7 +53,7 @@ private:
     void List(Client& client, std::string_view after);
     void Write(Client& client, std::string_view text);
     host::PpsReply ApplyWrite(Client& client, std::string_view text);
-    void Make(Node& node, Client& creator, const Client* untold);
+    void Make(Node& node, Client& creator, const Client* excluded);
     /// Tells everybody but @p writer of a change.
     void Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept;
     void Add(Client& client, const Packet& group, char mark) noexcept;

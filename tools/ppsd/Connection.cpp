@@ -24,7 +24,7 @@ Connection::Received Connection::Receive(std::string& buffer, std::string_view& 
     const ssize_t length = ::recv(Fd(), buffer.data(), buffer.size(), MSG_DONTWAIT | MSG_TRUNC);
     if (length > 0) {
         packet = {buffer.data(), std::min(static_cast<std::size_t>(length), buffer.size())};
-        return Received::Taken;
+        return Received::Content;
     }
     if (length < 0 && errno == ECONNRESET) {
         // The client ended without reading everything; what it wrote before is still to be had.
@@ -32,10 +32,10 @@ Connection::Received Connection::Receive(std::string& buffer, std::string_view& 
         return Received::Empty;
     }
     if (length < 0) {
-        return errno == EAGAIN || errno == EINTR ? Received::Nothing : Received::End;
+        return errno == EAGAIN || errno == EINTR ? Received::Nothing : Received::Ended;
     }
     if (hungUp) {
-        return Received::End;
+        return Received::Ended;
     }
     // Either the end or an empty packet, which asks for nothing. The kernel may say "end" when a last packet
     // and the end come at this very moment: then the packet is there, and is read next.

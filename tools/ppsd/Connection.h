@@ -23,7 +23,7 @@ public:
     Sent Send(std::string_view packet) noexcept override;
     void WatchForRoom(bool watch) noexcept override;
 
-    enum class Received { Taken, Nothing, Empty, End };
+    enum class Received { Content, Nothing, Empty, Ended };
 
     /// Takes the next packet. Nothing: there is none now; Empty: there was something that asks for nothing.
     ///

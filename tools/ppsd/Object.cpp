@@ -15,7 +15,7 @@ std::string Object::Prepare(std::string_view text, Write& write) const {
         return "a write of more than " + std::to_string(kMaxWrite) + " bytes";
     }
     for (bool isFirst = true; !text.empty(); isFirst = false) {
-        std::string error = PrepareLine(pps::TakeLine(text), isFirst, write);
+        std::string error = PrepareLine(pps::NextLine(text), isFirst, write);
         if (!error.empty()) {
             return error;
         }
@@ -88,7 +88,7 @@ ApplyResult Object::Apply(std::string_view text, std::size_t room) {
     if (!result.error.empty()) {
         return result;
     }
-    // What is told has each line as it was written, or with the qualifier of its attribute, and a line feed more.
+    // What is published has each line as it was written, or with the qualifier of its attribute, and a line feed more.
     constexpr std::size_t kAddedBytes = 4;
     result.changes.reserve(text.size() + write.changes.size() * kAddedBytes);
     const std::size_t entries = m_byName.size() + write.newNames;
@@ -96,7 +96,7 @@ ApplyResult Object::Apply(std::string_view text, std::size_t room) {
     if (write.newNames > 0 && (m_byName.empty() || static_cast<float>(entries) > held)) {
         m_byName.reserve(2 * entries);
     }
-    if (write.persistence != pps::Persistence::Unsaid) {
+    if (write.persistence != pps::Persistence::Unspecified) {
         m_persistent = write.persistence == pps::Persistence::Kept;
     }
     for (Change& change : write.changes) {
@@ -105,7 +105,7 @@ ApplyResult Object::Apply(std::string_view text, std::size_t room) {
     return result;
 }
 
-void Object::Set(Change& change, std::string& told) noexcept {
+void Object::Set(Change& change, std::string& published) noexcept {
     auto found = m_byName.find(change.name);
     if (found == m_byName.end()) {
         m_attributes.splice(m_attributes.end(), change.attribute);
@@ -116,19 +116,19 @@ void Object::Set(Change& change, std::string& told) noexcept {
         found->second->value.swap(change.attribute.front().value);
     }
     Attribute& attribute = *found->second;
-    if (change.persistence != pps::Persistence::Unsaid) {
+    if (change.persistence != pps::Persistence::Unspecified) {
         attribute.persistent = change.persistence == pps::Persistence::Kept;
     }
     m_textSize += attribute.TextSize();
-    Append(told, attribute);
+    Append(published, attribute);
 }
 
-void Object::Delete(std::string_view name, std::string& told) noexcept {
+void Object::Delete(std::string_view name, std::string& published) noexcept {
     const auto found = m_byName.find(name);
     if (found == m_byName.end()) {
         return;
     }
-    told.append("-").append(name).append("\n");
+    published.append("-").append(name).append("\n");
     const Attributes::iterator attribute = found->second;
     m_textSize -= attribute->TextSize();
     m_byName.erase(found);

@@ -86,7 +86,7 @@ private:
     struct Change {
         std::string_view name;
         bool isDeletion = false;
-        pps::Persistence persistence = pps::Persistence::Unsaid;
+        pps::Persistence persistence = pps::Persistence::Unspecified;
         Attributes attribute;     // the new one, alone; none for a deletion
         Index::node_type indexed; // its entry, where it may be a new name
     };
@@ -95,15 +95,15 @@ private:
         std::size_t textSize = 0; // of all new attributes
         std::size_t newNames = 0; // at most
         bool deletes = false;
-        pps::Persistence persistence = pps::Persistence::Unsaid; // of the object
+        pps::Persistence persistence = pps::Persistence::Unspecified; // of the object
     };
 
     /// Makes a write ready; the result is why it must not be applied, empty when it may.
     std::string Prepare(std::string_view text, Write& write) const;
     std::string PrepareLine(std::string_view text, bool isFirst, Write& write) const;
     bool Fits(const Write& write, std::size_t room) const;
-    void Set(Change& change, std::string& told) noexcept;
-    void Delete(std::string_view name, std::string& told) noexcept;
+    void Set(Change& change, std::string& published) noexcept;
+    void Delete(std::string_view name, std::string& published) noexcept;
 
     static void Append(std::string& text, const Attribute& attribute);
 

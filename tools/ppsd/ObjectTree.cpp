@@ -58,7 +58,7 @@ bool ObjectTree::HasRoom(const Node& node, uid_t owner) const noexcept {
 }
 
 bool ObjectTree::Make(Node& node, const Permissions& permissions) {
-    if (!HasRoom(node, permissions.owner) || !m_quota.Take(permissions.owner, Bound::Objects, 1)) {
+    if (!HasRoom(node, permissions.owner) || !m_quota.Acquire(permissions.owner, Bound::Objects, 1)) {
         return false;
     }
     node.exists = true;
@@ -94,8 +94,8 @@ void ObjectTree::Truncate(Node& node) noexcept {
 void ObjectTree::Delete(Node& node) noexcept {
     node.exists = false;
     node.object.Reset();
-    m_quota.Give(node.permissions.owner, Bound::Bytes, node.charged);
-    m_quota.Give(node.permissions.owner, Bound::Objects, 1);
+    m_quota.Release(node.permissions.owner, Bound::Bytes, node.charged);
+    m_quota.Release(node.permissions.owner, Bound::Objects, 1);
     node.charged = 0;
 }
 
@@ -105,9 +105,9 @@ void ObjectTree::DropIfUnused(const Node* node) noexcept {
     }
 }
 
-void ObjectTree::ForEachAfter(std::string_view path, const std::function<bool(const Node&)>& take) const {
+void ObjectTree::ForEachAfter(std::string_view path, const std::function<bool(const Node&)>& visit) const {
     for (auto at = m_nodes.upper_bound(path); at != m_nodes.end(); ++at) {
-        if (at->second->exists && !take(*at->second)) {
+        if (at->second->exists && !visit(*at->second)) {
             return;
         }
     }

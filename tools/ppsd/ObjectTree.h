@@ -63,8 +63,8 @@ public:
     /// Drops the node if it neither exists as an object nor is open.
     void DropIfUnused(const Node* node) noexcept;
 
-    /// Existing objects with a path after @p path, in order, as long as @p take returns true.
-    void ForEachAfter(std::string_view path, const std::function<bool(const Node&)>& take) const;
+    /// Existing objects with a path after @p path, in order, as long as @p visit returns true.
+    void ForEachAfter(std::string_view path, const std::function<bool(const Node&)>& visit) const;
 
 private:
     static std::size_t BaseBytes(const Node& node) noexcept;

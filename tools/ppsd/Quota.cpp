@@ -44,7 +44,7 @@ std::size_t Quota::Room(uid_t user, Bound bound) const noexcept {
     return std::min(Left(limit.user, used), Left(limit.total - limit.reserve, m_total[index]));
 }
 
-bool Quota::Take(uid_t user, Bound bound, std::size_t amount) {
+bool Quota::Acquire(uid_t user, Bound bound, std::size_t amount) {
     if (Room(user, bound) < amount) {
         return false;
     }

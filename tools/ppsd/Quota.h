@@ -39,13 +39,13 @@ public:
 
     /// Takes so much; false, and nothing is taken, where there is no room. Where the user has taken nothing of
     /// anything before, it needs memory.
-    bool Take(uid_t user, Bound bound, std::size_t amount);
+    bool Acquire(uid_t user, Bound bound, std::size_t amount);
 
     /// Notes that something of the user's, of anything of which there is some, has become larger or smaller.
     void Change(uid_t user, Bound bound, std::size_t before, std::size_t after) noexcept;
 
     /// Gives back what was taken.
-    void Give(uid_t user, Bound bound, std::size_t amount) noexcept { Change(user, bound, amount, 0); }
+    void Release(uid_t user, Bound bound, std::size_t amount) noexcept { Change(user, bound, amount, 0); }
 
     std::size_t Total(Bound bound) const noexcept { return m_total[static_cast<std::size_t>(bound)]; }
 

@@ -61,7 +61,7 @@ bool ReadLines(int file, ObjectLoader& loader) {
         }
         if (length <= 0) {
             if (!line.empty()) {
-                loader.TakeLine(line);
+                loader.LoadLine(line);
             }
             loader.Finish();
             return length == 0;
@@ -72,7 +72,7 @@ bool ReadLines(int file, ObjectLoader& loader) {
             const std::string_view part = rest.substr(0, end);
             line.append(part.substr(0, kMaxWrite + 1 - line.size()));
             if (end != std::string_view::npos) {
-                loader.TakeLine(line);
+                loader.LoadLine(line);
                 line.clear();
             }
             rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);

@@ -21,7 +21,7 @@ std::string Octal(mode_t mode) {
 }
 
 /// Takes a blank and a number off the front; false when they are not there.
-bool TakeNumber(std::string_view& text, unsigned& number, int base) {
+bool ParseNumber(std::string_view& text, unsigned& number, int base) {
     if (text.empty() || text[0] != ' ') {
         return false;
     }
@@ -37,8 +37,8 @@ std::optional<Permissions> ParsePermissions(std::string_view text, const Permiss
         return own;
     }
     Permissions permissions;
-    const bool isWhole = TakeNumber(text, permissions.owner, 10) && TakeNumber(text, permissions.group, 10) &&
-                         TakeNumber(text, permissions.mode, 8) && text.empty();
+    const bool isWhole = ParseNumber(text, permissions.owner, 10) && ParseNumber(text, permissions.group, 10) &&
+                         ParseNumber(text, permissions.mode, 8) && text.empty();
     const bool isValid =
         permissions.owner != kNobody && permissions.group != kNobody && permissions.mode <= kPermissionBits;
     return isWhole && isValid ? std::optional(permissions) : std::nullopt;
@@ -47,28 +47,28 @@ std::optional<Permissions> ParsePermissions(std::string_view text, const Permiss
 } // namespace
 
 bool SaveObjects(const ObjectTree& tree, std::string& scratch, const TextSink& sink) {
-    bool isTaken = true;
+    bool isWritten = true;
     tree.ForEachAfter({}, [&](const Node& node) {
         const Permissions& whose = node.permissions;
         scratch.assign(node.path).append(" ").append(std::to_string(whose.owner)).append(" ");
         scratch.append(std::to_string(whose.group)).append(" ").append(Octal(whose.mode)).append("\n");
         const std::size_t head = scratch.size();
         node.object.AppendPersistentState(scratch);
-        isTaken = scratch.size() == head || sink(scratch);
-        return isTaken;
+        isWritten = scratch.size() == head || sink(scratch);
+        return isWritten;
     });
-    return isTaken;
+    return isWritten;
 }
 
-void ObjectLoader::TakeLine(std::string_view line) {
+void ObjectLoader::LoadLine(std::string_view line) {
     ++m_line;
     try {
         if (!line.empty() && line[0] == '/') {
-            Begin(line);
+            StartObject(line);
         } else if (m_node != nullptr) {
             Complain(m_tree.Apply(*m_node, line, m_node->permissions.owner).error);
-        } else if (!m_isPassing) {
-            m_isPassing = true;
+        } else if (!m_isSkipping) {
+            m_isSkipping = true;
             Complain("belongs to no object: " + pps::Quoted(line));
         }
     } catch (const std::bad_alloc&) {
@@ -76,9 +76,9 @@ void ObjectLoader::TakeLine(std::string_view line) {
     }
 }
 
-void ObjectLoader::Begin(std::string_view line) {
+void ObjectLoader::StartObject(std::string_view line) {
     m_node = nullptr;
-    m_isPassing = true;
+    m_isSkipping = true;
     const std::string_view path = line.substr(0, line.find(' '));
     if (!ObjectTree::IsPath(path)) {
         Complain("not an object's path: " + pps::Quoted(line));

@@ -35,20 +35,20 @@ public:
         : m_tree(tree), m_own(own), m_complain(std::move(complain)) {}
 
     /// Takes one line without its line feed. Of one that is longer than kMaxWrite a byte more suffices.
-    void TakeLine(std::string_view line);
+    void LoadLine(std::string_view line);
 
     /// To be called after the last line.
     void Finish();
 
 private:
-    void Begin(std::string_view line);
+    void StartObject(std::string_view line);
     void Complain(std::string_view text);
 
     ObjectTree& m_tree;
     Permissions m_own;
     std::function<void(std::string_view)> m_complain;
-    Node* m_node = nullptr;   // of the lines that come
-    bool m_isPassing = false; // whether they belong to no object, which has been told
+    Node* m_node = nullptr;    // of the lines that come
+    bool m_isSkipping = false; // whether they belong to no object, which has been told
     unsigned long m_line = 0;
     unsigned long m_complaints = 0;
 };

@@ -60,7 +60,7 @@ bool Server::Start(std::string& error) {
     // The memory that the server itself needs is taken before clients can.
     m_receiveBuffer.resize(kMaxWrite + 1);
     m_saveBuffer.reserve(kSaveScratch);
-    TakeSpares();
+    ReserveDescriptors();
     return Load(error);
 }
 
@@ -199,7 +199,7 @@ bool Server::Receive(Connection& connection, bool hungUp) {
     for (int i = 0; i < kTurnPackets && m_broker.Work() < end; ++i) {
         std::string_view packet;
         switch (connection.Receive(m_receiveBuffer, packet, hungUp)) {
-        case Connection::Received::Taken:
+        case Connection::Received::Content:
             if (!m_broker.Receive(connection.Client(), packet)) {
                 return false;
             }
@@ -208,7 +208,7 @@ bool Server::Receive(Connection& connection, bool hungUp) {
             break;
         case Connection::Received::Nothing:
             return true;
-        case Connection::Received::End:
+        case Connection::Received::Ended:
             return false;
         }
     }
@@ -222,7 +222,7 @@ void Server::Drop(std::uint64_t id) {
 }
 
 /// Holds descriptors that are given up while the objects are saved, so that clients can't take the last ones.
-void Server::TakeSpares() {
+void Server::ReserveDescriptors() {
     for (UniqueFd& spare : m_spares) {
         spare.Reset(::fcntl(m_listener.Fd(), F_DUPFD_CLOEXEC, 0));
     }
@@ -243,7 +243,7 @@ bool Server::Save() {
     } catch (const std::bad_alloc&) {
         Report(kSavedObjects, "cannot save the objects: no memory");
     }
-    TakeSpares();
+    ReserveDescriptors();
     return isSaved;
 }
 

@@ -47,7 +47,7 @@ private:
     void Drop(std::uint64_t id);
     bool Load(std::string& error);
     bool Save();
-    void TakeSpares();
+    void ReserveDescriptors();
 
     ServerOptions m_options;
     host::Epoll m_epoll;

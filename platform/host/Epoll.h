@@ -10,7 +10,7 @@
 
 namespace host {
 
-/// An epoll set whose descriptors are known by a number of the caller's.
+/// An epoll set. The caller gives each descriptor a number, which comes with its events.
 class Epoll {
 public:
     /// False with errno set when the set could not be made.

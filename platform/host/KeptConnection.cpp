@@ -21,7 +21,7 @@ constexpr std::chrono::milliseconds kPatience(300);
 
 struct Kept {
     Mutex mutex;
-    std::map<std::string, UniqueFd> connections TLG_GUARDED_BY(mutex); // by where the object lies below which root
+    std::map<std::string, UniqueFd> connections TLG_GUARDED_BY(mutex); // by the whole path, with the root
     UniqueFd unanswered TLG_GUARDED_BY(mutex);                         // a request that the server has not answered yet
 };
 
@@ -30,7 +30,7 @@ Kept& TheKept() {
     return kept;
 }
 
-/// Whether nothing came over the connection: then the server has it open, and the object is there.
+/// Whether the connection is open and nothing came over it. Then the object still exists.
 bool IsUsable(const UniqueFd& connection) {
     char byte = 0;
     return connection && ::recv(connection.Get(), &byte, 1, MSG_PEEK | MSG_DONTWAIT) < 0 && errno == EAGAIN;

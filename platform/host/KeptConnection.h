@@ -8,10 +8,10 @@
 
 namespace host {
 
-/// Opens an existing PPS object for writing alone, as OpenPpsObject does, for those who open an object for each write:
-/// the connection is kept, and the next open of the same object needs no answer of the server. So an open waits for
-/// nobody, but for the first one, which waits for 300 ms at most, and not again until the server has answered.
-/// A server that has ended, and an object that was deleted, are found out at each open. Any thread may call it.
+/// Opens an existing PPS object for writing alone, for callers that open an object for each write. The connection is
+/// kept, so the next open of the same object needs no answer of the server. Only the first open waits, for 300 ms at
+/// most. Where no answer comes in that time, opens fail at once until the server has answered. Each open notices
+/// when the server has ended or the object was deleted. Any thread may call it.
 ///
 /// @param path "/pps/..." without options
 UniqueFd OpenKept(const std::string& path, PpsReply& reply);

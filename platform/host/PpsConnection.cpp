@@ -19,7 +19,7 @@ constexpr std::chrono::milliseconds kAnswerTimeout(2000);
 constexpr int kStateTimeoutMs = 2000;
 
 UniqueFd Failed(PpsReply& reply, int error) {
-    // What is missing is the server, not the object.
+    // A missing socket means that the server is missing, not the object.
     reply.error = error == ENOENT || error == ENOTDIR ? ECONNREFUSED : error;
     reply.reason =
         reply.error == ECONNREFUSED ? "no PPS server at " + BelowRoot(kPpsSocket) : std::strerror(reply.error);
@@ -67,7 +67,7 @@ UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply, mode
     std::string_view pathOnly = path;
     const PpsOptions options = SplitOptions(pathOnly);
     if ((oflag & target_flags::kAccessMask) != target_flags::kWriteOnly && !options.acknowledge) {
-        // The state comes right behind the answer, so that the first read finds it.
+        // The state comes right after the answer. It is waited for, so that the first read finds it.
         pollfd state{connection.Get(), POLLIN, 0};
         ::poll(&state, 1, kStateTimeoutMs);
     }
@@ -87,11 +87,11 @@ bool ReceivePacket(int fd, std::string& packet) {
         length = ::recv(fd, packet.data(), packet.size(), 0);
     } while (length < 0 && errno == EINTR);
     if (length < 0 && errno == ECONNRESET) {
-        // The server ended the connection before it had read everything; what it said before is still to be had.
+        // The server ended the connection before it had read everything. What it sent before can still be read.
         length = ::recv(fd, packet.data(), packet.size(), MSG_DONTWAIT);
     }
     if (length == 0) {
-        // The kernel may say "end" when a last packet and the end come at this very moment.
+        // When a last packet and the end come at the same moment, the kernel may report the end first.
         length = ::recv(fd, packet.data(), packet.size(), MSG_DONTWAIT);
     }
     packet.resize(length < 0 ? 0 : static_cast<std::size_t>(length));

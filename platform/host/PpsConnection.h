@@ -16,21 +16,21 @@ namespace host {
 /// @return the connection; empty unless the reply is "ok". It blocks, for two seconds at most in each step.
 UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply);
 
-/// The same, but waits for the answer so long at most; then @p unanswered receives the connection on which the answer
-/// is still to come.
+/// The same, but waits for the answer for @p patience at most. Without an answer in that time, @p unanswered receives
+/// the connection on which the answer is still to come.
 UniqueFd RequestOfPpsServer(const std::string& request, PpsReply& reply, std::chrono::milliseconds patience,
                             UniqueFd& unanswered);
 
 /// Opens a PPS object as on the target: the descriptor is read, written and polled, and reads do not
-/// block unless the path's options say "wait".
+/// block unless the path has the option "wait".
 ///
 /// @param path  "/pps/..." with options
 /// @param oflag the target's open flags
 /// @param mode  the permissions of an object that this open creates
 UniqueFd OpenPpsObject(const std::string& path, int oflag, PpsReply& reply, mode_t mode = kDefaultMode);
 
-/// Receives one packet of at most kMaxPacket bytes. False at the end of the connection and on errors,
-/// with errno set (0 at the end).
+/// Receives one packet of at most kMaxPacket bytes. False on errors, with errno set, and at the end of
+/// the connection, with errno 0.
 bool ReceivePacket(int fd, std::string& packet);
 
 } // namespace host

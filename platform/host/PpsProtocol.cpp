@@ -8,7 +8,7 @@ namespace host {
 
 namespace {
 
-/// Takes an unsigned number and the blank after it off the front of @p text; false when they are not there.
+/// Parses an unsigned number and the blank after it, and removes both from @p text. False when they are not there.
 bool ParseNumber(std::string_view& text, unsigned& number, int base) {
     const char* const end = text.data() + text.size();
     const auto [after, error] = std::from_chars(text.data(), end, number, base);

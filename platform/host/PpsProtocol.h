@@ -1,4 +1,4 @@
-// What a client and the PPS server say to each other over one SOCK_SEQPACKET connection:
+// What a client and the PPS server send each other over one SOCK_SEQPACKET connection:
 //
 //   request = "open " flags " " mode " " path ["?" options]    flags: the target's open flags, decimal
 //           | "list " path                                     mode: permissions of an object that the
@@ -7,10 +7,11 @@
 //   reply   = "ok" | "error " errno " " reason
 //
 // After "ok" to an open, the connection is the object: a packet to the server is a write, a packet from
-// it is what one read returns. With the option "ack" the server answers every write with a reply of its
-// own and sends nothing else. With the option "kept" a connection that does not read is told, in the form of a read,
-// when the object is deleted. After "ok" to a list, one packet holds the paths of objects after the given one
-// in their order, one a line, as many as fit; none where that was the last. A list begins with an empty path.
+// it is what one read returns. With the option "ack" the server answers every write with a reply and sends
+// nothing else. With the option "kept" a connection that is open for writing only receives one packet when the
+// object is deleted: the line that reports it. After "ok" to a list, one packet holds the paths of the objects that follow
+// the given path in their order, one a line, as many as fit. No packet follows where the given path was the last. The
+// first list request has an empty path.
 #ifndef TLG_PLATFORM_HOST_PPSPROTOCOL_H
 #define TLG_PLATFORM_HOST_PPSPROTOCOL_H
 
@@ -46,7 +47,7 @@ constexpr std::size_t kMaxPacket = 192U * 1024U;
 /// The request and the reply to it are no larger, in bytes.
 constexpr std::size_t kMaxRequest = 4096;
 
-/// The permissions that an object is created with where nobody says otherwise.
+/// The permissions of a new object where the open request names no others.
 constexpr mode_t kDefaultMode = 0666;
 
 /// What the options after the "?" of a path ask for.
@@ -55,10 +56,10 @@ struct PpsOptions {
     bool wait = false;
     bool notPersistent = false;
     bool acknowledge = false;
-    bool isKept = false; ///< to be told of the object's deletion
+    bool isKept = false; ///< is notified when the object is deleted
 };
 
-/// Splits "path?option,option"; options that mean nothing here are passed over.
+/// Splits "path?option,option". @p path is then without the options. Options without a meaning here are ignored.
 PpsOptions SplitOptions(std::string_view& path);
 
 /// A server's reply; error is an errno number, 0 for "ok".
@@ -79,8 +80,8 @@ struct PpsOpen {
 /// @param path  with its options
 std::string RenderOpen(int flags, mode_t mode, const std::string& path);
 
-/// Parses what follows "open ". Nothing, with the reason in @p refusal, when the flags or the mode do not parse
-/// exactly or the flags are not ones of target_flags; the path is not judged.
+/// Parses what follows "open ". Nothing, with the reason in @p refusal, when the flags or the mode are no numbers or
+/// out of range, or a flag is not one of target_flags. The path is not checked.
 std::optional<PpsOpen> ParseOpen(std::string_view text, PpsReply& refusal);
 
 std::string Render(const PpsReply& reply);

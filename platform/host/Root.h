@@ -7,7 +7,7 @@
 namespace host {
 
 /// The directory below which every absolute path of the system lies: the environment variable
-/// TLG_ROOT without trailing slashes; empty for "/". Read anew at every call.
+/// TLG_ROOT without trailing slashes; empty for "/". The variable is read at each call.
 std::string Root();
 
 /// Where @p path (absolute) lies on this machine.

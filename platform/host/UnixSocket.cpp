@@ -17,8 +17,8 @@ namespace {
 
 constexpr timeval kConnectTimeout{2, 0};
 
-/// The address of a socket in an open directory. A socket address holds some hundred bytes at most;
-/// the detour over the descriptor makes room for paths of any length.
+/// The address of a socket in an open directory. A socket address has room for about a hundred bytes.
+/// Naming the directory by its descriptor allows paths of any length.
 bool AddressIn(int directory, const std::string& name, sockaddr_un& address) {
     address = {};
     address.sun_family = AF_UNIX;
@@ -35,7 +35,7 @@ UniqueFd OpenDirectory(const std::filesystem::path& path) {
     return UniqueFd(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
-/// Makes a directory and those above it that are missing; others may look into those it made, whatever the umask.
+/// Makes a directory and the missing ones above it. They have mode 0755, whatever the umask.
 bool MakeDirectories(const std::filesystem::path& path) {
     constexpr mode_t kMode = 0755;
     struct stat status {};
@@ -88,7 +88,7 @@ bool Listener::Open(const std::string& path) {
     if (!m_directory || !AddressIn(m_directory.Get(), name, address) || !Lock("." + name + ".lock")) {
         return false;
     }
-    // With the lock held, a socket that is still there belongs to nobody. Anything else is not ours to remove.
+    // While we hold the lock, no process serves a socket that is still there. Other kinds of files are not removed.
     struct stat status {};
     if (::fstatat(m_directory.Get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
         if (!S_ISSOCK(status.st_mode)) {
@@ -105,8 +105,9 @@ bool Listener::Open(const std::string& path) {
     return ::listen(m_socket.Get(), SOMAXCONN) == 0;
 }
 
-/// Takes the lock of the file @p name beside the socket. Who can't open the file can't lock it either, so it is
-/// readable by its owner alone. It stays at the end: whoever removed it would take the lock from under another.
+/// Takes the lock of the file @p name beside the socket. Only its owner can open the file, so no other user can lock
+/// it. The file is never removed: another process may already hold the lock of the removed file, while a third makes a
+/// new file and locks that.
 bool Listener::Lock(const std::string& name) {
     constexpr mode_t kOwnerOnly = 0600;
     m_lock.Reset(
@@ -131,7 +132,7 @@ bool Listener::Lock(const std::string& name) {
 
 bool Listener::ShareWithAll() const {
     constexpr mode_t kEverybody = 0666;
-    // By a descriptor, so that the mode of the socket is changed and never that of what a link points to.
+    // By a descriptor, so that never the mode of a file is changed to which a link points.
     const UniqueFd file(::openat(m_directory.Get(), m_name.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     struct stat status {};
     if (!file || ::fstat(file.Get(), &status) != 0) {

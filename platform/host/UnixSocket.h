@@ -8,12 +8,12 @@
 
 namespace host {
 
-/// Connects to the socket at @p path, however long that is; gives up after two seconds with
+/// Connects to the socket at @p path, which may be of any length. Gives up after two seconds with
 /// EAGAIN. Empty on failure, with errno set.
 UniqueFd ConnectTo(const std::string& path);
 
-/// A listening socket at a path. As long as it lives it holds the lock of the file ".NAME.lock" beside the
-/// socket, so that one process at a time serves the path, and it removes the socket at the end. Not thread-safe.
+/// A listening socket at a path. It holds the lock of the file ".NAME.lock" beside the socket, so that only one process
+/// at a time serves the path. The destructor removes the socket. Not thread-safe.
 class Listener {
 public:
     Listener() = default;
@@ -21,9 +21,9 @@ public:
     Listener& operator=(const Listener&) = delete;
     ~Listener();
 
-    /// Listens at @p path. Missing directories are made with mode 0755; the socket that a dead server left is
+    /// Listens at @p path. Missing directories are made with mode 0755. A socket left by a server that has ended is
     /// replaced. False with errno set on failure: EADDRINUSE when another process serves the path, EPERM when the
-    /// lock file is not this user's, EEXIST when something else than a socket is there.
+    /// lock file is not this user's, EEXIST when something other than a socket is there.
     bool Open(const std::string& path);
 
     /// Lets every user of the machine connect. False with errno set on failure.
@@ -34,7 +34,7 @@ public:
 
     int Fd() const { return m_socket.Get(); }
 
-    /// Takes one waiting connection, non-blocking; empty when there is none, with errno set.
+    /// Accepts one waiting connection without blocking; empty when there is none, with errno set.
     UniqueFd Accept() const;
 
 private:

@@ -28,7 +28,8 @@ int HostFlags(int oflag) {
                                         {target_flags::kExclusive, O_EXCL},
                                         {target_flags::kAppend, O_APPEND},
                                         {target_flags::kNonBlocking, O_NONBLOCK}};
-    // Without O_NOCTTY a terminal that stands in for a device would become ours, and its end would end us.
+    // Without O_NOCTTY a terminal that stands in for a device would become our controlling terminal, and when it
+    // ends, we would get SIGHUP.
     int flags = (oflag & target_flags::kAccessMask) | O_CLOEXEC | O_NOCTTY;
     for (const auto& [target, ours] : kPairs) {
         flags |= (oflag & target) != 0 ? ours : 0;

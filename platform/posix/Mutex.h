@@ -5,8 +5,8 @@
 
 #include "platform/posix/ThreadSafety.h"
 
-/// A POSIX mutex with default attributes. A std::condition_variable_any waits with it directly, in a loop: clang's
-/// analysis does not look into what a condition is given to call.
+/// A POSIX mutex with default attributes. Wait on a std::condition_variable_any with it in a loop, not with a
+/// predicate: clang's analysis does not know that a predicate is called with the lock held.
 class TLG_CAPABILITY("mutex") Mutex {
 public:
     Mutex() noexcept { pthread_mutex_init(&m_mutex, nullptr); }
@@ -17,7 +17,7 @@ public:
     void lock() noexcept TLG_ACQUIRE() { pthread_mutex_lock(&m_mutex); }
     void unlock() noexcept TLG_RELEASE() { pthread_mutex_unlock(&m_mutex); }
 
-    /// Tells the analysis, in a lambda that is only called with the lock held, that it is. Does nothing.
+    /// For a lambda that is only called with the lock held: the analysis takes it as held from here on. Does nothing.
     void AssumeHeld() const noexcept TLG_ASSERT_HELD() {}
 
 private:

@@ -23,10 +23,10 @@ public:
     int Get() const noexcept { return m_fd; }
     explicit operator bool() const noexcept { return m_fd >= 0; }
 
-    /// Gives the descriptor away without closing it.
+    /// Returns the descriptor, which the caller then owns.
     int Release() noexcept { return std::exchange(m_fd, -1); }
 
-    /// Closes the descriptor, if any, and takes @p fd in its place.
+    /// Closes the descriptor, if any, and owns @p fd from now on.
     void Reset(int fd = -1) noexcept {
         if (m_fd >= 0) {
             ::close(m_fd);

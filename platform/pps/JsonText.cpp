@@ -15,8 +15,8 @@ bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/// Whether a number that no double comes near is a large one: whether the first digit that counts stands, with the
-/// exponent applied, in front of the point.
+/// Whether a number outside the range of doubles is too large, and not too small: whether its first digit other than
+/// 0 stands before the point once the exponent is applied.
 bool IsLarge(std::string_view text) {
     const std::size_t mantissaEnd = std::min(text.find_first_of("eE"), text.size());
     const std::string_view mantissa = text.substr(0, mantissaEnd);
@@ -105,7 +105,7 @@ private:
         return true;
     }
 
-    /// Which letters may follow a backslash is left to the parser.
+    /// The parser checks which letters may follow a backslash.
     bool PassEscape() {
         constexpr unsigned kFirstHigh = 0xD800;
         constexpr unsigned kFirstLow = 0xDC00;

@@ -15,9 +15,8 @@ struct JsonNumber {
 /// The value of a number in JSON's notation, such as "-12.5e3".
 JsonNumber ToNumber(std::string_view text);
 
-/// Checks what the parser leaves unchecked, and takes the numbers out of a JSON text: each is appended to
-/// @p numbers, and a 0 followed by blanks takes its place in the text. Whatever else is wrong with the text stays
-/// wrong.
+/// Checks what the parser does not check, and converts the numbers of a JSON text. Each is appended to @p numbers, and
+/// in the text a 0 and blanks replace it. Other mistakes in the text are left for the parser to find.
 ///
 /// @param text zero-terminated; nothing after the zero is read
 /// @return whether strings and keys are UTF-8 with no lone surrogate escaped in them, and all numbers are in

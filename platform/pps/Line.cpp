@@ -23,8 +23,8 @@ bool IsObjectName(std::string_view text) {
     return !text.empty() && text[0] != '.' && std::all_of(text.begin(), text.end(), inName);
 }
 
-/// Takes "[...]" off the front of @p text; false when the brackets hold anything but letters with an
-/// optional hyphen. Letters other than "n" are qualifiers that mean nothing here.
+/// Parses "[...]" at the front of @p text, if there is one, and removes it. False when the brackets hold anything but
+/// letters, each with an optional hyphen before it. Letters other than "n" have no meaning here.
 bool ParseQualifiers(std::string_view& text, Persistence& persistence) {
     if (text.empty() || text[0] != '[') {
         return true;
@@ -47,7 +47,7 @@ bool ParseQualifiers(std::string_view& text, Persistence& persistence) {
     return true;
 }
 
-/// The kind of object line that begins with @p text, whose mark, if any, is taken off.
+/// The kind of the object line @p text, whose mark, if any, is removed. Nothing where it is not an object line.
 std::optional<LineKind> ParseObjectMark(std::string_view& text) {
     static constexpr std::string_view kMarks = "+-#|";
     static constexpr LineKind kKinds[] = {LineKind::Created, LineKind::Deleted, LineKind::Truncated,

@@ -19,7 +19,7 @@ namespace pps {
 
 enum class LineKind { Object, Created, Deleted, Truncated, Overflowed, Attribute, AttributeDeleted };
 
-/// What a line says of the qualifier "n".
+/// Whether a line sets or clears the qualifier "n".
 enum class Persistence { Unspecified, NotKept, Kept };
 
 /// A parsed line; the views point into the parsed text.
@@ -34,11 +34,11 @@ struct Line {
 /// Parses one line, given without its line feed. Nothing for a malformed line.
 std::optional<Line> ParseLine(std::string_view text);
 
-/// Takes the first line off @p text and returns it without its line feed; the last line may lack one.
+/// Removes the first line from @p text and returns it without its line feed. The last line may lack one.
 std::string_view NextLine(std::string_view& text);
 
-/// The text in single quotes as it can be shown to a person: bytes that are no plain ASCII characters become
-/// question marks, and only the beginning of a long text is shown.
+/// The text in single quotes, for messages to people. Bytes that are not printable ASCII characters become question
+/// marks, and a long text is cut.
 std::string Quoted(std::string_view text);
 
 } // namespace pps

@@ -16,9 +16,9 @@ namespace {
 using rapidjson::SizeType;
 using rapidjson::Value;
 
-// Numbers and the encoding are dealt with before (see Tree), so neither needs the parser's attention: its
-// conversion is inexact or, with full precision, reads outside its table, and its check of the encoding reads past a
-// text that ends within a character.
+// Tree converts numbers and checks the encoding before the parser runs, because the parser does neither well. Its
+// conversion is inexact or, with full precision, reads outside its table. Its check of the encoding reads past a text
+// that ends within a character.
 constexpr unsigned kParseFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
 
 /// The memory of a tree's values; it grows in small steps, as most texts are short.
@@ -30,13 +30,13 @@ struct Pool {
 /// The parsed text.
 ///
 /// The parser refuses numbers that are well within a double's range but written with many digits or a large
-/// exponent. So each number is converted beforehand, the parser finds a 0 in its place, and what is stored for that
-/// is the next of the converted ones.
+/// exponent. So each number is converted beforehand, and the parser finds a 0 in its place. For each such 0 the next
+/// converted number is stored.
 class Tree : private Pool, public rapidjson::Document {
 public:
     Tree() : rapidjson::Document(&memory) {}
 
-    /// False where the text is no JSON; then nothing of it is there.
+    /// False where the text is not JSON; then the tree is empty.
     bool Parse(char* text) {
         SetNull();
         memory.Clear();
@@ -62,7 +62,7 @@ public:
 private:
     static constexpr std::size_t kUsualNumbers = 32;
 
-    const pps::JsonNumber* m_next = nullptr; // of the text being parsed, the first one not stored yet
+    const pps::JsonNumber* m_next = nullptr; // the first number of the text that is not stored yet
 };
 
 /// An object or array that was entered, and which of its elements is the current one.
@@ -115,8 +115,8 @@ struct pps_decoder_state {
         return reason;
     }
 
-    /// The element of that name, or the current one; null where there is none. @p index receives its
-    /// place among its siblings.
+    /// The element of that name, or, without a name, the current one; null where there is none. @p index receives
+    /// its place among its siblings.
     const Value* Find(const char* name, SizeType& index) const {
         index = 0;
         if (frames.empty()) {
@@ -157,7 +157,7 @@ private:
 
 namespace {
 
-/// Reads one element: @p readValue returns false when the element's type is wrong.
+/// Reads one element with @p readValue(element), which returns false when the type is wrong.
 template <typename ReadValue>
 pps_decoder_error_t Get(pps_decoder_t* decoder, const char* name, ReadValue readValue) {
     pps_decoder_state* state = decoder->state;
@@ -247,7 +247,7 @@ pps_decoder_error_t pps_decoder_get_int(pps_decoder_t* decoder, const char* name
 
 pps_decoder_error_t pps_decoder_get_double(pps_decoder_t* decoder, const char* name, double* value) {
     return Get(decoder, name, [value](const Value& element) {
-        // A number beyond all doubles is JSON, but nothing to hand out.
+        // A number outside the range of doubles is valid JSON, but there is no value to return.
         if (!element.IsNumber() || std::isinf(element.GetDouble())) {
             return false;
         }
@@ -258,7 +258,7 @@ pps_decoder_error_t pps_decoder_get_double(pps_decoder_t* decoder, const char* n
 
 pps_decoder_error_t pps_decoder_get_string(pps_decoder_t* decoder, const char* name, const char** value) {
     return Get(decoder, name, [value](const Value& element) {
-        // A string with an escaped zero would reach the caller cut off.
+        // The caller would see a string with an escaped zero cut off.
         if (!element.IsString() || std::strlen(element.GetString()) != element.GetStringLength()) {
             return false;
         }

@@ -162,7 +162,7 @@ private:
 
 namespace {
 
-/// Calls @p operation with the encoder's state; an encoder without one has no memory.
+/// Calls @p operation with the encoder's state. An encoder that found no memory has none.
 template <typename Operation>
 pps_encoder_error_t WithState(pps_encoder_t* encoder, Operation operation) {
     return encoder->state == nullptr ? PPS_ENCODER_NO_MEM : operation(*encoder->state);

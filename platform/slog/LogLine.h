@@ -8,11 +8,11 @@
 /// One message as it is written: severity, code, text, a line feed.
 class LogLine {
 public:
-    /// So much goes into a pipe in one piece.
+    /// A pipe takes at most this number of bytes in one piece.
     static constexpr std::size_t kMaxLength = PIPE_BUF;
 
-    /// @param text control bytes but tabs are shown as "\xNN", so that the message stays one line; what does not fit
-    ///             is cut off
+    /// @param text control bytes other than tabs are shown as "\xNN", so that the message stays one line. What does not
+    ///             fit is cut off
     LogLine(int severity, int opcode, std::string_view text);
 
     /// At most kMaxLength bytes with the line feed.

@@ -13,10 +13,10 @@
 
 namespace {
 
-/// What a user without privileges may have in one pipe, by default.
+/// The largest size that a user without privileges may give a pipe, by default.
 constexpr int kPipeCapacity = 1 << 20;
 
-/// Calls @p attempt(), which gives a number of bytes or -1, again as long as a signal interrupts it.
+/// Calls @p attempt(), which returns a number of bytes or -1, until no signal interrupts it.
 template <typename Attempt>
 ssize_t Uninterrupted(Attempt attempt) {
     ssize_t result = -1;
@@ -53,7 +53,7 @@ bool LogSink::Write(std::string_view line) noexcept {
     return isWritten;
 }
 
-/// Makes sure that the members belong to the file that standard error is now.
+/// Resets the members when standard error is another file than before.
 void LogSink::Follow(const struct stat& standardError) noexcept {
     if (standardError.st_dev == m_device && standardError.st_ino == m_inode) {
         return;
@@ -71,14 +71,14 @@ void LogSink::Follow(const struct stat& standardError) noexcept {
     const bool isSame =
         own && ::fstat(own.Get(), &opened) == 0 && opened.st_dev == m_device && opened.st_ino == m_inode;
     if (isSame) {
-        // A burst of messages then finds room, too; where the system refuses, the pipe stays as it is.
+        // So that a burst of messages finds room. If the system refuses, the pipe keeps its size.
         ::fcntl(own.Get(), F_SETPIPE_SZ, kPipeCapacity);
         m_own = std::move(own);
         m_way = Way::Own;
     }
 }
 
-/// Writes as much as is taken at once: the number of bytes, or -1 for none.
+/// Writes as much as there is room for now. Returns the number of bytes, or -1 for none.
 ssize_t LogSink::TryWrite(std::string_view bytes) const noexcept {
     return Uninterrupted([way = m_way, own = m_own.Get(), bytes]() -> ssize_t {
         pollfd standardError{STDERR_FILENO, POLLOUT, 0};
@@ -94,7 +94,7 @@ ssize_t LogSink::TryWrite(std::string_view bytes) const noexcept {
     });
 }
 
-/// Writes a line; keeps the rest of one that is taken in part. False when nothing of it was taken.
+/// Writes a line, and keeps the rest where only a part was written. False when nothing of the line was written.
 bool LogSink::WriteWhole(std::string_view line) noexcept {
     if (!WriteRest()) {
         return false;
@@ -109,7 +109,7 @@ bool LogSink::WriteWhole(std::string_view line) noexcept {
     return true;
 }
 
-/// True when no rest is left over any more.
+/// Writes the rest of an earlier line. True when none is left.
 bool LogSink::WriteRest() noexcept {
     const ssize_t taken = m_restLength == 0 ? 0 : TryWrite({m_rest.data(), m_restLength});
     if (taken < 0) {
@@ -120,7 +120,7 @@ bool LogSink::WriteRest() noexcept {
     return m_restLength == 0;
 }
 
-/// Hands the line about what was dropped, if due, to @p put(line); false when that fails.
+/// Writes the line about dropped messages, if there are any, with @p put(line). False when that fails.
 template <typename Put>
 bool LogSink::ReportLoss(Put put) noexcept {
     const unsigned long dropped = m_dropped.exchange(0);

@@ -11,33 +11,32 @@
 #include "platform/posix/UniqueFd.h"
 #include "platform/slog/LogLine.h"
 
-/// Standard error, as a place for lines that never waits for whoever reads it.
+/// Writes lines to standard error without ever waiting for its reader.
 ///
-/// Whether there is room can't be asked beforehand: another thread, or another process that shares the pipe, may take
-/// the room between the question and the write, and then the write waits. And standard error itself can't be set
-/// non-blocking, as that would show in every process that shares it. So each kind of file has its own way:
+/// Asking for room before a write is not enough: another thread, or another process that shares the pipe, may fill
+/// it between the question and the write, and then the write waits. Nor can standard error itself be set to
+/// non-blocking, as that would change it for every process that shares it. So each kind of file has its own way:
 ///
-///   pipe, terminal   a file description of our own, opened non-blocking through /proc; where that is not allowed,
-///                    as for anything else. A pipe is made as large as it may be, so that a burst is not lost
+///   pipe, terminal   opened a second time through /proc, non-blocking; where that is not allowed, as for anything
+///                    else. A pipe is made as large as allowed, so that a burst is not lost
 ///   socket           a send that does not wait
 ///   regular file     a plain write, without the lock: it does not wait for a reader
-///   anything else    a write after a question, under the lock; only another process could still take the room
+///   anything else    under the lock, a write if poll() reports room; only another process could still fill it
 ///
-/// A line that finds no room is dropped and counted, and the number is told in a line of its own before the next
-/// line that finds room. Terminals and stream sockets may take part of a line; the rest is kept and goes out before
-/// anything else, so that lines stay whole. What standard error is, is looked up for each line, as it may be
-/// redirected at any time.
+/// A line that finds no room is dropped and counted. Before the next line that finds room, a separate line reports
+/// the number. A terminal or stream socket may accept only part of a line. The rest is kept and written first, so that
+/// lines stay whole. The kind of standard error is looked up for each line, as it may be redirected at any time.
 ///
-/// Any thread may call it. The lock is held over nothing that waits, but for that last case.
+/// Any thread may call it. No call waits while it holds the lock, except in the last case of the table.
 class LogSink {
 public:
-    /// @param reportsLoss whether the number of dropped lines is told
+    /// @param reportsLoss whether the number of dropped lines is reported
     explicit LogSink(bool reportsLoss) noexcept : m_reportsLoss(reportsLoss) {}
 
     /// Writes a line in a single write; false when it was dropped.
     bool Write(std::string_view line) noexcept TLG_EXCLUDES(m_mutex);
 
-    /// Writes what is due as far as there is room: the rest of a line, and the number of those dropped.
+    /// Writes the rest of a line and the number of dropped lines, as far as there is room.
     void Flush() noexcept TLG_EXCLUDES(m_mutex) { Write({}); }
 
 private:
@@ -52,15 +51,15 @@ private:
     bool ReportLoss(Put put) noexcept;
 
     const bool m_reportsLoss;
-    std::atomic<unsigned long> m_dropped{0}; // since the number was last told
+    std::atomic<unsigned long> m_dropped{0}; // since the number was last reported
     Mutex m_mutex;
 
-    // What the sink knows of the file that standard error is.
+    // About the file that standard error was at the last line.
     dev_t m_device TLG_GUARDED_BY(m_mutex) = 0;
     ino_t m_inode TLG_GUARDED_BY(m_mutex) = 0;
     Way m_way TLG_GUARDED_BY(m_mutex) = Way::Asking;
-    UniqueFd m_own TLG_GUARDED_BY(m_mutex);                                 // the file description of our own, if any
-    std::array<char, LogLine::kMaxLength> m_rest TLG_GUARDED_BY(m_mutex){}; // of a line that was taken in part
+    UniqueFd m_own TLG_GUARDED_BY(m_mutex); // standard error opened a second time, if it is
+    std::array<char, LogLine::kMaxLength> m_rest TLG_GUARDED_BY(m_mutex){}; // of a line that was written in part
     std::size_t m_restLength TLG_GUARDED_BY(m_mutex) = 0;
 };
 

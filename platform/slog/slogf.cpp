@@ -31,14 +31,14 @@ int Level() {
 
 std::atomic<bool> g_hasLogged{false};
 
-/// The process's sink. It is never destroyed, as threads and destructors may log to the very end.
+/// The sink of the process. It is never destroyed, as threads and destructors may log until the process ends.
 LogSink& Sink() {
     alignas(LogSink) static unsigned char place[sizeof(LogSink)];
     static LogSink* const sink = new (place) LogSink(Level() >= _SLOG_WARNING);
     return *sink;
 }
 
-/// Destroyed at the end of the process, after what the programs themselves have.
+/// Destroyed at the end of the process, after the objects of the program itself.
 struct FlushAtExit {
     FlushAtExit() = default;
     FlushAtExit(const FlushAtExit&) = delete;

@@ -1,6 +1,6 @@
 // The publish/subscribe client interface, as far as this system uses it: the parser of PPS text, the
 // decoder of structured attribute values and the encoder that renders them. The names, the argument
-// lists and the results are the platform's; the host library behind them is our own.
+// lists and the results are the platform's; the library that implements them on the host is our own.
 #ifndef TLG_SYS_PPS_H
 #define TLG_SYS_PPS_H
 
@@ -48,12 +48,12 @@ typedef struct {
 
 /// Parses the next line of PPS text.
 ///
-/// @param ppsdata     in: the text's next byte, zero-terminated and writable; out: behind the line
+/// @param ppsdata     in: the text's next byte, zero-terminated and writable; out: the byte after the line
 /// @param objnames    null, or a null-terminated list of object names to report as obj_index
 /// @param attrnames   null, or a null-terminated list of attribute names to report as attr_index
 /// @param info        receives the line; must be zeroed before the first line of a text
 /// @param parse_flags 0
-/// @return what the line was; PPS_ERROR for a malformed line, behind which parsing may go on
+/// @return what the line was; PPS_ERROR for a malformed line, after which parsing may go on
 pps_status_t ppsparse(char** ppsdata, const char* const* objnames, const char* const* attrnames, pps_attrib_t* info,
                       int parse_flags);
 
@@ -102,7 +102,7 @@ pps_decoder_error_t pps_decoder_pop(pps_decoder_t* decoder);
 
 /// Reads the element @p name (null: the current one) and moves past it. On an error the output and
 /// the position stay as they were, and the error is remembered. An integer has no fraction and no exponent and
-/// fits 32 bits; a double is the one nearest to the text, and a number beyond all doubles is of the wrong type.
+/// fits 32 bits. A double is the one nearest to the text; a number outside the range of doubles is of the wrong type.
 pps_decoder_error_t pps_decoder_get_int(pps_decoder_t* decoder, const char* name, int* value);
 pps_decoder_error_t pps_decoder_get_double(pps_decoder_t* decoder, const char* name, double* value);
 pps_decoder_error_t pps_decoder_get_string(pps_decoder_t* decoder, const char* name, const char** value);

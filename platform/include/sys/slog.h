@@ -22,12 +22,12 @@ enum {
 /// Logs one printf-style message.
 ///
 /// On the host each message is one line on standard error, in a single write: the severity number, the code in
-/// hexadecimal, the text. Its own trailing line feed is not doubled; other control bytes but tabs are shown as
-/// "\xNN". A message of more than 4096 bytes is cut. The environment variable TLG_SLOG_LEVEL (0 to 7, default 7)
-/// drops messages of a higher severity number before they are formatted. Any thread may call it.
+/// hexadecimal, the text. A line feed at the end of the text is not doubled. Other control bytes, except tabs, are
+/// shown as "\xNN". A message of more than 4096 bytes is cut. The environment variable TLG_SLOG_LEVEL (0 to 7, default
+/// 7) drops messages of a higher severity number before they are formatted. Any thread may call it.
 ///
-/// No call waits for whoever reads the log: a message that finds no room is dropped, and a line such as
-/// "3 0x0 slogf: 17 messages dropped" goes before the next message that finds some, or is the last one of the
+/// No call waits for the reader of the log. A message that finds no room is dropped. Then a line such as
+/// "3 0x0 slogf: 17 messages dropped" is written before the next message that finds room, or at the end of the
 /// process. errno stays as it was.
 ///
 /// @param opcode   the message's code, free for the caller

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <optional>
 
-/// Parses the command line. Where the program is to end at once, its exit status: 0 after printing the help or the
-/// version, 1 after one line on standard error that says what is wrong.
+/// Parses the command line. Returns an exit status where the program is to end at once: 0 after printing the help or
+/// the version, 1 after one line on standard error that says what is wrong.
 inline std::optional<int> ParseCommandLine(CLI::App& app, int argc, char** argv) {
     app.set_version_flag("--version", app.get_name() + " " TLG_VERSION, "print the version and exit");
     try {

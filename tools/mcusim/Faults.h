@@ -12,22 +12,22 @@ namespace mcusim {
 /// What can go wrong with what the simulated MCU answers: acknowledgements, query answers and mixing reports.
 enum class Fault : std::size_t {
     kRefuse,    ///< control commands are refused with status 1 and not carried out
-    kDrop,      ///< the answer is not sent, though the command was carried out
-    kDuplicate, ///< it is sent twice
-    kReorder,   ///< it is sent after the next one
-    kRenumber,  ///< it carries the number of another packet
-    kCorrupt,   ///< it arrives damaged
-    kSilence,   ///< nothing is sent at all, nor are reports
+    kDrop,      ///< the command is carried out, but the answer is not sent
+    kDuplicate, ///< the answer is sent twice
+    kReorder,   ///< the answer is sent after the next one
+    kRenumber,  ///< the answer carries the number of another packet
+    kCorrupt,   ///< the answer arrives damaged
+    kSilence,   ///< nothing is sent at all, not even reports
     kDeaf,      ///< nothing is read
 };
 
 struct FaultWord {
     std::string_view word;
     Fault fault;
-    bool isState = false; ///< it is on or off, and does not happen so many times
+    bool isState = false; ///< it is on or off, and can't be ordered for a number of answers
 };
 
-/// The faults by the words that order them.
+/// The faults and the words with which they are ordered.
 constexpr std::array<FaultWord, 8> kFaultWords{{{"refuse", Fault::kRefuse, false},
                                                 {"drop", Fault::kDrop, false},
                                                 {"duplicate", Fault::kDuplicate, false},
@@ -57,7 +57,7 @@ public:
     /// Ends all of them.
     void Clear() { *this = {}; }
 
-    std::chrono::milliseconds delay{0}; ///< answers come so much later
+    std::chrono::milliseconds delay{0}; ///< how much later answers come
 
 private:
     static std::size_t Index(Fault fault) { return static_cast<std::size_t>(fault); }

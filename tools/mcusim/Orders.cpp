@@ -26,7 +26,7 @@ struct Order {
     const char* word;
     const char* arguments;
     const char* meaning;
-    /// Carries it out; nothing where the arguments are none of its.
+    /// Carries the order out; nothing where it has no such arguments.
     std::optional<std::string> (*carryOut)(Simulator& simulator, const Words& arguments);
 };
 
@@ -87,7 +87,7 @@ std::optional<std::string> Help(Simulator& /*simulator*/, const Words& /*argumen
 
 constexpr Order kOrders[] = {
     {"volume", "NAME LEVEL", "turns a knob: main, max, navi, call, voice, ext0 to ext3; 0 to 127", Volume},
-    {"delay", "MS", "answers come so many milliseconds later; 0: at once", Delay},
+    {"delay", "MS", "answers come this number of milliseconds later; 0: at once", Delay},
     {"clear", "", "ends all faults", ClearFaults},
     {"hangup", "", "ends the connection to the service", HangUp},
     {"restart", "[SEED]", "hangs up and goes on with the first settings, or with others that follow from SEED",
@@ -127,7 +127,7 @@ std::string OrderHelp() {
         text.append(separator).append(fault.word).append(fault.isState ? " on|off" : " [COUNT|on|off]");
         separator = ", ";
     }
-    return text + ": what happens to so many of the next answers, to one where nothing is said";
+    return text + ": what happens to the next COUNT answers, or to the next one without a count";
 }
 
 OrderResult Obey(Simulator& simulator, std::string_view line) {

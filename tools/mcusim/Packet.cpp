@@ -12,7 +12,7 @@ namespace {
 
 using TLG::ZOCAR::PacketHeader_s;
 
-/// The name of a field and its value; of a volume a star after it where the change mark is set.
+/// The name of a field and its value. A star after it stands for the change mark of a volume.
 std::string FieldText(const std::string& name, const RecordField& field, std::uint8_t content) {
     return " " + name + "=" + std::to_string(field.ValueIn(content)) + (field.IsMarked(content) ? "*" : "");
 }
@@ -41,7 +41,7 @@ std::string DescribeRecord(const Bytes& payload) {
     return text;
 }
 
-/// The bytes of a payload that is no record, each with its name.
+/// The bytes of a payload that is not a record, each with its name.
 std::string DescribeBytes(const Bytes& payload, std::initializer_list<const char*> names) {
     std::string text;
     std::size_t byte = 1;

@@ -12,8 +12,8 @@ namespace mcusim {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// A packet of the MCU's: header and payload as they go over the device. Byte 0 of the payload is the
-/// command id; a packet that belongs to no numbered one has the number 0.
+/// A packet from the MCU: header and payload as they go over the device. Byte 0 of the payload is the
+/// command id. The number is that of the command being answered, or 0.
 Bytes MakePacket(const Bytes& payload, std::int32_t number);
 
 /// The bytes as text.
@@ -21,7 +21,7 @@ inline std::string_view View(const Bytes& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-/// A received packet. The payload is what the header announces, cut to what there is.
+/// A received packet. The payload has the announced length, or is shorter where the block is.
 struct Packet {
     TLG::ZOCAR::PacketHeader_s header{};
     Bytes payload;

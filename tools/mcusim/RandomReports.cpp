@@ -6,7 +6,7 @@
 
 namespace mcusim {
 
-/// Mostly a value that the field accepts; any byte of its bits now and then. Volumes are often marked.
+/// Mostly a value that the field accepts, sometimes any value of its bits. Volumes are often marked.
 int RandomReports::Value(const RecordField& field, int band) {
     if (Below(40) == 0) {
         return Below(256);
@@ -14,7 +14,7 @@ int RandomReports::Value(const RecordField& field, int band) {
     const int choices = (field.range.max - field.range.min) / field.bits.unit + 1;
     int value = 0;
     do {
-        // Levels that are often below the maximum, and often the same again.
+        // Levels that are often below the maximum, and often the same as before.
         value = field.range.min + Below(field.bits.isVolume ? 45 : choices) * field.bits.unit;
     } while (!field.Allows(value, band));
     return value;
@@ -61,7 +61,7 @@ Bytes RandomReports::Next() {
     }
     Bytes packet = MakePacket(payload, 0);
     if (Below(20) == 0) {
-        // A header that lies about the payload's length, or a block without a whole header.
+        // A header with a wrong payload length, or a block that is shorter than a header.
         if (Below(2) == 0) {
             const std::int32_t lie = Below(600) - 200;
             std::memcpy(packet.data(), &lie, sizeof lie);

@@ -8,8 +8,8 @@
 
 namespace mcusim {
 
-/// An endless sequence of packets for which nobody asked, valid and invalid ones of every kind; the same
-/// seed gives the same sequence.
+/// An endless sequence of unasked packets, valid and invalid ones of every kind. The same seed gives the
+/// same sequence.
 class RandomReports {
 public:
     explicit RandomReports(std::uint32_t seed) : m_random(seed) {}

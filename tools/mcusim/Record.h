@@ -16,16 +16,16 @@ class Record {
 public:
     /// All fields are 0, and there are no entries.
     explicit Record(RecordType type);
-    /// @param payload from the command id on; what it lacks reads as 0
+    /// @param payload from the command id on; missing bytes read as 0
     explicit Record(Bytes payload) : m_payload(std::move(payload)) {}
 
-    /// Sets a field to any value that its bits hold; an unknown name is a mistake of the caller's and ends the program.
+    /// Sets a field to any value that its bits hold; an unknown name is a mistake of the caller and ends the program.
     Record& With(std::string_view name, int value);
     /// Sets a volume's change mark.
     Record& Marked(std::string_view name);
-    /// Adds an entry; the values in the order of its fields. What counts the entries is not changed.
+    /// Adds an entry, with the values in the order of its fields. The field that counts the entries is not changed.
     Record& Add(std::initializer_list<int> values);
-    /// Removes what comes after @p size bytes of the payload.
+    /// Cuts the payload to @p size bytes.
     Record& Cut(std::size_t size);
     /// Removes all change marks.
     Record& Unmarked();
@@ -36,7 +36,7 @@ public:
     bool IsAcceptable() const;
 
     int Type() const { return m_payload.size() > kRecordTypeByte ? m_payload[kRecordTypeByte] : -1; }
-    /// The whole payload; byte 0 is the command's.
+    /// The whole payload; byte 0 is the id of @p command.
     Bytes Payload(McuCommand command = kReport) const;
     /// The payload of a control command as the control side builds it: from the type on.
     Bytes FromType() const { return {m_payload.begin() + kRecordTypeByte, m_payload.end()}; }

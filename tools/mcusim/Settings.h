@@ -8,11 +8,11 @@
 
 namespace mcusim {
 
-/// The settings of the simulated MCU, kept as its setting records. Change marks belong to the reports and are not kept.
+/// The settings of the simulated MCU, kept as setting records. Change marks are set in reports only, and not kept.
 class Settings {
 public:
     Settings();
-    /// Other settings, which follow from the seed.
+    /// Settings that differ with the seed; the same seed gives the same settings.
     explicit Settings(std::uint32_t seed);
 
     /// The payload of a query's answer: the whole record of the group; empty for an unknown group.

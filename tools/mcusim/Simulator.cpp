@@ -20,9 +20,9 @@ namespace {
 constexpr std::size_t kMaxBlock = 64U * 1024U;
 constexpr int kBlocksPerTurn = 64;
 constexpr auto kLargestLag = std::chrono::milliseconds(10);
-constexpr std::int32_t kOtherNumber = 100000; // so far from its own is the number of a renumbered answer
+constexpr std::int32_t kOtherNumber = 100000; // by how much the number of a renumbered answer is wrong
 
-// A service that takes nothing misses reports, as it would on a real device; answers are kept much longer.
+// A service that does not read misses reports, as it would on a real device. Many more answers are kept.
 constexpr std::size_t kMaxWaitingReports = 1024;
 constexpr std::size_t kMaxWaiting = 65536;
 
@@ -58,7 +58,7 @@ bool Simulator::Start(std::string& error) {
 void Simulator::Run(int stopFd, int commandFd) {
     m_epoll.Add(stopFd, EPOLLIN, kStopId);
     if (!m_epoll.Add(commandFd, EPOLLIN, kInputId) && errno == EPERM) {
-        // A regular file is always ready and can't be watched: what it holds is obeyed at once.
+        // A regular file is always ready and can't be watched, so its orders are obeyed at once.
         while (ReadOrders(commandFd)) {
         }
     }
@@ -99,7 +99,7 @@ void Simulator::AcceptAll() {
     }
 }
 
-/// A descriptor is free: newcomers that had to wait are let in.
+/// Called when a descriptor is free: accepts newcomers that had to wait.
 void Simulator::ListenAgain() {
     m_epoll.Modify(m_listener.Fd(), EPOLLIN, kListenerId);
     m_epoll.Modify(m_orderListener.Fd(), EPOLLIN, kOrdersId);
@@ -123,7 +123,7 @@ void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
         if (length > 0) {
             Answer(id, {text.data(), static_cast<std::size_t>(length)});
         } else if (length == 0 || (errno != EAGAIN && errno != ECONNRESET)) {
-            // After ECONNRESET, what was sent before is still to be had.
+            // After ECONNRESET, what was sent before can still be read.
             m_connections.erase(found);
             ListenAgain();
         } else if (errno == EAGAIN) {
@@ -182,7 +182,7 @@ void Simulator::Reply(std::uint64_t id, const Bytes& payload, std::int32_t numbe
     const std::int32_t otherNumber = number < kOtherNumber ? number + kOtherNumber : number - kOtherNumber;
     Bytes packet = MakePacket(payload, m_faults.Happens(Fault::kRenumber) ? otherNumber : number);
     if (m_faults.Happens(Fault::kCorrupt)) {
-        // In turns: the announced length does not fit what comes, or there is not even a header.
+        // By turns: a payload that is not as long as announced, or less than a header.
         const bool isCut = std::exchange(m_cutNext, !m_cutNext);
         packet.resize(isCut ? packet.size() - 1 : sizeof(TLG::ZOCAR::PacketHeader_s) - 1);
     }
@@ -230,7 +230,7 @@ void Simulator::Broadcast(const Bytes& payload) {
     }
 }
 
-/// Sends what there is room for.
+/// Sends waiting packets, as far as there is room.
 void Simulator::Flush(Connection& connection) {
     while (!connection.outbox.empty()) {
         const Bytes& packet = connection.outbox.front();
@@ -284,13 +284,13 @@ void Simulator::SendRandomReports() {
         return;
     }
     for (auto& [id, connection] : m_connections) {
-        // Reports are not saved up for a service that does not keep pace.
+        // Reports are not kept for a service that is slower.
         if (connection.outbox.empty()) {
             SendPacket(connection, m_random->Next());
             ++m_reportsSent;
         }
     }
-    // What is late, after a time without a service, is not made up for.
+    // Reports that were due while no service was connected are not sent later.
     const auto interval = std::chrono::microseconds(1000000 / m_options.reportsPerSecond);
     m_nextReport = std::max(m_nextReport + interval, Clock::now() - kLargestLag);
 }

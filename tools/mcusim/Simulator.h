@@ -19,15 +19,14 @@ struct Options {
     std::string at;                    ///< the socket to listen at; empty: the MCU device below the root
     bool trace = false;                ///< print every packet
     std::optional<std::uint32_t> seed; ///< send random reports
-    int reportsPerSecond = 200;        ///< so many, where the service takes them
-    std::optional<long> reportCount;   ///< and then no more
+    int reportsPerSecond = 200;        ///< at most; fewer where the service reads more slowly
+    std::optional<long> reportCount;   ///< how many are sent in all; empty: no end
 };
 
 /// Where orders are taken, below the root.
 constexpr std::string_view kOrderSocket = "/run/mcusim";
 
-/// The simulated audio MCU: one epoll loop on the thread that calls Run. It reads whatever comes, also while it can't
-/// send.
+/// The simulated audio MCU: one epoll loop on the thread that calls Run. It reads also while it can't send.
 class Simulator {
 public:
     explicit Simulator(const Options& options);
@@ -40,16 +39,16 @@ public:
 
     // ---- What orders do; on the thread of Run ----
 
-    /// As Settings::ChangeVolume, and reports it. False for an unknown name or level.
+    /// Changes a volume as Settings::ChangeVolume does, and reports it. False for an unknown name or level.
     bool ChangeVolume(const std::string& name, int level);
-    /// @param count how often from now on; 0: no more; Faults::kAlways: until told otherwise
+    /// @param count how often from now on; 0: no more; Faults::kAlways: until another order
     void SetFault(Fault fault, long count);
-    /// @param delay of answers from now on; those that wait come after that time at the latest
+    /// @param delay of answers from now on; answers that wait already are sent within this time at the latest
     void SetDelay(std::chrono::milliseconds delay);
     void ClearFaults();
     /// Ends all connections.
     void HangUp();
-    /// Hangs up and goes on with the settings it was built with, or with others that follow from the seed. Faults end.
+    /// Ends all connections and faults. Goes on with the first settings, or with those of the seed.
     void Restart(std::optional<std::uint32_t> seed);
     /// The settings, a record a line as Describe() writes it, and what was received so far.
     std::string Show() const;

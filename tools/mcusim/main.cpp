@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
         ->needs(seed)
         ->check(CLI::Range(1, 1000000))
         ->capture_default_str();
-    app.add_option("--count", options.reportCount, "end the random reports after so many")
+    app.add_option("--count", options.reportCount, "end the random reports after this number")
         ->needs(seed)
         ->check(CLI::NonNegativeNumber);
     std::vector<std::string> words;

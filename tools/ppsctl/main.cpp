@@ -135,7 +135,7 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     CLI::App* write = app.add_subcommand(
         "write", "write OBJECT LINE...: publishes the lines (name:encoding:value, or -name to delete) in one write");
-    // A line may begin with a hyphen, so nothing behind the object is an option.
+    // A line may begin with a hyphen, so nothing after the object is parsed as an option.
     write->prefix_command();
     std::string object;
     CLI::App* read = app.add_subcommand("read", "prints the object's whole text");

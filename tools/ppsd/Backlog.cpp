@@ -9,7 +9,7 @@ namespace ppsd {
 void Backlog::Add(const Packet& group, std::size_t limit) noexcept {
     const char mark = (*group)[0];
     if (mark == '-') {
-        // Of a deleted object no state is due.
+        // A deleted object has no state to send.
         m_stateDue = false;
     }
     try {

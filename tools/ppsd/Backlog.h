@@ -16,21 +16,21 @@ namespace ppsd {
 /// A packet, shared by all subscribers it waits for.
 using Packet = std::shared_ptr<const std::string>;
 
-/// What a subscriber has not taken yet. A delta subscriber's packets are kept in order up to a bound; past it they
-/// are merged to the newest value of each attribute, and where even their names are too many, or memory runs out,
-/// the whole state is told again. A subscriber of whole states needs the newest one only. Not thread-safe.
+/// What waits to be sent to a subscriber. A delta subscriber's packets are kept in order up to a bound. Past it they
+/// are merged to the newest value of each attribute. Where even the names are too many, or memory runs out, the whole
+/// state is sent again. A subscriber of whole states needs the newest one only. Not thread-safe.
 class Backlog {
 public:
     /// Packets of more bytes than this are merged.
     static constexpr std::size_t kMaxBytes = 256U * 1024U;
-    /// Where the names of merged attributes take more bytes than this, the whole state is told again.
+    /// Where the names of merged attributes take more bytes than this, the whole state is sent again.
     static constexpr std::size_t kMaxNameBytes = 40U * 1024U;
 
     bool Empty() const noexcept { return m_packets.empty() && !m_merging && !m_stateDue; }
 
     /// Adds one group of a delta subscriber.
     ///
-    /// @param limit Cost() does not grow beyond so many bytes
+    /// @param limit the number of bytes up to which Cost() may grow
     void Add(const Packet& group, std::size_t limit = kUnlimited) noexcept;
 
     /// Notes that a delta subscriber missed a group that could not be made.
@@ -38,19 +38,19 @@ public:
     /// @param mark how the group would have begun: '+', '-', '#', or anything else for a plain change
     void Lose(char mark) noexcept;
 
-    /// Notes that a subscriber of whole states has a new one to take.
+    /// Notes that the state has changed, for a subscriber of whole states.
     void AddState() noexcept { m_stateDue = true; }
 
-    /// The next packet to send, made from the object as it is now where changes were merged. Only when not Empty().
-    /// The same packet comes back until it is taken.
+    /// The next packet to send. Where changes were merged, it is made from the object as it is now. Only when not
+    /// Empty(). It stays the next one until RemoveNext().
     ///
     /// @param scratch holds the packet where it has to be made; its memory suffices for the largest packet
     std::string_view Next(const Object& object, std::string& scratch) const;
 
-    /// Takes away what Next() gave.
+    /// Removes the packet that Next() returned.
     void RemoveNext() noexcept;
 
-    /// About so many bytes of memory it takes; a shared packet counts whole for everyone it waits for.
+    /// The approximate number of bytes of memory it takes. A shared packet counts in full for each subscriber.
     std::size_t Cost() const noexcept { return m_bytes + m_packets.size() * kPacketCost + NameCost(); }
 
 private:
@@ -69,7 +69,7 @@ private:
     std::size_t m_bytes = 0;
     bool m_stateDue = false;
     bool m_merging = false;
-    bool m_resync = false;  // the whole state is to be told again
+    bool m_resync = false;  // the whole state is to be sent again
     bool m_deleted = false; // the object was deleted meanwhile, and not made again
     std::list<std::string> m_names;
     std::unordered_set<std::string_view> m_known; // points into m_names

@@ -1,18 +1,18 @@
 // How a packet of a client is handled:
 //
-//   no object yet     request -> judged -> refused, and the connection ends
-//                                       -> list or delete: answered, and the connection ends
-//                                       -> open: the client is attached to the object's node
+//   no object yet     request -> checked -> refused, and the connection ends
+//                                        -> list or delete: answered, and the connection ends
+//                                        -> open: the client is attached to the object's node
 //   attached          write   -> refused, with an answer where the client wants one
-//                             -> applied -> told to the others: appended to each backlog, and sent as far as
+//                             -> applied -> published to the others: appended to each backlog, and sent as far as
 //                                           their connections have room
 //
-// Memory may run out anywhere up to the moment a write is applied; until then nothing has changed. Whatever comes
-// after that moment fails nobody: it takes no memory, or does without. A group that can't be made is noted as lost in
-// the backlogs, and its subscribers are told the whole state instead.
+// Until a write is applied nothing has changed, so up to then a lack of memory makes the request fail. What comes after
+// can't fail: it needs no memory, or can do without. Where there is no memory for a group, the backlogs note it as
+// lost, and its subscribers are sent the whole state instead.
 //
-// An object may be deleted and made again by another user while clients have it open. What they are granted is
-// therefore judged again each time it is made.
+// An object may be deleted, and made again by another user, while clients have it open. So their access is checked
+// again each time it is made.
 #include "tools/ppsd/Broker.h"
 
 #include <algorithm>
@@ -24,14 +24,14 @@ namespace ppsd {
 
 namespace {
 
-/// What a packet costs beside its bytes, in the measure of Work().
+/// What a packet adds to Work() besides its bytes.
 constexpr std::uint64_t kPacketWork = 512;
 
 host::PpsReply Refusal(int error, std::string reason = {}) {
     return {error, reason.empty() ? std::strerror(error) : std::move(reason)};
 }
 
-/// Takes "word " off the front; false when the text does not begin with it.
+/// Removes @p word from the front of @p text; false when the text does not begin with it.
 bool SkipWord(std::string_view& text, std::string_view word) {
     if (text.substr(0, word.size()) != word) {
         return false;
@@ -86,7 +86,7 @@ bool Broker::Request(Client& client, std::string_view request) {
     return false;
 }
 
-/// Whether the client may open the node as it asks to.
+/// Whether the client may open the node in the way it asks for.
 host::PpsReply Broker::Judge(const Client& client, const host::PpsOpen& open, const Node* node, Access needed) const {
     namespace flags = host::target_flags;
     const bool creates = (open.flags & flags::kCreate) != 0;
@@ -118,7 +118,7 @@ host::PpsReply Broker::Open(Client& client, const host::PpsOpen& open) {
         return Refusal(ENOSPC, "the user has too many objects, or too large ones");
     }
     if (!node.exists && !client.acknowledge) {
-        // With acknowledgements it is made by the first write that is not refused.
+        // For a client that wants acknowledgements, the first write that is not refused makes the object.
         Make(node, client, &client);
     } else if (node.exists && client.notPersistent && client.granted.writes) {
         node.object.SetNotPersistent();
@@ -130,7 +130,7 @@ host::PpsReply Broker::Open(Client& client, const host::PpsOpen& open) {
     return {};
 }
 
-/// Puts the client to those who have the object open, with all that it asked for.
+/// Adds the client to those that have the object open, and notes what it asked for.
 void Broker::Attach(Client& client, const host::PpsOpen& open) {
     Node& node = m_tree.Reach(open.path);
     client.node = &node;
@@ -144,7 +144,8 @@ void Broker::Attach(Client& client, const host::PpsOpen& open) {
     client.isKept = open.options.isKept;
 }
 
-/// Makes the object for a client whose user has room for it, and who therefore has an account.
+/// Makes the object for a client whose user has room for it. All clients that have it open are notified, except
+/// @p excluded.
 void Broker::Make(Node& node, Client& creator, const Client* excluded) {
     constexpr mode_t kPermissionBits = 0777;
     const Permissions permissions{creator.identity.user, creator.identity.group, creator.mode & kPermissionBits};
@@ -158,7 +159,7 @@ void Broker::Make(Node& node, Client& creator, const Client* excluded) {
         client->granted.writes =
             client->asked.writes && (isCreator || Allows(permissions, client->identity, {false, true}));
         if (client->notPersistent && client->granted.writes) {
-            // Also where it was deleted and somebody else made it again: whoever has it open relies on it.
+            // Also where another user made the object again after a deletion: a client that has it open relies on this.
             node.object.SetNotPersistent();
         }
     }
@@ -238,7 +239,7 @@ void Broker::Publish(const Node& node, std::string_view mark, std::string_view c
             text->append(changes);
             group = std::move(text);
         } catch (const std::bad_alloc&) {
-            // The backlogs note it as lost.
+            // The backlogs note the group as lost.
         }
     }
     for (Client* client : node.clients) {
@@ -256,7 +257,7 @@ void Broker::Publish(const Node& node, std::string_view mark, std::string_view c
     }
 }
 
-/// Adds a group to the client's backlog; without one it is noted as lost.
+/// Adds a group to the client's backlog. An empty pointer is a group that could not be made, noted as lost.
 void Broker::Add(Client& client, const Packet& group, char mark) noexcept {
     const std::size_t before = client.backlog.Cost();
     if (group) {

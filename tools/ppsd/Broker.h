@@ -12,31 +12,31 @@
 
 namespace ppsd {
 
-/// The objects, who may do what with them, and who is told of what: everything of the publish/subscribe service but
-/// sockets and files. Not thread-safe.
+/// The publish/subscribe service without sockets and files: the objects, the access to them, and what is sent to which
+/// client. Not thread-safe.
 class Broker {
 public:
-    /// Takes what a person should see: what it is about, and a text.
+    /// Prints a message for people: first its subject, then the text.
     using Reporter = void (*)(std::string_view, std::string_view) noexcept;
 
     /// @param own   the server's own user
-    /// @param umask the permissions that no new object gets
+    /// @param umask the permissions that new objects don't get
     Broker(const Limits& limits, uid_t own, mode_t umask, Reporter report);
 
-    /// Admits a client; false when its user has too many. Whoever is admitted is to be removed.
+    /// Admits a client; false when its user has too many connections. An admitted client must be removed at its end.
     bool Admit(const Client& client);
 
-    /// Handles one packet. False when the connection is to end. std::bad_alloc where there is no memory: then the
-    /// client is to be removed, all others are as they were.
+    /// Handles one packet. False when the connection is to end. Throws std::bad_alloc where there is no memory. Then
+    /// the client is to be removed, and all others are as before.
     bool Receive(Client& client, std::string_view packet);
 
-    /// Sends what the client has room for. A connection that broke is dropped when its end is seen.
+    /// Sends what the connection has room for. A broken connection is dropped later, when the server sees its end.
     void Flush(Client& client) noexcept;
 
-    /// Forgets an admitted client.
+    /// Removes an admitted client.
     void Remove(Client& client) noexcept;
 
-    /// A measure of the work done so far, in bytes taken in and given out.
+    /// A measure of the work done so far: bytes received and sent, and a fixed amount for each packet.
     std::uint64_t Work() const noexcept { return m_work; }
 
     ObjectTree& Tree() noexcept { return m_tree; }
@@ -54,7 +54,7 @@ private:
     void Write(Client& client, std::string_view text);
     host::PpsReply ApplyWrite(Client& client, std::string_view text);
     void Make(Node& node, Client& creator, const Client* excluded);
-    /// Tells everybody but @p writer of a change.
+    /// Sends a change to every subscriber but @p writer.
     void Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept;
     void Add(Client& client, const Packet& group, char mark) noexcept;
     bool Reply(Client& client, const host::PpsReply& reply);
@@ -65,7 +65,7 @@ private:
     ObjectTree m_tree;
     mode_t m_umask;
     Reporter m_report;
-    std::string m_scratch; // room for the largest packet, so that telling others needs no memory
+    std::string m_scratch; // room for the largest packet, so that publishing needs no memory
     std::uint64_t m_work = 0;
 };
 

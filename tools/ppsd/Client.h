@@ -12,7 +12,7 @@ namespace ppsd {
 
 struct Node;
 
-/// The way to a client. Nothing of it blocks or throws.
+/// Sends packets to a client. No operation blocks or throws.
 class Channel {
 public:
     enum class Sent { Yes, NoRoom, Broken };
@@ -24,13 +24,13 @@ public:
 
     virtual Sent Send(std::string_view packet) noexcept = 0;
 
-    /// From now on the broker is, or is no more, to be told when there is room to send.
+    /// Sets whether the server calls Broker::Flush() when there is room to send.
     virtual void WatchForRoom(bool watch) noexcept = 0;
 };
 
-/// One connection and, after its open request, its view of an object. It stays where it is as long as it lives.
+/// One connection and, after its open request, its use of an object. It is never moved or copied.
 struct Client {
-    /// @param way how packets reach it; outlives the client
+    /// @param way the channel to the client; outlives this
     Client(Identity who, Channel& way) : identity(std::move(who)), channel(way) {}
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
@@ -40,12 +40,12 @@ struct Client {
     Channel& channel;
     Node* node = nullptr; ///< null before the open request
     Access asked;         ///< what the open request asked for
-    Access granted;       ///< what of it the object allows as it is now
+    Access granted;       ///< the part of it that the object allows now
     mode_t mode = 0;      ///< of an object that this client makes
     bool notPersistent = false;
     bool delta = false;
     bool acknowledge = false;
-    bool isKept = false; ///< to be told of the object's deletion, though it does not read
+    bool isKept = false; ///< is notified when the object is deleted, though it does not read
     Backlog backlog;
     bool waitsForRoom = false; ///< whether the channel is watched for room to send
 };

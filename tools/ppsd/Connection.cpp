@@ -27,7 +27,7 @@ Connection::Received Connection::Receive(std::string& buffer, std::string_view& 
         return Received::Content;
     }
     if (length < 0 && errno == ECONNRESET) {
-        // The client ended without reading everything; what it wrote before is still to be had.
+        // The client ended without reading everything. What it wrote before can still be read.
         hungUp = true;
         return Received::Empty;
     }
@@ -37,8 +37,8 @@ Connection::Received Connection::Receive(std::string& buffer, std::string_view& 
     if (hungUp) {
         return Received::Ended;
     }
-    // Either the end or an empty packet, which asks for nothing. The kernel may say "end" when a last packet
-    // and the end come at this very moment: then the packet is there, and is read next.
+    // Either the end or an empty packet, for which nothing is to be done. When a last packet and the end come at the
+    // same moment, the kernel may report the end first. Then the packet is there, and is read next.
     pollfd state{Fd(), POLLRDHUP, 0};
     hungUp = ::poll(&state, 1, 0) > 0 && state.revents != 0;
     return Received::Empty;

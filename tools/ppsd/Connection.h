@@ -25,10 +25,10 @@ public:
 
     enum class Received { Content, Nothing, Empty, Ended };
 
-    /// Takes the next packet. Nothing: there is none now; Empty: there was something that asks for nothing.
+    /// Receives the next packet. Nothing: there is none now. Empty: there was one, but nothing is to be done for it.
     ///
-    /// @param buffer receives it, cut at its size
-    /// @param hungUp whether the other side is known to have ended; is set when that shows
+    /// @param buffer receives the packet, cut at the buffer's size
+    /// @param hungUp whether the other side is known to have ended; set when this call finds that
     Received Receive(std::string& buffer, std::string_view& packet, bool& hungUp) const;
 
 private:

@@ -1,6 +1,6 @@
-// A write is made ready first and applied afterwards. Making ready checks everything and takes all the memory,
-// changing nothing; applying only moves what is ready into place and can't fail. So a write is applied whole or
-// not at all, also where memory runs out in its middle.
+// A write is prepared first and then applied. Preparing checks everything and allocates all the memory, but changes
+// nothing. Applying only moves what was prepared into place and can't fail. So a write is applied whole or not at all,
+// also where memory runs out.
 #include "tools/ppsd/Object.h"
 
 #include <algorithm>
@@ -52,7 +52,7 @@ std::string Object::PrepareLine(std::string_view text, bool isFirst, Write& writ
     return {};
 }
 
-/// Whether the object after the write is within its bounds.
+/// Whether the object stays within its bounds when the write is applied.
 bool Object::Fits(const Write& write, std::size_t room) const {
     const std::size_t most = write.textSize + write.changes.size() * kAttributeBytes;
     if (m_textSize + write.textSize <= kMaxObjectText && most <= room) {
@@ -88,7 +88,7 @@ ApplyResult Object::Apply(std::string_view text, std::size_t room) {
     if (!result.error.empty()) {
         return result;
     }
-    // What is published has each line as it was written, or with the qualifier of its attribute, and a line feed more.
+    // The published lines are those written, each with at most a qualifier ("[n]") and a line feed more.
     constexpr std::size_t kAddedBytes = 4;
     result.changes.reserve(text.size() + write.changes.size() * kAddedBytes);
     const std::size_t entries = m_byName.size() + write.newNames;

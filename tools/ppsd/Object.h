@@ -18,16 +18,16 @@ namespace ppsd {
 constexpr std::size_t kMaxWrite = 64U * 1024U;
 /// The largest text that the attributes of an object may grow to, in bytes.
 constexpr std::size_t kMaxObjectText = 128U * 1024U;
-/// What an attribute takes in memory beside its text, in bytes.
+/// The memory that an attribute takes besides its text, in bytes.
 constexpr std::size_t kAttributeBytes = 256;
-/// A limit that is none.
+/// Stands for "no limit".
 constexpr std::size_t kUnlimited = std::numeric_limits<std::size_t>::max();
 
-/// What became of a write.
+/// The result of a write.
 struct ApplyResult {
     std::string error;   ///< empty when the write was applied
     bool noRoom = false; ///< whether the error is that the object would grow too large
-    std::string changes; ///< the lines to tell delta subscribers, in the order written
+    std::string changes; ///< the lines to send to delta subscribers, in the order written
 };
 
 /// One PPS object: its attributes and how writes change them. No input or output; not thread-safe. Where there
@@ -39,29 +39,29 @@ public:
 
     const std::string& Name() const { return m_name; }
 
-    /// Applies a write of one or more lines as a whole: a malformed line, a line of another object or a text that
-    /// would grow too large changes nothing and is named in the result.
+    /// Applies a write of one or more lines as a whole. Where a line is malformed or of another object, or the object
+    /// would grow too large, nothing is changed, and the result says why.
     ///
-    /// @param room bytes by which Footprint() may grow; the attributes' text is bounded by kMaxObjectText anyway
+    /// @param room bytes by which Footprint() may grow; kMaxObjectText bounds the attributes' text besides
     ApplyResult Apply(std::string_view text, std::size_t room = kUnlimited);
 
     /// Deletes every attribute.
     void Truncate() noexcept;
 
-    /// Makes it what a new object is: empty and persistent.
+    /// Makes it like a new object: empty and persistent.
     void Reset() noexcept;
 
     /// Makes the whole object non-persistent, as the open option "nopersist" does.
     void SetNotPersistent() noexcept { m_notPersistentByOption = true; }
 
-    /// About so many bytes of memory the attributes take.
+    /// The approximate number of bytes of memory that the attributes take.
     std::size_t Footprint() const noexcept { return m_textSize + m_attributes.size() * kAttributeBytes; }
 
     /// The object's text: its head and one line an attribute, in the order of their first writing.
     std::string State() const;
     void AppendState(std::string& text) const;
 
-    /// Appends the named attributes as they are now; a deleted one is a deletion line.
+    /// Appends the lines of the named attributes as they are now. For a deleted one a deletion line is appended.
     void AppendLines(std::string& text, const std::list<std::string>& names) const;
 
     /// The object's line, with @p mark ("", "+", "-", "#", "|") in front.
@@ -82,13 +82,13 @@ private:
     using Attributes = std::list<Attribute>;
     using Index = std::unordered_map<std::string_view, Attributes::iterator>; // keys point into the attributes
 
-    /// A line of a write, with all the memory that applying it takes.
+    /// A line of a write, with all the memory that is needed to apply it.
     struct Change {
         std::string_view name;
         bool isDeletion = false;
         pps::Persistence persistence = pps::Persistence::Unspecified;
-        Attributes attribute;     // the new one, alone; none for a deletion
-        Index::node_type indexed; // its entry, where it may be a new name
+        Attributes attribute;     // holds the new attribute alone; empty for a deletion
+        Index::node_type indexed; // its entry in the index, where the name may be new
     };
     struct Write {
         std::vector<Change> changes;
@@ -98,7 +98,7 @@ private:
         pps::Persistence persistence = pps::Persistence::Unspecified; // of the object
     };
 
-    /// Makes a write ready; the result is why it must not be applied, empty when it may.
+    /// Prepares a write. Returns why it must not be applied; empty when it may.
     std::string Prepare(std::string_view text, Write& write) const;
     std::string PrepareLine(std::string_view text, bool isFirst, Write& write) const;
     bool Fits(const Write& write, std::size_t room) const;

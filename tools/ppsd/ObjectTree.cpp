@@ -48,7 +48,7 @@ Node& ObjectTree::Reach(std::string_view path) {
     return *m_nodes.emplace(path, std::move(node)).first->second;
 }
 
-/// What a node takes in memory beside its attributes: itself, its name and its path in two places.
+/// The memory that a node takes besides its attributes: itself, its name, and its path in two places.
 std::size_t ObjectTree::BaseBytes(const Node& node) noexcept {
     return sizeof(Node) + 3 * node.path.size();
 }

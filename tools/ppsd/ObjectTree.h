@@ -16,15 +16,15 @@ namespace ppsd {
 
 struct Client;
 
-/// An object of the tree and those who have it open. A deleted object that is still open stays as a
-/// node, so that its subscribers hear of it when it is made again.
+/// An object of the tree and the clients that have it open. A deleted object that is still open stays as a
+/// node, so that its subscribers are notified when it is made again.
 struct Node {
     Node(std::string objectPath, std::string name) : path(std::move(objectPath)), object(std::move(name)) {}
 
     std::string path;
     Object object;
     bool exists = false;
-    Permissions permissions; ///< while it exists, and afterwards those it had
+    Permissions permissions; ///< of the object; after its deletion, the last ones
     std::size_t charged = 0; ///< the bytes that its owner is charged for
     std::vector<Client*> clients;
 };
@@ -32,7 +32,7 @@ struct Node {
 /// All objects by their path. What they take is charged to their owners. Not thread-safe.
 class ObjectTree {
 public:
-    /// @param quota who has taken how much; outlives the tree
+    /// @param quota what each user has acquired; outlives the tree
     explicit ObjectTree(Quota& quota) : m_quota(quota) {}
 
     /// Whether @p path can name an object: "/pps/" and components of letters, digits, "_", "-", ".",
@@ -45,25 +45,25 @@ public:
     /// The node at the path, made where it is missing.
     Node& Reach(std::string_view path);
 
-    /// Whether the user may have an object more at that node.
+    /// Whether the user may own one more object, at that node.
     bool HasRoom(const Node& node, uid_t owner) const noexcept;
 
-    /// Makes an object of the node, charged to its owner. False where that one has no room.
+    /// Makes the node an object, charged to its owner. False where the owner has no room.
     bool Make(Node& node, const Permissions& permissions);
 
-    /// Applies a write. What it adds has to fit into the room of the object's owner, or into that of @p writer where
-    /// the object is still to be made.
+    /// Applies a write. The owner of the object must have room for what it adds. Where the object does not exist yet,
+    /// @p writer must have the room.
     ApplyResult Apply(Node& node, std::string_view text, uid_t writer);
 
     void Truncate(Node& node) noexcept;
 
-    /// The object no longer exists, its node does.
+    /// Deletes the object; its node stays.
     void Delete(Node& node) noexcept;
 
     /// Drops the node if it neither exists as an object nor is open.
     void DropIfUnused(const Node* node) noexcept;
 
-    /// Existing objects with a path after @p path, in order, as long as @p visit returns true.
+    /// Calls @p visit for the existing objects with a path after @p path, in order, as long as it returns true.
     void ForEachAfter(std::string_view path, const std::function<bool(const Node&)>& visit) const;
 
 private:

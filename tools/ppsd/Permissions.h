@@ -18,8 +18,8 @@ struct Identity {
     bool IsRoot() const noexcept { return user == 0; }
 };
 
-/// The identity that the other side of a local connection had when it connected; nothing where the kernel does not
-/// tell, with errno set.
+/// The identity that the other side of a local connection had when it connected. Nothing, with errno set, where the
+/// kernel does not report it.
 std::optional<Identity> PeerOf(int connection);
 
 /// What an object lets others do.
@@ -35,7 +35,7 @@ struct Access {
 };
 
 /// Whether the permissions allow all of @p wanted: the owner's bits count for the owner, the group's for its members,
-/// the last ones for all others. Root is allowed everything.
+/// the others' for everybody else. Root is allowed everything.
 bool Allows(const Permissions& permissions, const Identity& who, Access wanted) noexcept;
 
 /// Whether the client may delete the object: the owner and root may.

@@ -24,7 +24,8 @@ Limits LimitsWith(std::size_t descriptors) {
     Limits limits = kLimits;
     Limit& connections = limits[static_cast<std::size_t>(Bound::Connections)];
     if (descriptors < connections.total) {
-        // Beside what the server needs itself, a fourth is kept. Who may use that waits for room and is not sent away.
+        // A fourth of the descriptors, and what the server itself needs, are kept in reserve. Root and the server's
+        // user may use them all; when none is left, their connections wait instead of being refused.
         constexpr std::size_t kOwn = 12;
         connections.total = descriptors;
         connections.reserve = std::min(connections.reserve, descriptors / 4) + kOwn;

@@ -25,7 +25,7 @@ struct Limit {
 /// A limit for each Bound, in its order.
 using Limits = std::array<Limit, kBounds>;
 
-/// The limits of a server that may have so many descriptors open.
+/// The limits of a server that may have this number of descriptors open.
 Limits LimitsWith(std::size_t descriptors);
 
 /// What each user has taken. Not thread-safe.
@@ -37,14 +37,14 @@ public:
     /// How much more the user may take.
     std::size_t Room(uid_t user, Bound bound) const noexcept;
 
-    /// Takes so much; false, and nothing is taken, where there is no room. Where the user has taken nothing of
-    /// anything before, it needs memory.
+    /// Adds @p amount to what the user has taken; false, without a change, where there is no room for it. For a user
+    /// who had taken nothing before, this allocates memory.
     bool Acquire(uid_t user, Bound bound, std::size_t amount);
 
-    /// Notes that something of the user's, of anything of which there is some, has become larger or smaller.
+    /// Notes that something the user has taken is now larger or smaller. Only for a user who has taken something.
     void Change(uid_t user, Bound bound, std::size_t before, std::size_t after) noexcept;
 
-    /// Gives back what was taken.
+    /// Notes that the user has returned @p amount.
     void Release(uid_t user, Bound bound, std::size_t amount) noexcept { Change(user, bound, amount, 0); }
 
     std::size_t Total(Bound bound) const noexcept { return m_total[static_cast<std::size_t>(bound)]; }
@@ -54,7 +54,7 @@ private:
 
     Limits m_limits;
     uid_t m_own;
-    std::map<uid_t, Usage> m_users; // those who have something
+    std::map<uid_t, Usage> m_users; // those who have taken something
     Usage m_total{};
 };
 

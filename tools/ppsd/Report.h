@@ -5,11 +5,11 @@
 
 namespace ppsd {
 
-/// Prints a line of the server's to standard error; where nobody reads that, the line is dropped and nobody waits.
-/// It takes no memory.
+/// Prints a message of the server to standard error. It does not wait for a reader: where there is no room, the line
+/// is dropped. It allocates no memory.
 ///
 /// @param subject what it is about, such as a path
-/// @param text    plain characters only: what clients wrote is quoted before
+/// @param text    printable characters only: text of clients must have been quoted
 void Report(std::string_view subject, std::string_view text) noexcept;
 
 } // namespace ppsd

@@ -38,7 +38,7 @@ bool WriteAll(int file, std::string_view text) {
     return true;
 }
 
-/// Writes the objects into a new file of the directory, up to the disk. False with errno set on failure.
+/// Writes the objects into a new file of the directory, and flushes it to the disk. False with errno set on failure.
 bool WriteNew(int directory, const std::string& name, const ObjectTree& tree, std::string& scratch) {
     constexpr mode_t kOwnerOnly = 0600;
     if (::unlinkat(directory, name.c_str(), 0) != 0 && errno != ENOENT) {

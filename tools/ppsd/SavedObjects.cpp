@@ -20,7 +20,7 @@ std::string Octal(mode_t mode) {
     return {text.data(), std::to_chars(text.data(), text.data() + text.size(), mode, 8).ptr};
 }
 
-/// Takes a blank and a number off the front; false when they are not there.
+/// Parses a blank and a number, and removes both from @p text. False when they are not there.
 bool ParseNumber(std::string_view& text, unsigned& number, int base) {
     if (text.empty() || text[0] != ' ') {
         return false;
@@ -30,7 +30,7 @@ bool ParseNumber(std::string_view& text, unsigned& number, int base) {
     return error == std::errc();
 }
 
-/// What follows an object's path.
+/// Parses what follows the path: owner, group and mode, or nothing.
 std::optional<Permissions> ParsePermissions(std::string_view text, const Permissions& own) {
     constexpr unsigned kNobody = std::numeric_limits<uid_t>::max();
     if (text.empty()) {

@@ -17,24 +17,24 @@
 
 namespace ppsd {
 
-/// Takes a piece of text; false when it could not.
+/// Writes a piece of text; false when that failed.
 using TextSink = std::function<bool(std::string_view)>;
 
-/// Gives what survives a restart to @p sink, object by object. False as soon as the sink says so.
+/// Writes what survives a restart to @p sink, object by object. False as soon as the sink fails.
 ///
-/// @param scratch holds one object's text; with kSaveScratch bytes reserved it needs no memory
+/// @param scratch holds one object's text; with kSaveScratch bytes reserved, nothing is allocated
 bool SaveObjects(const ObjectTree& tree, std::string& scratch, const TextSink& sink);
 constexpr std::size_t kSaveScratch = kMaxObjectText + 4096;
 
-/// Takes saved objects in, line by line. What is damaged is passed over and told of.
+/// Loads saved objects, line by line. A damaged line is reported and skipped.
 class ObjectLoader {
 public:
-    /// @param own      the permissions of objects that say none
-    /// @param complain takes one line for each damage, and one for those past a number that nobody reads
+    /// @param own      the permissions of objects that are saved without any
+    /// @param complain is called for each damaged line. After the first fifty, one call reports the number of the rest
     ObjectLoader(ObjectTree& tree, const Permissions& own, std::function<void(std::string_view)> complain)
         : m_tree(tree), m_own(own), m_complain(std::move(complain)) {}
 
-    /// Takes one line without its line feed. Of one that is longer than kMaxWrite a byte more suffices.
+    /// Loads one line without its line feed. Of a line longer than kMaxWrite, the first kMaxWrite + 1 bytes are enough.
     void LoadLine(std::string_view line);
 
     /// To be called after the last line.
@@ -47,8 +47,8 @@ private:
     ObjectTree& m_tree;
     Permissions m_own;
     std::function<void(std::string_view)> m_complain;
-    Node* m_node = nullptr;    // of the lines that come
-    bool m_isSkipping = false; // whether they belong to no object, which has been told
+    Node* m_node = nullptr;    // the object of the lines that follow
+    bool m_isSkipping = false; // whether the lines that follow belong to no object, which was reported
     unsigned long m_line = 0;
     unsigned long m_complaints = 0;
 };

@@ -21,11 +21,12 @@ constexpr std::string_view kSavedObjects = "/var/pps/objects";
 constexpr std::uint64_t kListenerId = ~std::uint64_t{0};
 constexpr std::uint64_t kStopId = kListenerId - 1;
 
-/// After so much work for one client, in the broker's measure, or so many packets, the others have their turn.
+/// When one client has caused this much work, as Broker::Work() measures it, or sent this number of packets, the other
+/// clients have their turn.
 constexpr std::uint64_t kTurnWork = 64U * 1024U;
 constexpr int kTurnPackets = 64;
 constexpr int kNewcomersPerTurn = 64;
-/// Within so many turns everything is handled that clients had written before the end.
+/// At the end the server handles what clients wrote before, in at most this number of turns.
 constexpr int kLastTurns = 2000;
 constexpr int kAcceptRetryMs = 1000;
 
@@ -57,7 +58,7 @@ bool Server::Start(std::string& error) {
                 (errno == EADDRINUSE ? "another server runs there" : std::strerror(errno));
         return false;
     }
-    // The memory that the server itself needs is taken before clients can.
+    // The memory that the server itself needs is allocated now, before clients can use it up.
     m_receiveBuffer.resize(kMaxWrite + 1);
     m_saveBuffer.reserve(kSaveScratch);
     ReserveDescriptors();
@@ -84,12 +85,12 @@ bool Server::Run(int stopFd) {
             nextSave = Clock::now() + m_options.saveInterval;
         }
     }
-    // What was written before the end is applied before the end.
+    // What clients wrote before the stop is still applied.
     m_epoll.Remove(stopFd);
     m_epoll.Remove(m_listener.Fd());
     for (int i = 0; i < kLastTurns && Turn(0).served; ++i) {
     }
-    // Saving may take its time, and nobody is to wait for it.
+    // Saving may take long, and no client is to wait for it.
     m_listener.EndListening();
     while (!m_connections.empty()) {
         Drop(m_connections.begin()->first);
@@ -108,7 +109,7 @@ int Server::TimeoutMs(std::chrono::steady_clock::duration untilSave) const {
 
 /// Waits for events and handles them.
 Server::TurnResult Server::Turn(int timeoutMs) {
-    // Clients come before newcomers: who writes, ends and is followed by a reader has been heard.
+    // Clients come before newcomers. So a reader that connects after a writer has ended sees what that one wrote.
     TurnResult result;
     bool newcomers = !m_accepting;
     m_epoll.Wait(timeoutMs, [&](std::uint64_t id, std::uint32_t events) {
@@ -140,7 +141,7 @@ void Server::AcceptNewcomers() {
     }
 }
 
-/// Newcomers wait where there is no room for them, which is looked for now and then.
+/// Where there is no room for newcomers, they wait, and the server tries again from time to time.
 void Server::NoteRoom(bool isFull, int reason) {
     if (isFull == m_accepting) {
         m_accepting = !isFull;
@@ -160,7 +161,7 @@ void Server::Accept(UniqueFd socket) {
         connection->Send(host::Render({ENOSPC, "the user has too many connections"}));
         return;
     }
-    // What has been admitted is in the map, from which alone it is removed.
+    // An admitted client must be in the map, since only Drop() removes it.
     Connection& admitted = *connection;
     try {
         m_connections[admitted.Id()] = std::move(connection);
@@ -221,7 +222,7 @@ void Server::Drop(std::uint64_t id) {
     m_connections.erase(found);
 }
 
-/// Holds descriptors that are given up while the objects are saved, so that clients can't take the last ones.
+/// Opens spare descriptors, so that clients can't use up the last ones. They are closed while the objects are saved.
 void Server::ReserveDescriptors() {
     for (UniqueFd& spare : m_spares) {
         spare.Reset(::fcntl(m_listener.Fd(), F_DUPFD_CLOEXEC, 0));

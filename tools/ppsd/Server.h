@@ -17,7 +17,7 @@ namespace ppsd {
 /// How a server is to work.
 struct ServerOptions {
     std::chrono::seconds saveInterval{0}; ///< how often the objects are saved; zero: at the end only
-    mode_t umask = 0;                     ///< the permissions that no new object gets
+    mode_t umask = 0;                     ///< the permissions that new objects don't get
 };
 
 /// The publish/subscribe server: one epoll loop on the thread that calls Run.
@@ -57,7 +57,7 @@ private:
     bool m_accepting = true;
     std::string m_receiveBuffer;
     std::string m_saveBuffer;
-    std::array<UniqueFd, 2> m_spares; // given up for the file and the directory while the objects are saved
+    std::array<UniqueFd, 2> m_spares; // closed while saving, which opens the file and its directory
 };
 
 } // namespace ppsd

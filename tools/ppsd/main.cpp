@@ -26,8 +26,9 @@ int main(int argc, char** argv) {
     int saveSeconds = 0;
     std::string umask = "0";
     ppsd::ServerOptions options;
-    app.add_option("--save", saveSeconds, "also save the objects every so many seconds")->check(CLI::Range(1, 86400));
-    app.add_option("--umask", umask, "permissions that no new object gets, octal (default 0)")
+    app.add_option("--save", saveSeconds, "also save the objects each time this number of seconds has passed")
+        ->check(CLI::Range(1, 86400));
+    app.add_option("--umask", umask, "permissions that new objects don't get, octal (default 0)")
         ->check([&options](const std::string& text) { return ParseMode(text, options.umask); });
     if (const auto status = ParseCommandLine(app, argc, argv)) {
         return *status;

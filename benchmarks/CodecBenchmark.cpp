@@ -1,5 +1,5 @@
-// Decoding what the MCU reports, and turning a command into a payload, without any input or output. The floors:
-// copying the packet, and parsing the command's JSON with nothing done about it.
+// Decoding a report of the MCU, and turning a command into a payload, without any input or output. The floors are
+// copying the packet, and parsing the command's JSON without using it.
 #include <benchmark/benchmark.h>
 #include <sys/pps.h>
 

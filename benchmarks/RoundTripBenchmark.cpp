@@ -1,5 +1,5 @@
-// From the HMI's write to the status attribute that it reads: the whole service in this process, with a PPS
-// server and an MCU on threads of their own. The floor is a bare packet there and back over as many sockets.
+// The time from the HMI's write to the status attribute that it reads. The whole service runs in this process, with a
+// PPS server and an MCU on threads of their own. The floor is the time of a bare packet over as many sockets.
 #include <benchmark/benchmark.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -42,7 +42,7 @@ private:
     std::thread m_thread;
 };
 
-/// How long a packet takes there and back through so many pairs of threads.
+/// The time in seconds that a packet takes through @p hops pairs of sockets, each with a thread.
 double FloorSeconds(int hops) {
     std::vector<std::array<int, 2>> pairs(static_cast<std::size_t>(hops));
     std::vector<std::thread> relays;

@@ -1,4 +1,4 @@
-// Writes into an object: a write is applied whole or not at all, and what an object tells is well-formed itself.
+// Writes into an object: a write is applied whole or not at all, and what an object publishes is well-formed itself.
 #include <cstdint>
 #include <string>
 

@@ -45,8 +45,8 @@ class Commands:
     def run(self, command, cwd, env, limit_of):
         """Runs a command. True when it succeeds in time, and the last lines it writes.
 
-        limit_of gives the seconds that it may take from a line on, None where the former limit holds on; it is asked
-        with None for those from its start on."""
+        limit_of(line) gives the seconds that it may take from that line on, or None where the former limit stays.
+        limit_of(None) gives the seconds from the start."""
         with self.lock:
             if self.stopped:
                 raise Stopped

@@ -38,7 +38,7 @@ def closing(text, begin):
 
 
 def masked(text):
-    """The text with all that stays as it is made blank; every other character is where it was."""
+    """The text with blanks in place of what is not to be changed; all other characters stay where they were."""
     def hide(found):
         if found["number"]:
             return found[0]

@@ -12,7 +12,7 @@ CHAIN = ["system_tests", "melvane", "ppsd", "ppsctl", "mcusim"]
 
 
 class Tests:
-    """What the unchanged tests are like: their names, how long they take, how many faults each has noticed."""
+    """The tests: their names, how long they take on the unchanged tree, how many faults each has noticed."""
 
     def __init__(self):
         self.seconds, self.kills, self.chain = {}, collections.Counter(), []

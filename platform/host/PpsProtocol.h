@@ -9,9 +9,9 @@
 // After "ok" to an open, the connection is the object: a packet to the server is a write, a packet from
 // it is what one read returns. With the option "ack" the server answers every write with a reply and sends
 // nothing else. With the option "kept" a connection that is open for writing only receives one packet when the
-// object is deleted: the line that reports it. After "ok" to a list, one packet holds the paths of the objects that follow
-// the given path in their order, one a line, as many as fit. No packet follows where the given path was the last. The
-// first list request has an empty path.
+// object is deleted: the line that reports it. After "ok" to a list, one packet holds the paths of the objects that
+// follow the given path in their order, one a line, as many as fit. No packet follows where the given path was the
+// last. The first list request has an empty path.
 #ifndef TLG_PLATFORM_HOST_PPSPROTOCOL_H
 #define TLG_PLATFORM_HOST_PPSPROTOCOL_H
 

@@ -47,7 +47,7 @@ TEST(SavedObjects, ComeBackAsTheyWereAndWhatIsBrokenIsPassedOver) {
         std::string complaints;
         ppsd::ObjectLoader loader(tree, {7, 8, 0666}, [&](std::string_view text) { complaints.append(text) += "\n"; });
         for (std::string_view text = row[0]; !text.empty();) {
-            loader.TakeLine(pps::TakeLine(text));
+            loader.LoadLine(pps::NextLine(text));
         }
         loader.Finish();
         EXPECT_EQ(complaints.empty() ? "none" : complaints, row[1]);

@@ -2,7 +2,11 @@
 #ifndef TLG_TESTS_SUPPORT_RECORDS_H
 #define TLG_TESTS_SUPPORT_RECORDS_H
 
-#include <utility>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+#include <string>
 
 #include "tools/mcusim/Record.h"
 
@@ -25,12 +29,32 @@ inline Record Curves(int types = kEqTypeCount) {
     return record;
 }
 
-/// @param entries id and gain of each source
-inline Record Sources(std::initializer_list<std::pair<int, int>> entries) {
-    Record record(SOURCE_GAIN);
-    record.With("count", static_cast<int>(entries.size()));
-    for (const auto& [id, gain] : entries) {
-        record.Add({id, gain});
+/// A record as a case writes it: the name of its layout, then in any order NAME=VALUE, NAME* for a change mark, ID:GAIN
+/// for a source, types=N for that many curves, count=N, and cut=SIZE for what is left of the payload. What is not named
+/// is as above, or 0.
+inline Record RecordOf(const std::string& text) {
+    std::istringstream words(text);
+    std::string name;
+    words >> name;
+    const auto* layout = std::find_if(std::begin(kRecordLayouts), std::end(kRecordLayouts),
+                                      [&name](const RecordLayout& each) { return name == each.name; });
+    EXPECT_NE(layout, std::end(kRecordLayouts)) << text;
+    Record record = layout->type == VOLUME_AND_FADE_BALANCE ? VolumeAndFade() : Record(layout->type);
+    for (std::string word; words >> word;) {
+        const std::size_t mark = word.find_first_of("=:*");
+        const std::string left = word.substr(0, mark);
+        const int value = word[mark] == '*' ? 0 : std::stoi(word.substr(mark + 1));
+        if (word[mark] == '*') {
+            record.Marked(left);
+        } else if (word[mark] == ':') {
+            record.Add({std::stoi(left), value}).With("count", record.Get("count") + 1);
+        } else if (left == "types") {
+            record = Curves(value);
+        } else if (left == "cut") {
+            record.Cut(static_cast<std::size_t>(value));
+        } else {
+            record.With(left, value);
+        }
     }
     return record;
 }

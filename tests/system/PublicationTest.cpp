@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "platform/pps/Line.h"
+#include "tests/support/Cases.h"
 #include "tests/support/Chain.h"
 #include "tests/support/FakeMcu.h"
 #include "tests/support/Records.h"
@@ -63,53 +64,10 @@ protected:
     ReferenceModel m_reference{GetParam()};
 };
 
-/// Each differs from the one before in one thing.
-std::vector<FakeMcu::Bytes> OneChangeEach() {
-    std::vector<FakeMcu::Bytes> reports;
-    Record volumes = VolumeAndFade();
-    const auto add = [&reports](const Record& record) { reports.push_back(record.Payload()); };
-    add(volumes);
-    add(volumes);
-    for (const auto& [name, value] :
-         {std::pair("ic", 0), std::pair("max_power", 31), std::pair("source_mute", 1), std::pair("system_mute", 1),
-          std::pair("system_mute", 0), std::pair("max", 41), std::pair("navi", 21), std::pair("br", 9),
-          std::pair("subwoofer_gain", 9), std::pair("center_gain", 9), std::pair("loud", 0)}) {
-        add(volumes.With(name, value));
-    }
-    for (const char* marked : {"main", "navi", "navi", "call", "voice"}) {
-        add(Record(volumes).Marked(marked));
-    }
-    add(volumes);
-    for (const char* marked : {"ext0", "ext3"}) {
-        add(Record(EQ_EXPEND).With("ext1", 2));
-        add(Record(EQ_EXPEND).With("ext1", 2).Marked(marked));
-    }
-    for (const auto& [name, value] : {std::pair("dbb", 1), std::pair("phase", 180), std::pair("channel", 2),
-                                      std::pair("front", 1), std::pair("rear", 1)}) {
-        add(Record(AUDIO_SETTING).With(name, value));
-    }
-    Record curves = Curves();
-    add(curves);
-    add(curves.With("type", 6));
-    for (int type = 0; type < kEqTypeCount; ++type) {
-        add(curves.With("gain" + std::to_string(kEqBandCount * type), 9));
-    }
-    for (const auto& sources : {Sources({{3, 5}, {4, 6}}), Sources({{4, 6}, {3, 5}}), Sources({{3, 5}, {4, 7}}),
-                                Sources({{3, 5}, {9, 7}}), Sources({{3, 5}}), Sources({}), Sources({{99, 1}})}) {
-        add(sources);
-    }
-    for (const RecordLayout& layout : kRecordLayouts) {
-        reports.push_back(Record(layout.type).Payload(kQueryAnswer));
-    }
-    reports.push_back(curves.With("type", 9).Payload(kQueryAnswer));
-    return reports;
-}
-
 TEST_P(PublicationTest, EachPacketPublishesWhatTheRulesSay) {
-    int number = 0;
-    for (const FakeMcu::Bytes& report : OneChangeEach()) {
-        Report(report);
-        ASSERT_NO_FATAL_FAILURE(Compare("report " + std::to_string(number++)));
+    for (const std::vector<std::string>& row : Cases("reports.txt")) {
+        Report(RecordOf(row[1]).Payload(row[0] == "answer" ? kQueryAnswer : kReport));
+        ASSERT_NO_FATAL_FAILURE(Compare(row.back()));
     }
     const char* wanted = std::getenv("TLG_RANDOM_REPORTS");
     const int count = wanted == nullptr ? 3000 : std::stoi(wanted);

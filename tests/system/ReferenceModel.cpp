@@ -38,8 +38,9 @@ int MarkedOf(const Bytes& volumes) {
 } // namespace
 
 void ReferenceModel::Set(const std::string& group, const Bytes& value) {
-    if (m_values[group] != value) {
-        m_values[group] = value;
+    Bytes& stored = m_values.try_emplace(group, Bytes(value.size(), 0)).first->second;
+    if (stored != value) {
+        stored = value;
         m_raised.insert(group);
     }
 }
@@ -289,8 +290,10 @@ std::string ReferenceModel::ValueOf(const std::string& group) {
     if (group.compare(0, 7, "eqtype_") == 0) {
         return PublishedCurve(m_curves[group[7] - '0']);
     }
-    const Bytes& value = m_values[group];
-    if (const auto members = kMembers.find(group); members != kMembers.end()) {
+    const auto members = kMembers.find(group);
+    const std::size_t size = members == kMembers.end() ? 1 : members->second.size();
+    const Bytes& value = m_values.try_emplace(group, Bytes(size, 0)).first->second;
+    if (members != kMembers.end()) {
         std::string text;
         for (std::size_t i = 0; i < value.size(); ++i) {
             const std::string name = members->second[i];

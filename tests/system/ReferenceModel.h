@@ -59,22 +59,8 @@ private:
     int m_scheme;
     bool m_firstMute = true;
     std::set<std::string> m_raised;
-    // By the attribute's name after "zo", where it has no qualifier.
-    std::map<std::string, Bytes> m_values{{"[n]zoaudiomix", {2}},
-                                          {"alc", {255}},
-                                          {"audio", {0}},
-                                          {"fade_balance", {0, 0, 0, 0}},
-                                          {"subwoofer_gain", {0}},
-                                          {"center_gain", {0}},
-                                          {"loud", {0}},
-                                          {"listen_pos", {0}},
-                                          {"srs", {0}},
-                                          {"dbb", {0}},
-                                          {"eq_type", {0}},
-                                          {"subwoofer", {0, 0, 0}},
-                                          {"speaker_mode", {0, 0}},
-                                          {"front_stereo_filter", {0, 0}},
-                                          {"rear_stereo_filter", {0, 0}}};
+    // By the attribute's name after "zo", where it has no qualifier; before a report all is 0 but for these.
+    std::map<std::string, Bytes> m_values{{"[n]zoaudiomix", {2}}, {"alc", {255}}};
     std::map<std::string, std::vector<std::string>> m_published;
     std::map<int, Bytes> m_curves; // of the EQ types, 15 bytes each; missing: all zero
     Bytes m_sources;               // id and gain of each source

@@ -215,21 +215,30 @@ inline constexpr RecordLayout kRecordLayouts[] = {
     {EQ_EXPEND, "extended-volumes", kExtendedVolumeFields},
 };
 
-/// The layout of a record's type; null where there is none.
-constexpr const RecordLayout* LayoutOf(int type) {
+/// The place of a type's layout in the table; -1 where it has none. (No pointers: g++ can't compare those with null at
+/// compile time under its sanitizers.)
+constexpr int LayoutIndex(int type) {
+    int index = 0;
     for (const RecordLayout& layout : kRecordLayouts) {
         if (layout.type == type) {
-            return &layout;
+            return index;
         }
+        ++index;
     }
-    return nullptr;
+    return -1;
+}
+
+/// The layout of a record's type; null where there is none.
+inline const RecordLayout* LayoutOf(int type) {
+    const int index = LayoutIndex(type);
+    return index < 0 ? nullptr : &kRecordLayouts[index];
 }
 
 /// The layout of a type that has one, found at compile time.
 template <RecordType type>
 constexpr const RecordLayout& Layout() {
-    static_assert(LayoutOf(type) != nullptr);
-    return *LayoutOf(type);
+    static_assert(LayoutIndex(type) >= 0);
+    return kRecordLayouts[LayoutIndex(type)];
 }
 
 #endif

@@ -4,7 +4,6 @@
 
 #include <map>
 #include <memory>
-#include <regex>
 #include <sstream>
 
 #include "tests/support/BrokerClient.h"
@@ -19,11 +18,14 @@ constexpr ppsd::Limits kSmall{{{2, 6, 2}, {20000, 200000, 4000}, {3, 100, 5}, {5
 const std::string kNothing = "(nothing)";
 std::string g_reported;
 
-/// Writes out the characters that are given once, with their number.
+/// Replaces "{C*N}" by N times the character C.
 std::string Expanded(std::string text) {
-    std::smatch part;
-    while (std::regex_search(text, part, std::regex(R"(\{(.)\*(\d+)\})"))) {
-        text = part.prefix().str() + std::string(std::stoul(part[2]), part.str(1)[0]) + part.suffix().str();
+    for (std::size_t star = 0; (star = text.find("*", star + 1)) != std::string::npos;) {
+        const std::size_t end = text.find('}', star);
+        if (star >= 2 && text[star - 2] == '{' && end != std::string::npos) {
+            const std::size_t count = std::stoul(text.substr(star + 1, end - star - 1));
+            text.replace(star - 2, end - star + 3, std::string(count, text[star - 1]));
+        }
     }
     return text;
 }

@@ -94,7 +94,7 @@ struct Attributes {
     StatusAttribute second = kStatusAttributeCount;
 };
 
-struct Step {
+struct Step { // NOLINT(clang-analyzer-optin.performance.Padding): the columns are in the order of the rule
     UpdateFlags flags;
     Attributes attributes;
     void (*carryOut)(Cycle& cycle);

@@ -20,7 +20,7 @@ std::string g_reported;
 
 /// Replaces "{C*N}" by N times the character C.
 std::string Expanded(std::string text) {
-    for (std::size_t star = 0; (star = text.find("*", star + 1)) != std::string::npos;) {
+    for (std::size_t star = 0; (star = text.find('*', star + 1)) != std::string::npos;) {
         const std::size_t end = text.find('}', star);
         if (star >= 2 && text[star - 2] == '{' && end != std::string::npos) {
             const std::size_t count = std::stoul(text.substr(star + 1, end - star - 1));
@@ -54,7 +54,7 @@ public:
         if (!client) {
             client = Connect(who);
         }
-        const std::string answer = client->IsIn() ? Answer(*client, what) : "(not admitted)";
+        std::string answer = client->IsIn() ? Answer(*client, what) : "(not admitted)";
         if (who.find(':') == std::string::npos) {
             client = nullptr;
         }

@@ -90,16 +90,20 @@ rapidjson::ParseResult OtherVerdict(const std::string& text, Handler handler) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(data, std::find(data, data + size, std::uint8_t{0}));
+    std::string text(data, std::find(data, data + size, std::uint8_t{0}));
     JsonDecoder decoder(text);
     if (decoder.IsParsed()) {
-        const rapidjson::ParseResult verdict = OtherVerdict(text, Follower(decoder));
-        Require(!verdict.IsError() || verdict.Code() == rapidjson::kParseErrorNumberTooBig);
-        if (verdict.IsError()) {
-            const std::string rest = text.substr(verdict.Offset());
-            const std::string number = rest.substr(0, rest.find_first_not_of("+-.0123456789eE"));
+        rapidjson::ParseResult verdict = OtherVerdict(text, Follower(decoder));
+        for (int refused = 0; verdict.IsError() && refused < 16; ++refused) {
+            // The number is read alone, and the rest of the text with another one in its place.
+            Require(verdict.Code() == rapidjson::kParseErrorNumberTooBig);
+            const std::size_t end = text.find_first_not_of("+-.0123456789eE", verdict.Offset());
+            const std::string number = text.substr(verdict.Offset(), end - verdict.Offset());
             JsonDecoder alone(number);
             CheckNumber(alone, number);
+            text.replace(verdict.Offset(), number.size(), "0");
+            JsonDecoder others(text);
+            verdict = OtherVerdict(text, Follower(others));
         }
         return 0;
     }

@@ -46,6 +46,30 @@ protected:
     std::function<void()> m_onReturn; ///< called by the return handler
 };
 
+TEST_F(ConnectionTest, AnOutputThatHadNoRoomIsReportedWhenItHas) {
+    // A server that answers an open and then reads nothing.
+    host::Listener listener;
+    ASSERT_TRUE(listener.Open(host::BelowRoot(host::kPpsSocket)));
+    PPSFileBase output{kOutput, &m_controller};
+    std::thread opener([&] { EXPECT_TRUE(output.Open()); });
+    UniqueFd server;
+    EXPECT_TRUE(WaitUntil("the output is opened", [&] {
+        server = listener.Accept();
+        return static_cast<bool>(server);
+    }));
+    EXPECT_EQ(::send(server.Get(), "ok", 2, 0) + ::send(server.Get(), "@x\n", 3, 0), 5);
+    opener.join();
+    EXPECT_TRUE(m_controller.Init() && m_controller.AddOutput(0, &output) && m_controller.Start());
+    while (output.SetPPSIntAttr("@output", "a", 1)) {
+    }
+    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_TRUE(m_controller.Wait(0).empty());
+    for (std::string packet; host::ReceivePacket(server.Get(), packet);) {
+    }
+    EXPECT_EQ(m_controller.Wait(1), Events{"returned 0"});
+    m_controller.Stop();
+}
+
 class McuConnectionTest : public ConnectionTest {
 protected:
     McuConnectionTest() {
@@ -77,6 +101,12 @@ TEST_F(McuConnectionTest, BlocksAreDeliveredAsTheyAre) {
     m_mcu->SendBlock({});
     m_mcu->SendBlock({'b', 'c'});
     EXPECT_EQ(m_controller.Wait(3), (Events{"mcu a", "mcu ", "mcu bc"}));
+    m_controller.HoldInput(m_file.GetKey());
+    EXPECT_TRUE(Send(1)) << "which the MCU does not read";
+    m_mcu->SendBlock({'d'});
+    m_mcu->HangUp();
+    m_controller.ResumeInput(m_file.GetKey());
+    EXPECT_EQ(m_controller.Wait(4).at(3), "mcu d") << "its last words";
 }
 
 TEST_F(McuConnectionTest, WhatTheMcuDoesNotTakeIsKeptInOrderUpToABound) {

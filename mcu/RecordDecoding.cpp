@@ -6,6 +6,16 @@
 #include "mcu/CEQMcuFile.h"
 #include "model/RecordFields.h"
 
+namespace {
+
+constexpr int kSmallestRecord = kRecordDataByte + 1;
+constexpr int kEqTypeByte = Layout<EQ>().fields["type"].byte;
+constexpr int kVolumeAndFadeSize = Layout<VOLUME_AND_FADE_BALANCE>().FixedSize();
+constexpr int kAudioSettingSize = Layout<AUDIO_SETTING>().FixedSize();
+constexpr int kExtendedVolumesSize = Layout<EQ_EXPEND>().FixedSize();
+
+} // namespace
+
 /// Whether there is a store to decode into and data to decode; logs in the caller's name where not.
 bool CEQMcuFile::HasStoreAndData(const char* function, const unsigned char* data) const {
     if (m_pEQData != nullptr && data != nullptr) {
@@ -41,9 +51,8 @@ bool CEQMcuFile::StoreByte(const char* function, const unsigned char* data, int 
     return true;
 }
 
+/// (The message about a short EQ record has three places for the one size.)
 bool CEQMcuFile::ParseRecDataPacket(const unsigned char* payload, int size) {
-    constexpr int kEqTypeByte = Layout<EQ>().fields["type"].byte;
-    constexpr int kSmallestRecord = kRecordDataByte + 1;
     if (payload == nullptr || size < kSmallestRecord) {
         LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
                 "Param error, function return error. pBuf[0x%" PRIxPTR "], nSize[%d], at least need: %d\n",
@@ -54,15 +63,14 @@ bool CEQMcuFile::ParseRecDataPacket(const unsigned char* payload, int size) {
     const int dataSize = size - kRecordDataByte;
     switch (payload[kRecordTypeByte]) {
     case VOLUME_AND_FADE_BALANCE:
-        if (size < Layout<VOLUME_AND_FADE_BALANCE>().FixedSize()) {
+        if (size < kVolumeAndFadeSize) {
             LOGBASE(LOG_LEV_INFO, __FUNCTION__,
                     "case VOLUME_AND_FADE_BALANCE,the data isn't enough, need %d BYTEs, only %d BYTEs\n",
-                    Layout<VOLUME_AND_FADE_BALANCE>().FixedSize(), size);
+                    kVolumeAndFadeSize, size);
         }
         return ParseFadeDataPacket(data, dataSize);
     case EQ:
         if (size == kSmallestRecord) {
-            // The message has three places for the one size.
             LOGBASE(LOG_LEV_ERROR, __FUNCTION__,
                     "case EQ, wrong MCU data size:%d, need > %d, pBuf[%d] saves the eq type\n", size, size, size);
             return false;
@@ -73,17 +81,17 @@ bool CEQMcuFile::ParseRecDataPacket(const unsigned char* payload, int size) {
     case LISTEN_POS:
         return ParseListenPosRecord(data, dataSize);
     case AUDIO_SETTING:
-        if (size < Layout<AUDIO_SETTING>().FixedSize()) {
+        if (size < kAudioSettingSize) {
             LOGBASE(LOG_LEV_INFO, __FUNCTION__,
-                    "case AUDIO_SETTING, the data isn't enough, need %d BYTEs, only %d BYTEs\n",
-                    Layout<AUDIO_SETTING>().FixedSize(), size);
+                    "case AUDIO_SETTING, the data isn't enough, need %d BYTEs, only %d BYTEs\n", kAudioSettingSize,
+                    size);
         }
         return ParseAudioSettingDataPacket(data, dataSize);
     case ALC:
         return ParseALCDataPacket(data, dataSize);
     case EQ_EXPEND:
         // The message is for records that lack two volumes or more; the decoder refuses those that lack one, too.
-        if (size < Layout<EQ_EXPEND>().FixedSize() - 1) {
+        if (size < kExtendedVolumesSize - 1) {
             LOGBASE(LOG_LEV_INFO, __FUNCTION__, "case EQ_EXPEND, the data isn't enough, need %d BYTEs, only %d BYTEs\n",
                     kVolumeCount, size);
         }

@@ -83,6 +83,9 @@ TEST_F(PublisherTest, WritesNothingOfARejectedCode) {
     EXPECT_EQ(TakeErrors(), errors);
     m_status.PublishSRS(1);
     EXPECT_EQ(m_watcher.Read(), "@status\nzosrs:n:1\n") << "nothing came before";
+}
+
+TEST_F(PublisherTest, SomeReportThatAWriteFailed) {
     m_status.Close();
     EXPECT_EQ(m_status.PublishVolume(1, 2, 0, 0, 3) + m_status.PublishExtendInfo({}) + m_status.PublishALC(1) +
                   m_status.PublishSpeakerMode(1, 1) + m_status.PublishLoud(1) + m_device.PublishVolumeStatus(0, 3),

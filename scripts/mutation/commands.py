@@ -50,8 +50,8 @@ class Commands:
         with self.lock:
             if self.stopped:
                 raise Stopped
-            process = subprocess.Popen(list(map(str, command)), cwd=cwd, env=env, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                                       stderr=subprocess.STDOUT, start_new_session=True)
+            process = subprocess.Popen(list(map(str, command)), cwd=cwd, env=env, stdin=subprocess.DEVNULL,
+                                       stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True)
             self.running.add(process)
         try:
             resource.prlimit(process.pid, resource.RLIMIT_AS, (MEMORY, MEMORY))

@@ -54,7 +54,7 @@ public:
         }
     }
 
-    /// Takes so many bytes more from now on.
+    /// Has room for this number of bytes more from now on.
     void MakeRoom(std::size_t bytes) {
         room = bytes;
         if (m_isIn && m_watched) {

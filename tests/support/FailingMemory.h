@@ -6,7 +6,7 @@
 /// While it lives, memory runs out for this thread: from one allocation on, all of them fail.
 class FailingMemory {
 public:
-    /// @param allocations so many succeed
+    /// @param allocations this number succeeds
     explicit FailingMemory(long allocations);
     ~FailingMemory();
     FailingMemory(const FailingMemory&) = delete;

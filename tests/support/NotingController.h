@@ -24,7 +24,7 @@ public:
         Note("mcu " + std::string(reinterpret_cast<char*>(data), static_cast<std::size_t>(length)));
     }
 
-    /// Waits until so many events were delivered; then returns them all.
+    /// Waits until this number of events was delivered; then returns them all.
     std::vector<std::string> Wait(std::size_t count) {
         std::unique_lock<std::mutex> lock(m_mutex);
         m_changed.wait_for(lock, std::chrono::milliseconds(kTestTimeoutMs), [&] { return m_events.size() >= count; });

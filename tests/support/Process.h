@@ -22,7 +22,7 @@ public:
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    /// Waits until the output holds @p text so many times; where it does not come, the failure shows the output.
+    /// Waits until the output holds @p text @p count times; where it does not come, the failure shows the output.
     testing::AssertionResult WaitFor(const std::string& text, std::size_t count = 1);
 
     /// What was printed so far.

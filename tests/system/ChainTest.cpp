@@ -156,7 +156,7 @@ TEST(ChainTest, TheCommandLineHasTwoOptions) {
     for (const auto& [arguments, printed] : cases) {
         std::string output;
         EXPECT_EQ(RunProgram("melvane", arguments, output), 0);
-        EXPECT_EQ(output.substr(output.find("TolvynEQ")), printed) << "behind getopt's own diagnostic";
+        EXPECT_EQ(output.substr(output.find("TolvynEQ")), printed) << "after getopt's own diagnostic";
     }
 }
 

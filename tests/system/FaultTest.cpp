@@ -1,5 +1,5 @@
 // What is published is what the MCU has, whatever went wrong: each fault is injected while commands stream in, ends,
-// and leaves nothing behind. TLG_FAULT_ROUNDS in the environment says how often each is tried.
+// and leaves nothing behind. The environment variable TLG_FAULT_ROUNDS sets how often each is tried.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -45,7 +45,7 @@ public:
     CommandStream(const CommandStream&) = delete;
     CommandStream& operator=(const CommandStream&) = delete;
 
-    /// Waits until so many more commands went in.
+    /// Waits until this number of further commands went in.
     void LetPass(int commands) const {
         const int until = m_written + commands;
         EXPECT_TRUE(WaitUntil("commands went in", [&] { return m_written >= until; }));

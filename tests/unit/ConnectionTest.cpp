@@ -115,7 +115,7 @@ TEST_F(McuConnectionTest, WhatTheMcuDoesNotTakeIsKeptInOrderUpToABound) {
     while (accepted < kPackets && Send(accepted)) {
         ++accepted;
     }
-    ASSERT_GT(accepted, 1024) << "what the device took, and so many more";
+    ASSERT_GT(accepted, 1024) << "what the device took, and 1,024 more";
     ASSERT_LT(accepted, kPackets);
     for (int number = 0; number < accepted; ++number) {
         ASSERT_EQ(Receive(), number);

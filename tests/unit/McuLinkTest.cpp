@@ -10,8 +10,17 @@
 
 /// Sets the packet counter, which would take years to reach its end.
 struct CEQMcuFileTestAccess {
-    static void SetCounter(CEQMcuFile& link, std::int32_t number) { link.m_packetNumber = number; }
-    static std::size_t PendingCount(const CEQMcuFile& link) { return link.m_pending.size(); }
+    static void SetCounter(CEQMcuFile& link, std::int32_t number) {
+        link.Lock();
+        link.m_packetNumber = number;
+        link.UnLock();
+    }
+    static std::size_t PendingCount(CEQMcuFile& link) {
+        link.Lock();
+        const std::size_t count = link.m_pending.size();
+        link.UnLock();
+        return count;
+    }
 };
 
 namespace {
@@ -31,7 +40,7 @@ protected:
         Bytes packet = mcusim::MakePacket(payload, number);
         return m_link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size()));
     }
-    std::size_t Pending() const { return CEQMcuFileTestAccess::PendingCount(m_link); }
+    std::size_t Pending() { return CEQMcuFileTestAccess::PendingCount(m_link); }
 
     TemporaryRoot m_root;
     FakeMcu m_mcu;

@@ -1,5 +1,5 @@
 // PPS text as the service reads it, and as the server saves it. What is written into objects, and what subscribers
-// are told of it, is in the cases of the broker.
+// get of it, is in the cases of the broker.
 #include <gtest/gtest.h>
 #include <sys/pps.h>
 

@@ -15,10 +15,13 @@
 class NotingController : public TLG::ZOCAR::FilesControlBase, public TLG::ZOCAR::IMcuRecvData {
 public:
     void OnAttributeChange(int key, pps_attrib_t* attrib) override {
-        Note(std::to_string(key) + " " + attrib->attr_name + ":" + attrib->encoding + ":" + attrib->value);
+        // Noted last, so that who waits for an event may then free what m_during refers to.
+        const std::string event =
+            std::to_string(key) + " " + attrib->attr_name + ":" + attrib->encoding + ":" + attrib->value;
         if (m_during) {
             m_during();
         }
+        Note(event);
     }
     void OnRecvData(unsigned char* data, int length) override {
         Note("mcu " + std::string(reinterpret_cast<char*>(data), static_cast<std::size_t>(length)));
@@ -37,7 +40,7 @@ public:
         m_changed.notify_all();
     }
 
-    std::function<void()> m_during; ///< called during each delivery of an attribute
+    std::function<void()> m_during; ///< called during each delivery of an attribute, before it is noted
 
 private:
     std::mutex m_mutex;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <sstream>
 
 namespace {
 
@@ -342,35 +343,11 @@ std::string ReferenceModel::PublishedCurve(Bytes curve) const {
 }
 
 void ReferenceModel::PublishRaised() {
-    static const char* const kOrder[] = {"[n]zoaudiomix",
-                                         "alc",
-                                         "audio",
-                                         "volume",
-                                         "srcmute",
-                                         "launch",
-                                         "srcvol",
-                                         "extend",
-                                         "fade_balance",
-                                         "subwoofer_gain",
-                                         "center_gain",
-                                         "source_gain",
-                                         "listen_pos",
-                                         "srs",
-                                         "loud",
-                                         "dbb",
-                                         "subwoofer",
-                                         "speaker_mode",
-                                         "front_stereo_filter",
-                                         "rear_stereo_filter",
-                                         "eq_type",
-                                         "eqtype_0",
-                                         "eqtype_1",
-                                         "eqtype_2",
-                                         "eqtype_3",
-                                         "eqtype_4",
-                                         "eqtype_5",
-                                         "eqtype_6"};
-    for (const std::string group : kOrder) {
+    std::istringstream order("[n]zoaudiomix alc audio volume srcmute launch srcvol extend fade_balance subwoofer_gain "
+                             "center_gain source_gain listen_pos srs loud dbb subwoofer speaker_mode "
+                             "front_stereo_filter rear_stereo_filter eq_type eqtype_0 eqtype_1 eqtype_2 eqtype_3 "
+                             "eqtype_4 eqtype_5 eqtype_6");
+    for (std::string group; order >> group;) {
         if (m_raised.count(group) == 0 || (group == "srcmute" && m_raised.count("volume") != 0) ||
             (group == "extend" && m_raised.count("srcvol") != 0)) {
             continue;

@@ -13,6 +13,11 @@ TEST(Decoder, RefusesWhatIsNoJson) {
     for (const std::vector<std::string>& row : Cases("no_json.txt")) {
         EXPECT_FALSE(JsonDecoder(row[0]).IsParsed()) << row.back();
     }
+    EXPECT_TRUE(JsonDecoder("\"\xC2\x80\xDF\xBF\xE0\xA0\x80\xE0\xBF\xBF\xE1\x80\x80\xEC\xBF\xBF\xED\x80\x80\xED\x9F\xBF"
+                            "\xEE\x80\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF0\xBF\xBF\xBF\xF1\x80\x80\x80\xF3\xBF\xBF\xBF"
+                            "\xF4\x80\x80\x80\xF4\x8F\xBF\xBF\"")
+                    .IsParsed())
+        << "the first and last characters of each form";
 }
 
 // That each number is the double nearest to its text is what the corpus of the JSON fuzzer checks.

@@ -18,7 +18,7 @@ void DecodeReport(benchmark::State& state, int group) {
     CEQData data;
     CEQMcuFile link(nullptr);
     link.AttachData(&data);
-    mcusim::Bytes packet = mcusim::MakePacket(mcusim::Settings().Answer(group), 0);
+    mculink::Bytes packet = mculink::MakePacket(mcusim::Settings().Answer(group), 0);
     for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size())));
     }
@@ -28,8 +28,8 @@ BENCHMARK_CAPTURE(DecodeReport, volume_and_fade, 0);
 BENCHMARK_CAPTURE(DecodeReport, equaliser, 1);
 
 void CopyPacket(benchmark::State& state) {
-    mcusim::Bytes packet = mcusim::MakePacket(mcusim::Settings().Answer(1), 0);
-    mcusim::Bytes copy(packet.size());
+    mculink::Bytes packet = mculink::MakePacket(mcusim::Settings().Answer(1), 0);
+    mculink::Bytes copy(packet.size());
     for ([[maybe_unused]] auto _ : state) {
         std::memcpy(copy.data(), packet.data(), packet.size());
         benchmark::DoNotOptimize(copy.data());

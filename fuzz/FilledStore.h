@@ -16,7 +16,7 @@ inline void FillStore(CEQData& store, CEQMcuFile& link, std::uint8_t state) {
     store.SetVolumeScheme(state & 1);
     mcusim::RandomReports reports(state);
     for (int i = 0; i < kReports; ++i) {
-        mcusim::Bytes packet = reports.Next();
+        mculink::Bytes packet = reports.Next();
         link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size()));
     }
 }

@@ -5,11 +5,11 @@
 #include <string>
 
 #include "fuzz/Require.h"
-#include "tools/mcusim/Packet.h"
+#include "tools/mculink/Packet.h"
 
 namespace {
 
-void CheckLine(const std::string& line, const mcusim::Bytes& payload) {
+void CheckLine(const std::string& line, const mculink::Bytes& payload) {
     Require(std::all_of(line.begin(), line.end(), [](char c) { return c >= ' ' && c <= '~'; }));
     const std::size_t begin = line.rfind('[');
     Require(begin != std::string::npos && line.back() == ']');
@@ -24,18 +24,18 @@ void CheckLine(const std::string& line, const mcusim::Bytes& payload) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view block(reinterpret_cast<const char*>(data), size);
-    mcusim::Packet packet;
-    Require(mcusim::ParsePacket(block, packet) == (size >= sizeof packet.header));
+    mculink::Packet packet;
+    Require(mculink::ParsePacket(block, packet) == (size >= sizeof packet.header));
     if (size < sizeof packet.header) {
         return 0;
     }
     const auto announced = static_cast<std::size_t>(std::max(packet.header.PacketSize, 0));
     Require(packet.payload.size() == std::min(size - sizeof packet.header, announced));
-    CheckLine(mcusim::Describe(packet), packet.payload);
+    CheckLine(mculink::Describe(packet), packet.payload);
 
-    const mcusim::Bytes made = mcusim::MakePacket(packet.payload, packet.header.PacketNo);
-    mcusim::Packet again;
-    Require(mcusim::ParsePacket({reinterpret_cast<const char*>(made.data()), made.size()}, again));
+    const mculink::Bytes made = mculink::MakePacket(packet.payload, packet.header.PacketNo);
+    mculink::Packet again;
+    Require(mculink::ParsePacket({reinterpret_cast<const char*>(made.data()), made.size()}, again));
     Require(again.payload == packet.payload && again.header.PacketNo == packet.header.PacketNo);
     return 0;
 }

@@ -9,12 +9,12 @@
 #include "platform/host/Root.h"
 #include "platform/host/UnixSocket.h"
 #include "tests/support/PpsObjectClient.h"
-#include "tools/mcusim/Packet.h"
+#include "tools/mculink/Packet.h"
 
 /// An MCU in the hands of the test: it does nothing by itself.
 class FakeMcu {
 public:
-    using Bytes = mcusim::Bytes;
+    using Bytes = mculink::Bytes;
 
     FakeMcu() { EXPECT_TRUE(m_listener.Open(host::BelowRoot(TLG::ZOCAR::g_eqMCU.path))); }
 
@@ -29,10 +29,10 @@ public:
     }
 
     /// The next packet of the service; an empty payload when none comes.
-    mcusim::Packet Receive(int timeoutMs = kTestTimeoutMs) const {
-        mcusim::Packet packet;
+    mculink::Packet Receive(int timeoutMs = kTestTimeoutMs) const {
+        mculink::Packet packet;
         const std::string block = ReceiveBlock(timeoutMs);
-        mcusim::ParsePacket(block, packet);
+        mculink::ParsePacket(block, packet);
         return packet;
     }
     std::string ReceiveBlock(int timeoutMs = kTestTimeoutMs) const {
@@ -48,7 +48,7 @@ public:
         EXPECT_EQ(::send(m_connection.Get(), block.data(), block.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(block.size()));
     }
-    void Send(const Bytes& payload, std::int32_t number = 0) const { SendBlock(mcusim::MakePacket(payload, number)); }
+    void Send(const Bytes& payload, std::int32_t number = 0) const { SendBlock(mculink::MakePacket(payload, number)); }
     void Acknowledge(std::int32_t number, std::uint8_t status = 0) const { Send({136, status}, number); }
 
     void HangUp() { m_connection.Reset(); }

@@ -8,9 +8,9 @@
 #include <sstream>
 #include <string>
 
-#include "tools/mcusim/Record.h"
+#include "tools/mculink/Record.h"
 
-using mcusim::Record;
+using mculink::Record;
 
 /// Each field has a value of its own.
 inline Record VolumeAndFade() {

@@ -44,7 +44,7 @@ TEST(ChainTest, TwoStepsBeforeTheFirstAcknowledgementStartFromTheSameVolume) {
     ASSERT_TRUE(service.WaitFor("[UpdatePPS]-end"));
     for (const int number : {1, 2}) {
         ASSERT_TRUE(WriteObject(kControl, "zovolume::1"));
-        const mcusim::Packet packet = mcu.Receive();
+        const mculink::Packet packet = mcu.Receive();
         EXPECT_EQ(packet.header.PacketNo, number);
         EXPECT_EQ(packet.payload[4], 0x80 | 11) << "nothing was acknowledged yet";
     }

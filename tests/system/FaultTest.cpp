@@ -91,7 +91,7 @@ std::map<int, Payload> RecordsOf(int settings) {
         settings == kFirstSettings ? mcusim::Settings() : mcusim::Settings(static_cast<std::uint32_t>(settings));
     std::map<int, Payload> records;
     for (const RecordLayout& layout : kRecordLayouts) {
-        const mcusim::Bytes answer = mcu.Answer(layout.type);
+        const mculink::Bytes answer = mcu.Answer(layout.type);
         records[layout.type].assign(answer.begin(), answer.end());
     }
     return records;

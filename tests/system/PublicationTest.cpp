@@ -30,12 +30,12 @@ protected:
 
     void Send(const FakeMcu::Bytes& packet) {
         m_mcu.SendBlock(packet);
-        mcusim::Packet sent;
-        if (mcusim::ParsePacket(mcusim::View(packet), sent)) {
+        mculink::Packet sent;
+        if (mculink::ParsePacket(mculink::View(packet), sent)) {
             m_reference.Receive(sent.header.Cmd, sent.header.PacketSize, {sent.payload.begin(), sent.payload.end()});
         }
     }
-    void Report(const FakeMcu::Bytes& payload) { Send(mcusim::MakePacket(payload, 0)); }
+    void Report(const FakeMcu::Bytes& payload) { Send(mculink::MakePacket(payload, 0)); }
 
     /// Waits until as many lines were published as must be, and compares them. One too many shows in a later call.
     void Compare(const std::string& after) {

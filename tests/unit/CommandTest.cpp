@@ -11,7 +11,7 @@
 
 namespace {
 
-using mcusim::Bytes;
+using mculink::Bytes;
 
 const Record kStored[] = {
     VolumeAndFade(),

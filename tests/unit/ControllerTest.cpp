@@ -78,7 +78,7 @@ protected:
     }
 
     void Receive(const FakeMcu::Bytes& payload) {
-        FakeMcu::Bytes packet = mcusim::MakePacket(payload, 0);
+        FakeMcu::Bytes packet = mculink::MakePacket(payload, 0);
         m_controller.OnRecvData(packet.data(), static_cast<int>(packet.size()));
     }
 

@@ -37,7 +37,7 @@ protected:
     }
 
     bool Process(const Bytes& payload, std::int32_t number = 0) {
-        Bytes packet = mcusim::MakePacket(payload, number);
+        Bytes packet = mculink::MakePacket(payload, number);
         return m_link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size()));
     }
     std::size_t Pending() { return CEQMcuFileTestAccess::PendingCount(m_link); }
@@ -50,7 +50,7 @@ protected:
 
 TEST_F(McuLinkTest, FramesEveryCommand) {
     const auto receives = [this](const Bytes& payload, const std::vector<int>& fields) {
-        const mcusim::Packet packet = m_mcu.Receive();
+        const mculink::Packet packet = m_mcu.Receive();
         const auto& h = packet.header;
         EXPECT_EQ(Bytes(packet.payload), payload);
         EXPECT_EQ((std::vector<int>{h.PacketSize, h.Cmd, h.Reply, h.Report, h.Fixed[0], h.Fixed[1], h.PacketNo}),
@@ -104,7 +104,7 @@ TEST_F(McuLinkTest, AnAcknowledgementAppliesTheRememberedRecordOnce) {
 }
 
 TEST_F(McuLinkTest, RejectsBrokenBlocks) {
-    Bytes block = mcusim::MakePacket({138, 2, 5, 9}, 0);
+    Bytes block = mculink::MakePacket({138, 2, 5, 9}, 0);
     const auto process = [&](int size, int packetSize) {
         Bytes copy(block.begin(), block.begin() + size);
         std::memcpy(copy.data(), &packetSize, std::min<std::size_t>(sizeof packetSize, copy.size()));

@@ -10,7 +10,7 @@
 
 namespace {
 
-using mcusim::Bytes;
+using mculink::Bytes;
 
 class RecordDecodingTest : public testing::Test {
 protected:

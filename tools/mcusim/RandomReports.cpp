@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "tools/mcusim/Record.h"
+#include "tools/mculink/Record.h"
 
 namespace mcusim {
 
@@ -22,7 +22,7 @@ int RandomReports::Value(const RecordField& field, int band) {
 
 /// A record of the layout's type with some number of entries.
 Bytes RandomReports::RecordOf(const RecordLayout& layout) {
-    Record record(layout.type);
+    mculink::Record record(layout.type);
     const int groups = layout.entries.fields.IsEmpty() ? 0 : Below(layout.entries.maxGroups + 3);
     for (int entry = 0; entry < groups * layout.entries.perGroup; ++entry) {
         for (const RecordField& field : layout.entries.fields) {
@@ -59,7 +59,7 @@ Bytes RandomReports::Next() {
     if (Below(4) == 0) {
         Damage(payload);
     }
-    Bytes packet = MakePacket(payload, 0);
+    Bytes packet = mculink::MakePacket(payload, 0);
     if (Below(20) == 0) {
         // A header with a wrong payload length, or a block that is shorter than a header.
         if (Below(2) == 0) {

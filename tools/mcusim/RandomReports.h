@@ -4,9 +4,11 @@
 #include <random>
 
 #include "model/RecordFields.h"
-#include "tools/mcusim/Packet.h"
+#include "tools/mculink/Packet.h"
 
 namespace mcusim {
+
+using mculink::Bytes;
 
 /// An endless sequence of unasked packets, valid and invalid ones of every kind. The same seed gives the
 /// same sequence.

@@ -10,14 +10,15 @@ namespace {
 /// Gives every field of a record some value that it accepts.
 void Randomise(Record& record, std::mt19937& random) {
     const RecordLayout& layout = *LayoutOf(record.Type());
-    ForEachField(layout, record.Payload().size(), [&](const RecordField& field, std::size_t /*byte*/, int entry) {
-        const auto choices = static_cast<std::uint32_t>((field.range.max - field.range.min) / field.bits.unit + 1);
-        int value = 0;
-        do {
-            value = field.range.min + static_cast<int>(random() % choices) * field.bits.unit;
-        } while (!field.Allows(value, entry < 0 ? 0 : entry % layout.entries.perGroup));
-        record.With(entry < 0 ? field.name : field.name + std::to_string(entry), value);
-    });
+    mculink::ForEachField(
+        layout, record.Payload().size(), [&](const RecordField& field, std::size_t /*byte*/, int entry) {
+            const auto choices = static_cast<std::uint32_t>((field.range.max - field.range.min) / field.bits.unit + 1);
+            int value = 0;
+            do {
+                value = field.range.min + static_cast<int>(random() % choices) * field.bits.unit;
+            } while (!field.Allows(value, entry < 0 ? 0 : entry % layout.entries.perGroup));
+            record.With(entry < 0 ? field.name : field.name + std::to_string(entry), value);
+        });
 }
 
 /// Levels that the maximum allows, of a processor that is ready.

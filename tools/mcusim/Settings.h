@@ -4,9 +4,12 @@
 #include <map>
 #include <string>
 
-#include "tools/mcusim/Record.h"
+#include "tools/mculink/Record.h"
 
 namespace mcusim {
+
+using mculink::Bytes;
+using mculink::Record;
 
 /// The settings of the simulated MCU, kept as setting records. Change marks are set in reports only, and not kept.
 class Settings {

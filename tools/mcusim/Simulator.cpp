@@ -134,8 +134,8 @@ void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
 
 void Simulator::Answer(std::uint64_t id, std::string_view block) {
     Trace("<-", block);
-    Packet packet;
-    if (!ParsePacket(block, packet) || packet.payload.empty()) {
+    mculink::Packet packet;
+    if (!mculink::ParsePacket(block, packet) || packet.payload.empty()) {
         return;
     }
     const std::int32_t number = packet.header.PacketNo;
@@ -180,7 +180,7 @@ void Simulator::Reply(std::uint64_t id, const Bytes& payload, std::int32_t numbe
         return;
     }
     const std::int32_t otherNumber = number < kOtherNumber ? number + kOtherNumber : number - kOtherNumber;
-    Bytes packet = MakePacket(payload, m_faults.Happens(Fault::kRenumber) ? otherNumber : number);
+    Bytes packet = mculink::MakePacket(payload, m_faults.Happens(Fault::kRenumber) ? otherNumber : number);
     if (m_faults.Happens(Fault::kCorrupt)) {
         // By turns: a payload that is not as long as announced, or less than a header.
         const bool isCut = std::exchange(m_cutNext, !m_cutNext);
@@ -217,7 +217,7 @@ void Simulator::SendPacket(Connection& connection, const Bytes& packet) {
     if (connection.outbox.size() >= kMaxWaiting || m_faults.IsOn(Fault::kSilence)) {
         return;
     }
-    Trace("->", View(packet));
+    Trace("->", mculink::View(packet));
     connection.outbox.push_back(packet);
     Flush(connection);
 }
@@ -225,7 +225,7 @@ void Simulator::SendPacket(Connection& connection, const Bytes& packet) {
 void Simulator::Broadcast(const Bytes& payload) {
     for (auto& [id, connection] : m_connections) {
         if (connection.outbox.size() < kMaxWaitingReports) {
-            SendPacket(connection, MakePacket(payload, 0));
+            SendPacket(connection, mculink::MakePacket(payload, 0));
         }
     }
 }
@@ -299,9 +299,10 @@ void Simulator::Trace(const char* direction, std::string_view block) const {
     if (!m_options.trace) {
         return;
     }
-    Packet packet;
-    const std::string text =
-        ParsePacket(block, packet) ? Describe(packet) : "a block of " + std::to_string(block.size()) + " bytes";
+    mculink::Packet packet;
+    const std::string text = mculink::ParsePacket(block, packet)
+                                 ? mculink::Describe(packet)
+                                 : "a block of " + std::to_string(block.size()) + " bytes";
     std::printf("%s %s\n", direction, text.c_str());
     std::fflush(stdout);
 }

@@ -91,9 +91,9 @@ void Simulator::Restart(std::optional<std::uint32_t> seed) {
 std::string Simulator::Show() const {
     std::string text;
     for (const RecordLayout& layout : kRecordLayouts) {
-        Packet packet;
-        ParsePacket(View(MakePacket(m_settings.Answer(layout.type), 0)), packet);
-        text += Describe(packet) + "\n";
+        mculink::Packet packet;
+        mculink::ParsePacket(mculink::View(mculink::MakePacket(m_settings.Answer(layout.type), 0)), packet);
+        text += mculink::Describe(packet) + "\n";
     }
     return text + "received commands=" + std::to_string(m_counts.commands) + " keys=" + std::to_string(m_counts.keys) +
            " queries=" + std::to_string(m_counts.queries);

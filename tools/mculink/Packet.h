@@ -1,5 +1,5 @@
-#ifndef TLG_TOOLS_MCUSIM_PACKET_H
-#define TLG_TOOLS_MCUSIM_PACKET_H
+#ifndef TLG_TOOLS_MCULINK_PACKET_H
+#define TLG_TOOLS_MCULINK_PACKET_H
 
 #include <cstdint>
 #include <string>
@@ -8,7 +8,7 @@
 
 #include "framework/McuPacket.h"
 
-namespace mcusim {
+namespace mculink {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -33,6 +33,6 @@ bool ParsePacket(std::string_view block, Packet& packet);
 /// One line with every field of a packet, and its payload in hexadecimal.
 std::string Describe(const Packet& packet);
 
-} // namespace mcusim
+} // namespace mculink
 
 #endif

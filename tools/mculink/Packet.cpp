@@ -1,12 +1,12 @@
-#include "tools/mcusim/Packet.h"
+#include "tools/mculink/Packet.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "model/McuCommands.h"
-#include "tools/mcusim/Record.h"
+#include "tools/mculink/Record.h"
 
-namespace mcusim {
+namespace mculink {
 
 namespace {
 
@@ -116,4 +116,4 @@ std::string Describe(const Packet& packet) {
     return text + "]";
 }
 
-} // namespace mcusim
+} // namespace mculink

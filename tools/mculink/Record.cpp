@@ -1,11 +1,11 @@
-#include "tools/mcusim/Record.h"
+#include "tools/mculink/Record.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
-namespace mcusim {
+namespace mculink {
 
 Record::Record(RecordType type) : m_payload(static_cast<std::size_t>(LayoutOf(type)->FixedSize())) {
     m_payload[1] = kControlRecordMark;
@@ -98,4 +98,4 @@ Bytes Record::Payload(McuCommand command) const {
     return payload;
 }
 
-} // namespace mcusim
+} // namespace mculink

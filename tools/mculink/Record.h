@@ -1,14 +1,14 @@
-#ifndef TLG_TOOLS_MCUSIM_RECORD_H
-#define TLG_TOOLS_MCUSIM_RECORD_H
+#ifndef TLG_TOOLS_MCULINK_RECORD_H
+#define TLG_TOOLS_MCULINK_RECORD_H
 
 #include <initializer_list>
 #include <string_view>
 
 #include "model/McuCommands.h"
 #include "model/RecordFields.h"
-#include "tools/mcusim/Packet.h"
+#include "tools/mculink/Packet.h"
 
-namespace mcusim {
+namespace mculink {
 
 /// A setting record that is built and read by the names of its fields. Those of an entry have its number after the
 /// name, from 0 on: "gain3".
@@ -71,6 +71,6 @@ void ForEachField(const RecordLayout& layout, std::size_t size, Visit visit) {
     }
 }
 
-} // namespace mcusim
+} // namespace mculink
 
 #endif

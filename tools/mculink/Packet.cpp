@@ -3,81 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "model/McuCommands.h"
-#include "tools/mculink/Record.h"
+#include "tools/mculink/PacketFields.h"
 
 namespace mculink {
 
-namespace {
-
 using TLG::ZOCAR::PacketHeader_s;
-
-/// The name of a field and its value. A star after it stands for the change mark of a volume.
-std::string FieldText(const std::string& name, const RecordField& field, std::uint8_t content) {
-    return " " + name + "=" + std::to_string(field.ValueIn(content)) + (field.IsMarked(content) ? "*" : "");
-}
-
-/// The fields of a record; " (cut)" where the payload ends within it.
-std::string DescribeRecord(const Bytes& payload) {
-    const RecordLayout* layout = payload.size() <= kRecordTypeByte ? nullptr : LayoutOf(payload[kRecordTypeByte]);
-    if (layout == nullptr) {
-        return " unknown-record";
-    }
-    std::string text = " " + std::string(layout->name);
-    bool isCut = false;
-    ForEachField(*layout, payload.size(), [&](const RecordField& field, std::size_t byte, int entry) {
-        const bool isOfBand = entry >= 0 && layout->entries.perGroup > 1;
-        if (isOfBand && field.byte == 0 && entry % layout->entries.perGroup == 0) {
-            text += " type_" + std::to_string(entry / layout->entries.perGroup);
-        }
-        if (byte >= payload.size()) {
-            text += isCut ? "" : " (cut)";
-            isCut = true;
-            return;
-        }
-        const std::string band = isOfBand ? std::to_string(entry % layout->entries.perGroup + 1) : "";
-        text += FieldText(field.name + band, field, payload[byte]);
-    });
-    return text;
-}
-
-/// The bytes of a payload that is not a record, each with its name.
-std::string DescribeBytes(const Bytes& payload, std::initializer_list<const char*> names) {
-    std::string text;
-    std::size_t byte = 1;
-    for (const char* name : names) {
-        if (byte >= payload.size()) {
-            return text + " (cut)";
-        }
-        text.append(" ").append(name).append("=").append(std::to_string(payload[byte++]));
-    }
-    return text;
-}
-
-std::string DescribePayload(const PacketHeader_s& header, const Bytes& payload) {
-    switch (header.Cmd) {
-    case kControlCommand:
-        return "control" + DescribeRecord(payload);
-    case kQueryAnswer:
-        return "answer" + DescribeRecord(payload);
-    case kReport:
-        return "report" + DescribeRecord(payload);
-    case kQueryCommand:
-        return "query" + DescribeBytes(payload, {"group"});
-    case kKeyCommand:
-        return "key" + DescribeBytes(payload, {"key", "mute", "type"});
-    case kAudioMixCommand:
-        return "audio-mix" + DescribeBytes(payload, {"mix"});
-    case kAcknowledgement:
-        return "acknowledgement" + DescribeBytes(payload, {"status"});
-    case kAudioMixReport:
-        return "audio-mix-report" + DescribeBytes(payload, {"mix"});
-    default:
-        return "unknown";
-    }
-}
-
-} // namespace
 
 Bytes MakePacket(const Bytes& payload, std::int32_t number) {
     const PacketHeader_s header{
@@ -106,14 +36,20 @@ std::string Describe(const Packet& packet) {
     text += " cmd=" + std::to_string(packet.header.Cmd);
     text += " reply=" + std::to_string(packet.header.Reply) + "," + std::to_string(packet.header.Report) + "," +
             std::to_string(packet.header.Fixed[0]) + "," + std::to_string(packet.header.Fixed[1]) + " ";
-    text += DescribePayload(packet.header, packet.payload) + " [";
+    const PacketFields fields = FieldsOf(packet);
+    text += fields.command + (fields.record.empty() ? "" : " " + fields.record) + TextOf(fields);
+    return text + " [" + HexOf(packet.payload) + "]";
+}
+
+std::string HexOf(const Bytes& bytes) {
     static constexpr char kDigits[] = "0123456789abcdef";
-    for (std::size_t i = 0; i < packet.payload.size(); ++i) {
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
         text.append(i == 0 ? "" : " ");
-        text += kDigits[packet.payload[i] >> 4];
-        text += kDigits[packet.payload[i] & 0xF];
+        text += kDigits[bytes[i] >> 4];
+        text += kDigits[bytes[i] & 0xF];
     }
-    return text + "]";
+    return text;
 }
 
 } // namespace mculink

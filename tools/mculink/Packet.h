@@ -33,6 +33,9 @@ bool ParsePacket(std::string_view block, Packet& packet);
 /// One line with every field of a packet, and its payload in hexadecimal.
 std::string Describe(const Packet& packet);
 
+/// Bytes in hexadecimal, with a blank between two.
+std::string HexOf(const Bytes& bytes);
+
 } // namespace mculink
 
 #endif

@@ -194,8 +194,12 @@ void Multiplexer::Hold(int key, Holding holding) {
     const MutexLock lock(m_mutex);
     const auto found = m_entries.find(key);
     if (found != m_entries.end() && found->second.input) {
-        found->second.input->isHeld = holding == Holding::kHeld;
-        found->second.input->isHeldAfterBlock = holding == Holding::kHeldAfterBlock;
+        Input& input = *found->second.input;
+        // An input that still waits for its block goes on doing so when it is to be held.
+        const bool awaitsBlock =
+            holding == Holding::kHeldAfterBlock || (holding == Holding::kHeld && input.isHeldAfterBlock);
+        input.isHeld = holding == Holding::kHeld && !awaitsBlock;
+        input.isHeldAfterBlock = awaitsBlock;
         RequestAttention();
     }
 }

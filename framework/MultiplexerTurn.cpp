@@ -116,8 +116,9 @@ void Multiplexer::WithClaimed(int key, Delivery deliver) {
 void Multiplexer::Deliver(int key, std::uint32_t events) {
     WithClaimed(key, [&](Entry& entry) {
         if ((events & EPOLLOUT) != 0) {
-            if (entry.connection->Flush()) {
-                m_lacking.insert(key);
+            const bool isNew = m_lacking.insert(key).second; // first, as it may lack memory
+            if (!entry.connection->Flush() && isNew) {
+                m_lacking.erase(key);
             }
             m_needsAttention = true;
         }
@@ -156,9 +157,10 @@ void Multiplexer::Receive(int key, Entry& entry) {
     }
 }
 
-/// Delivers the first lines of a text that was just read, and keeps the others for the next turns.
+/// Delivers the first lines of a text that was just read, and keeps the others for the next turns. A block after which
+/// the input is held is delivered whole.
 void Multiplexer::DeliverLines(const Entry& entry, unsigned char* text, std::size_t length) {
-    const std::size_t part = LengthOfLines(text, length, kLinesPerTurn);
+    const std::size_t part = entry.input->isHeldAfterBlock ? length : LengthOfLines(text, length, kLinesPerTurn);
     if (part < length) {
         entry.input->rest.assign(text + part, text + length);
         entry.input->delivered = 0;

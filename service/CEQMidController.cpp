@@ -44,6 +44,9 @@ bool CEQMidController::Start() {
     AddOutput(m_EQSetting.GetKey(), &m_EQSetting);
     AddOutput(m_systemDevStatus.GetKey(), &m_systemDevStatus);
     SetReturnHandler([this](const std::vector<int>& keys) { OnFilesReturned(keys); });
+    // What the navigation object holds already is no request. It is read before the first volumes, while requests are
+    // still ignored; what is written from then on waits.
+    HoldInputAfterBlock(m_gpsStatus.GetKey());
     HoldCommands();
     if (!FilesControlBase::Start()) {
         return false;

@@ -17,13 +17,7 @@ constexpr std::chrono::milliseconds kAnswerTimeout(500);
 void CEQMidController::HoldCommands() {
     m_settingsWait.Start();
     HoldInput(m_EQControl.GetKey());
-    if (m_bNaviVolEnabled) {
-        HoldInput(m_gpsStatus.GetKey());
-    } else {
-        // What the object holds already is no request. It is read before the first volumes, while requests are still
-        // ignored; what is written from now on waits.
-        HoldInputAfterBlock(m_gpsStatus.GetKey());
-    }
+    HoldInput(m_gpsStatus.GetKey());
 }
 
 void CEQMidController::ResumeCommands() {

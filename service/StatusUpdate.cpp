@@ -1,6 +1,8 @@
 // The update cycle: a table of steps, carried out in its order. A step with flags is carried out when one of them is
 // raised; they are cleared before its calls or after them. Nothing is locked meanwhile; a publisher that fails does not
 // stop the cycle.
+#include <new>
+
 #include "framework/LogBase.h"
 #include "service/CEQMidController.h"
 #include "service/SyncLaunch.h"
@@ -171,6 +173,16 @@ bool IsDue(const Step& step, CEQData& store) {
     return step.clear == Clear::kBefore ? store.TestAndClear(step.flags) : store.IsRaised(step.flags);
 }
 
+/// Where memory runs out, the step is due again with the next packet.
+void CarryOut(const Step& step, Cycle& cycle, CEQData& store) {
+    try {
+        step.carryOut(cycle);
+    } catch (const std::bad_alloc&) {
+        store.Raise(step.flags);
+        throw;
+    }
+}
+
 } // namespace
 
 void CEQMidController::UpdatePPS() {
@@ -179,7 +191,7 @@ void CEQMidController::UpdatePPS() {
         if (!IsDue(step, m_EQData)) {
             continue;
         }
-        step.carryOut(cycle);
+        CarryOut(step, cycle, m_EQData);
         if (step.clear == Clear::kAfter) {
             m_EQData.TestAndClear(step.flags);
         }

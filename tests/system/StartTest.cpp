@@ -77,12 +77,22 @@ TEST(StartTest, WhatTheNavigationObjectHoldsFromBeforeIsNoRequestButWhatComesBef
     bench.StopService();
     Order("volume navi 8");
     Order("delay 200");
+    // More lines than are delivered in one turn, and the percentage after them.
+    std::string lines = "-navivolume\n";
+    std::string deletions;
+    for (int i = 0; i < 40; ++i) {
+        lines += "other" + std::to_string(i) + "::\n";
+        deletions += "-other" + std::to_string(i) + "\n";
+    }
+    ASSERT_TRUE(WriteObject(kNavigation, lines + "navivolume:n:75"));
     const int commands = Received("commands");
     const int queries = Received("queries");
     bench.service = std::make_unique<Process>("melvane");
     WaitForQueries(queries + 7);
+    Order("hangup");
     ASSERT_TRUE(WriteObject(kNavigation, "navivolume:n:50"));
     EXPECT_TRUE(WaitUntil("the MCU has 50 percent", [] { return McuRecords()[0][kNaviByte] == 20; }));
+    ASSERT_TRUE(WriteObject(kNavigation, deletions));
     ASSERT_TRUE(IsTrueSoon());
     EXPECT_EQ(Received("commands"), commands + 1);
 }

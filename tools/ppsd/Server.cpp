@@ -77,7 +77,10 @@ bool Server::Load(std::string& error) {
 
 bool Server::Run(int stopFd) {
     using Clock = std::chrono::steady_clock;
-    m_epoll.Add(stopFd, EPOLLIN, kStopId);
+    if (!m_epoll.Add(stopFd, EPOLLIN, kStopId)) {
+        Report("cannot wait for signals", std::strerror(errno));
+        return false;
+    }
     auto nextSave = Clock::now() + m_options.saveInterval;
     while (!Turn(TimeoutMs(nextSave - Clock::now())).stop) {
         if (m_options.saveInterval.count() > 0 && Clock::now() >= nextSave) {

@@ -149,5 +149,5 @@ class Worker:
             return self.verdict(folder)
         finally:
             path.write_text(text)
-            for left in self.temporary.iterdir():
-                shutil.rmtree(left, ignore_errors=True) if left.is_dir() else left.unlink()
+            for left in self.temporary.iterdir():  # a process that still ends may remove some of it itself
+                shutil.rmtree(left, ignore_errors=True) if left.is_dir() else left.unlink(missing_ok=True)

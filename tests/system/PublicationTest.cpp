@@ -12,12 +12,14 @@
 
 namespace {
 
+constexpr const char* kLauncher = "/pps/services/app-launcher";
+
 class PublicationTest : public testing::TestWithParam<int> {
 protected:
     PublicationTest() {
         m_chain.root.WriteFile("/zoapps/etc/volume.conf", "scheme=" + std::to_string(GetParam()) + ";");
-        for (const char* path : {kStatus, "/pps/tolvyn/eq/settings", "/pps/tolvyn/system/dev_status", kNavigation,
-                                 "/pps/services/app-launcher"}) {
+        for (const char* path :
+             {kStatus, "/pps/tolvyn/eq/settings", "/pps/tolvyn/system/dev_status", kNavigation, kLauncher}) {
             const std::string name = std::string(path).substr(std::string(path).rfind('/') + 1);
             m_watchers.emplace(name, std::string(path) + "?delta").first->second.Read();
         }
@@ -58,6 +60,10 @@ protected:
             }
             ASSERT_EQ(seen, found->second) << object << " after " << after;
         }
+        // Launch requests are all alike, so that one too many shows in their number alone.
+        ASSERT_TRUE(WriteObject(kLauncher, "marker::1"));
+        const std::string rest = m_watchers.at("app-launcher").ReadUntil("marker::1");
+        ASSERT_EQ(rest.find("req:"), std::string::npos) << "a launch request too many after " << after;
     }
 
     Chain m_chain;

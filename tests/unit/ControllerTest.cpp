@@ -36,12 +36,6 @@ TEST(ConfigurationFile, ReadsTheScheme) {
     EXPECT_EQ(TakeErrors(), "_Melvane_[ReadFile]-read 0\n_Melvane_[ReadFile]-open fail");
 }
 
-TEST(ConfigurationFile, FindsNumbers) {
-    EXPECT_EQ(ConfigurationFile::GetIntFromStr("a12-3;004x"), (std::vector<unsigned>{12, 3, 4}));
-    EXPECT_EQ(ConfigurationFile::GetIntFromStr("4294967296"), std::vector<unsigned>{0});
-    EXPECT_TRUE(ConfigurationFile::GetIntFromStr("").empty());
-}
-
 TEST(SyncLaunch, WritesOneRequest) {
     const TemporaryRoot root;
     const LocalServer server;
@@ -105,21 +99,6 @@ TEST_F(ControllerTest, NavigationRequestsWaitForTheFirstVolumes) {
     Change(5, "navivolume", "50");
     Change(5, "navivolume", "100");
     EXPECT_EQ(m_bench.mcu.Receive().payload[6], 40) << "neither the early request nor the echo was sent";
-}
-
-TEST_F(ControllerTest, WithoutTheMcuInitFailsAndStartSendsNothing) {
-    CEQMidController controller;
-    {
-        const TemporaryRoot root;
-        const LocalServer server;
-        TakeLog();
-        EXPECT_FALSE(controller.Init());
-        EXPECT_EQ(TakeErrors(), "_Melvane_[Open]-can't open the device /dev/name/local/tolvyn/resmgr/mcucom/eq: No "
-                                "such file or directory");
-        EXPECT_EQ(StateOf("/pps/tolvyn/navigation/gps_status"), "@gps_status\n") << "the others were opened";
-    }
-    CEQMidController unprepared;
-    EXPECT_FALSE(unprepared.Start()) << "the multiplexer was not prepared";
 }
 
 } // namespace

@@ -18,7 +18,7 @@
 
 namespace {
 
-enum class Kind { Pipe, Terminal, Stream, Packets };
+enum class Kind { Pipe, Terminal, Stream, Packets, File };
 
 /// Has standard error go into something of that kind while it lives.
 class StandardError {
@@ -29,6 +29,7 @@ public:
         ::cfmakeraw(&raw);
         const int error = kind == Kind::Pipe       ? ::pipe(ends)
                           : kind == Kind::Terminal ? ::openpty(&ends[0], &ends[1], nullptr, &raw, nullptr)
+                          : kind == Kind::File     ? OpenFile(ends)
                           : kind == Kind::Stream   ? ::socketpair(AF_UNIX, SOCK_STREAM, 0, ends)
                                                    : ::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends);
         EXPECT_EQ(error, 0);
@@ -55,6 +56,12 @@ public:
     }
 
 private:
+    static int OpenFile(int* ends) {
+        ends[1] = ::memfd_create("log", 0);
+        ends[0] = ::open(("/proc/self/fd/" + std::to_string(ends[1])).c_str(), O_RDONLY);
+        return ends[0] < 0 ? -1 : 0;
+    }
+
     UniqueFd m_former;
     UniqueFd m_read;
 };
@@ -111,6 +118,13 @@ TEST(Slog, DropsWhatNobodyTakesAndTellsHowMany) {
         EXPECT_TRUE(text == expected + "4 0x0 end\n");
         EXPECT_EQ(::fcntl(STDERR_FILENO, F_GETFL) & O_NONBLOCK, 0) << "others share the descriptor";
     }
+}
+
+TEST(Slog, WritesAfterWhatAFileHas) {
+    const StandardError standardError(Kind::File);
+    ::dprintf(STDERR_FILENO, "first\n");
+    slogf(1, _SLOG_ERROR, "second");
+    EXPECT_EQ(standardError.Drain(), "first\n2 0x1 second\n");
 }
 
 TEST(Slog, TellsOfTheLossAtTheEndOfTheProcess) {

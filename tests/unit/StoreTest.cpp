@@ -5,17 +5,6 @@
 
 namespace {
 
-TEST(Store, StartsWithNothingReported) {
-    const CEQData data;
-    EXPECT_EQ(data.GetAudioMixData(), 2);
-    EXPECT_EQ(data.GetALCData(), 255);
-    EXPECT_EQ(data.GetPowerStatus(), 3);
-    EXPECT_EQ(data.GetEqTypeDate().TypeNum, 7);
-    EXPECT_EQ(data.GetVolumeData().tSrcVol.ChangeStatus, 2);
-    EXPECT_EQ(data.GetVolumeData().tSrcVol.SysMuteFirst, 1);
-    EXPECT_EQ(data.GetCarPlayVolumeData().tCarPlayVol.VolType, 4);
-}
-
 // Which settings raise which flags, and for a change only, shows in what the update cycle publishes.
 TEST(Store, ComparesCurvesByGainFreqAndQ) {
     CEQData data;

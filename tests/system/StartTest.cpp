@@ -91,10 +91,20 @@ TEST(StartTest, WhatTheNavigationObjectHoldsFromBeforeIsNoRequestButWhatComesBef
     WaitForQueries(queries + 7);
     Order("hangup");
     ASSERT_TRUE(WriteObject(kNavigation, "navivolume:n:50"));
+    WaitForQueries(queries + 14);
     EXPECT_TRUE(WaitUntil("the MCU has 50 percent", [] { return McuRecords()[0][kNaviByte] == 20; }));
     ASSERT_TRUE(WriteObject(kNavigation, deletions));
     ASSERT_TRUE(IsTrueSoon());
     EXPECT_EQ(Received("commands"), commands + 1);
+    // After a restart of the MCU a request waits as well, and is then built from the new settings.
+    Order("restart 7");
+    Order("delay 200");
+    WaitForQueries(queries + 21);
+    std::map<int, Payload> expected = McuRecords();
+    ASSERT_TRUE(WriteObject(kNavigation, "navivolume:n:100"));
+    expected[0][kNaviByte] = expected[0][5];
+    EXPECT_TRUE(WaitUntil("the MCU has 100 percent", [&] { return McuRecords()[0][kNaviByte] == expected[0][5]; }));
+    EXPECT_EQ(McuRecords(), expected);
 }
 
 TEST(StartTest, CommandsGoOnWhereTheMcuDoesNotAnswer) {

@@ -18,25 +18,30 @@ void PacketStream::Add(std::string_view bytes) {
 
 std::optional<std::string> PacketStream::Next() {
     while (const std::optional<std::size_t> size = AnnouncedSize(Waiting())) {
-        if (!IsPlausible(*size)) {
-            PassOver();
-        } else if (Waiting().size() < *size) {
+        const bool isPossible = *size <= sizeof(PacketHeader_s) + kMaxPayload;
+        if (isPossible && Waiting().size() < (m_isLost ? sizeof(PacketHeader_s) + 1 : *size)) {
             break;
-        } else {
-            m_isLost = false;
-            return m_bytes.substr(std::exchange(m_next, m_next + *size), *size);
         }
+        if (!isPossible || (m_isLost && !IsConvincing(*size))) {
+            PassOver();
+            continue;
+        }
+        if (Waiting().size() < *size) {
+            break;
+        }
+        m_isLost = false;
+        return m_bytes.substr(std::exchange(m_next, m_next + *size), *size);
     }
     return std::nullopt;
 }
 
-/// After noise the command id has to make sense, too: the end of the noise and the beginning of a header are often a
-/// size that does.
-bool PacketStream::IsPlausible(std::size_t size) const {
-    constexpr std::int32_t kLastCommand = 255;
+/// After noise a size is not enough: the end of the noise and the beginning of a header are often one that makes sense.
+/// The command id has to be there, and again as the first byte of the payload.
+bool PacketStream::IsConvincing(std::size_t size) const {
     std::int32_t command = 0;
     std::memcpy(&command, Waiting().data() + offsetof(PacketHeader_s, Cmd), sizeof command);
-    return size <= sizeof(PacketHeader_s) + kMaxPayload && (!m_isLost || (command >= 0 && command <= kLastCommand));
+    const auto first = static_cast<unsigned char>(Waiting()[sizeof(PacketHeader_s)]);
+    return size > sizeof(PacketHeader_s) && command != 0 && command == first;
 }
 
 void PacketStream::PassOver() {

@@ -29,7 +29,7 @@ public:
 
 private:
     std::string_view Waiting() const { return std::string_view(m_bytes).substr(m_next); }
-    bool IsPlausible(std::size_t size) const;
+    bool IsConvincing(std::size_t size) const;
     void PassOver();
 
     std::string m_bytes;

@@ -71,7 +71,7 @@ std::optional<LinkPacket> RecordingReader::Next(std::string& error) {
         return std::nullopt;
     }
     ++m_count;
-    if (header->caplen == 0 || record[0] > 1 || header->caplen > kLongestRecord) {
+    if (header->caplen == 0 || record[0] > 1 || header->len > kLongestRecord) {
         error = "record " + std::to_string(m_count) +
                 (header->caplen == 0 ? " is empty"
                  : record[0] > 1     ? " has no direction"

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "model/McuCommands.h"
 #include "platform/host/PpsConnection.h"
 #include "tools/mculink/PacketFields.h"
 
@@ -125,6 +126,7 @@ Replay::Outcome Replay::Play(std::size_t index) {
         return SendDue(packet);
     }
     m_lastTime = packet.time;
+    HangUpBefore(packet);
     std::string sent;
     const Outcome outcome = Receive(m_options.patience, sent);
     if (outcome == Outcome::TimedOut) {
@@ -135,6 +137,17 @@ Replay::Outcome Replay::Play(std::size_t index) {
         Compare(index, packet.block, sent);
     }
     return outcome;
+}
+
+/// The service asks for the settings where the link is new. So where it asked again, the link had ended before.
+void Replay::HangUpBefore(const LinkPacket& packet) {
+    Packet parsed;
+    const bool isQuery = ParsePacket(packet.block, parsed) && parsed.header.Cmd == kQueryCommand;
+    if (isQuery && m_hasCommands) {
+        m_service.Reset();
+        m_numberOffset.reset();
+    }
+    m_hasCommands = !isQuery;
 }
 
 /// Sends a packet of the MCU as long after the packet before it as it was in the recording.

@@ -22,7 +22,8 @@ struct ReplayOptions {
 /// Is the MCU of a recording: sends what the MCU sent, each packet after the service has sent what it had sent by then.
 ///
 /// The service numbers its packets from 1 on, and a recording need not begin with its start. So what counts is that
-/// they are numbered one after the other, and acknowledgements carry the number that the service gave.
+/// they are numbered one after the other, and acknowledgements carry the number that the service gave. Where the
+/// service of the recording asked for the settings again, the link is ended before.
 class Replay {
 public:
     /// @param report is called with a line for each difference
@@ -42,6 +43,7 @@ private:
     Outcome Connect();
     Outcome Receive(std::chrono::milliseconds patience, std::string& block);
     Outcome Play(std::size_t index);
+    void HangUpBefore(const LinkPacket& packet);
     Outcome SendDue(const LinkPacket& packet);
     void Compare(std::size_t index, const std::string& recorded, const std::string& sent);
     void CheckNumber(std::size_t index, std::int32_t recorded, std::int32_t sent);
@@ -57,6 +59,7 @@ private:
     int m_differences = 0;
     std::optional<std::int32_t> m_numberOffset; // of the service's numbers from those of the recording
     std::chrono::nanoseconds m_lastTime{0};     // of the recording
+    bool m_hasCommands = false;                 // since the link was new, in the recording
 };
 
 } // namespace mculink

@@ -1,0 +1,240 @@
+// The service behind mculink: an MCU on a serial line, peers that come and go, recordings that are played again.
+#include <fcntl.h>
+#include <pty.h>
+
+#include <atomic>
+#include <fstream>
+#include <functional>
+#include <thread>
+
+#include "tests/support/FaultBench.h"
+#include "tools/mculink/PacketStream.h"
+#include "tools/mculink/Recording.h"
+#include "tools/mcusim/Settings.h"
+
+namespace {
+
+using mculink::Bytes;
+using mculink::Direction;
+
+/// An MCU on a serial line that writes in pieces of every size.
+class SerialMcu {
+public:
+    SerialMcu() {
+        int ends[2] = {-1, -1};
+        EXPECT_EQ(::openpty(&ends[0], &ends[1], m_path.data(), nullptr, nullptr), 0);
+        m_line.Reset(ends[0]);
+        m_keptOpen.Reset(ends[1]);
+        m_path.resize(m_path.find('\0'));
+        m_thread = std::thread([this] { Serve(); });
+    }
+    ~SerialMcu() {
+        m_isStopping = true;
+        m_thread.join();
+    }
+
+    const std::string& Path() const { return m_path; }
+    int Commands() const { return m_commands; }
+    /// The payloads of the commands; to be called when no more come.
+    const std::vector<Bytes>& Received() const { return m_received; }
+    /// Writes noise before the next packet.
+    void Disturb() { m_noise = std::string("\xFF\xFE\x01", 3); }
+
+private:
+    void Serve() {
+        mculink::PacketStream stream;
+        mcusim::Settings settings;
+        while (!m_isStopping) {
+            pollfd state{m_line.Get(), POLLIN, 0};
+            std::string bytes(4096, '\0');
+            if (::poll(&state, 1, 10) != 1) {
+                continue;
+            }
+            const ssize_t length = ::read(m_line.Get(), bytes.data(), bytes.size());
+            stream.Add({bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
+            while (const auto block = stream.Next()) {
+                Answer(*block, settings);
+            }
+        }
+    }
+
+    void Answer(const std::string& block, mcusim::Settings& settings) {
+        mculink::Packet packet;
+        mculink::ParsePacket(block, packet);
+        if (packet.header.Cmd == kQueryCommand) {
+            Write(mculink::MakePacket(settings.Answer(packet.payload[1]), 0));
+            return;
+        }
+        m_received.push_back(packet.payload);
+        ++m_commands;
+        Write(mculink::MakePacket({kAcknowledgement, 0}, packet.header.PacketNo));
+    }
+
+    void Write(const Bytes& packet) {
+        const std::string text = std::exchange(m_noise, "") + std::string(mculink::View(packet));
+        for (std::size_t at = 0; at < text.size();) {
+            m_piece = m_piece % 41 + 1;
+            const ssize_t length = ::write(m_line.Get(), text.data() + at, std::min(m_piece, text.size() - at));
+            at += static_cast<std::size_t>(std::max<ssize_t>(length, 0));
+        }
+    }
+
+    std::string m_path = std::string(64, '\0');
+    UniqueFd m_line;
+    UniqueFd m_keptOpen;
+    std::thread m_thread;
+    std::atomic<bool> m_isStopping{false};
+    std::atomic<int> m_commands{0};
+    std::vector<Bytes> m_received; // by the thread
+    std::string m_noise;           // set while nothing is written
+    std::size_t m_piece = 0;
+};
+
+/// The packets of a recording.
+std::vector<mculink::LinkPacket> PacketsOf(const std::string& path) {
+    std::vector<mculink::LinkPacket> packets;
+    mculink::RecordingReader reader;
+    std::string error;
+    EXPECT_TRUE(reader.Open(path, error)) << error;
+    while (const auto packet = reader.Next(error)) {
+        packets.push_back(*packet);
+    }
+    EXPECT_EQ(error, "");
+    return packets;
+}
+
+TEST(LinkTest, ASerialLineLosesNothingAndItsNoiseIsPassedOver) {
+    constexpr int kCommands = 10000;
+    Chain chain;
+    SerialMcu mcu;
+    const std::string recording = chain.root.Path() + "/recording";
+    const auto link = StartReady("mculink", {"--to", mcu.Path(), "--baud", "115200", "--record", recording});
+    chain.StartService();
+    std::string burst;
+    std::vector<Bytes> expected;
+    for (int i = 0; i < kCommands; ++i) {
+        burst += "zoalc::" + std::to_string(i % 256) + (i % 500 == 499 ? "" : "\n");
+        expected.push_back({kControlCommand, kControlRecordMark, ALC, static_cast<std::uint8_t>(i % 256)});
+        if (i % 500 == 499) { // as many as the link takes before a packet must wait too long
+            ASSERT_TRUE(WriteObject(kControl, burst));
+            ASSERT_TRUE(WaitUntil("the MCU has them", [&] { return mcu.Commands() == i + 1; }));
+            burst.clear();
+        }
+    }
+    EXPECT_TRUE(mcu.Received() == expected);
+    mcu.Disturb();
+    ASSERT_TRUE(WriteObject(kControl, "zosrs::77"));
+    EXPECT_TRUE(link->WaitFor(mcu.Path() + ": 3 bytes that are no packet, passed over"));
+    EXPECT_TRUE(PpsObjectClient(std::string(kStatus) + "?delta").Hears("zosrs:n:77"));
+    chain.StopService();
+    EXPECT_EQ(link->Stop(SIGTERM), 0);
+    int passed[2] = {0, 0};
+    for (const mculink::LinkPacket& packet : PacketsOf(recording)) {
+        ++passed[static_cast<std::size_t>(packet.direction)];
+    }
+    EXPECT_EQ(passed[0], 7 + kCommands + 1);
+    EXPECT_EQ(passed[1], 7 + kCommands + 1);
+}
+
+TEST(LinkTest, WhatIsPublishedIsTrueAfterEachPeerWentAndCameBack) {
+    Chain chain;
+    const std::string path = chain.root.Path() + "/mcu";
+    chain.root.WriteFile("/zoapps/etc/volume.conf", "scheme=1;");
+    auto link = std::make_unique<Process>("mculink", std::vector<std::string>{"--to", path});
+    ASSERT_TRUE(link->WaitFor(path + ": No such file or directory; trying again until it is there"));
+    chain.mcu = StartReady("mcusim", {"--at", path});
+    ASSERT_TRUE(link->WaitFor("mculink: ready"));
+    chain.StartService();
+    const std::pair<const char*, std::function<void()>> changes[] = {
+        {"the MCU hangs up", [] { Order("hangup"); }},
+        {"the MCU restarts with other settings", [] { Order("restart 7"); }},
+        {"the MCU is killed",
+         [&] {
+             chain.mcu.reset();
+             chain.mcu = StartReady("mcusim", {"--at", path});
+         }},
+        {"the service is killed",
+         [&] {
+             chain.service->Stop(SIGKILL);
+             chain.service = std::make_unique<Process>("melvane");
+         }},
+        {"the link is killed",
+         [&] {
+             link->Stop(SIGKILL);
+             link = StartReady("mculink", {"--to", path});
+         }},
+    };
+    int alc = 10;
+    for (const auto& [what, change] : changes) {
+        SCOPED_TRACE(what);
+        change();
+        ASSERT_TRUE(WaitUntil("a command arrives", [&alc] {
+            return WriteObject(kControl, "zoalc::" + std::to_string(alc)) && McuRecords()[ALC][3] == alc;
+        }));
+        ASSERT_TRUE(IsTrueSoon());
+        ++alc;
+    }
+    chain.StopService();
+}
+
+/// Writes the HMI's lines of a recording: each leads to one command, and is written once the service has taken what the
+/// MCU had sent before that.
+void PlayHmi(const std::string& recording, Process& service) {
+    std::ifstream lines(recording + ".hmi");
+    std::size_t fromMcu = 0;
+    for (const mculink::LinkPacket& packet : PacketsOf(recording + ".pcap")) {
+        mculink::Packet parsed;
+        mculink::ParsePacket(packet.block, parsed);
+        std::string line;
+        if (packet.direction == Direction::FromMcu) {
+            ++fromMcu;
+        } else if (parsed.header.Cmd != kQueryCommand && std::getline(lines, line)) {
+            ASSERT_TRUE(service.WaitFor("[UpdatePPS]-end", fromMcu));
+            const std::size_t blank = line.find(' ');
+            ASSERT_TRUE(WriteObject(line.substr(0, blank), line.substr(blank + 1))) << line;
+        }
+    }
+}
+
+/// What a replay prints in the end, beside a service that is driven as it was for the recording.
+std::string Replayed(const std::string& recording, const std::string& file, int& status) {
+    Chain chain;
+    chain.root.WriteFile("/zoapps/etc/volume.conf", "scheme=1;");
+    const auto replay = StartReady("mculink", {"replay", "--fast", file});
+    chain.service = std::make_unique<Process>("melvane");
+    PlayHmi(recording, *chain.service);
+    status = replay->WaitForEnd();
+    chain.StopService();
+    return replay->Output();
+}
+
+TEST(LinkTest, RecordingsPlayedAgainShowEachDifferenceAndNoOther) {
+    for (const char* name : {"session", "restarts", "knobs"}) {
+        SCOPED_TRACE(name);
+        const std::string recording = std::string(TLG_SOURCE_DIR) + "/tests/recordings/" + name;
+        int status = -1;
+        const std::string printed = Replayed(recording, recording + ".pcap", status);
+        EXPECT_EQ(status, 0) << printed;
+        EXPECT_EQ(Count(printed, "packets, no difference"), 1U) << printed;
+    }
+    const std::string recording = std::string(TLG_SOURCE_DIR) + "/tests/recordings/knobs";
+    const TemporaryRoot root;
+    const std::string changed = root.Path() + "/changed.pcap";
+    std::vector<mculink::LinkPacket> packets = PacketsOf(recording + ".pcap");
+    constexpr std::size_t kCommand = 14; // the first, after the queries and answers
+    constexpr std::size_t kMain = 28 + 4;
+    ++packets[kCommand].block[kMain];
+    mculink::RecordingWriter writer;
+    std::string error;
+    ASSERT_TRUE(writer.Open(changed, error));
+    for (const mculink::LinkPacket& packet : packets) {
+        EXPECT_TRUE(writer.Write(packet));
+    }
+    int status = -1;
+    const std::string printed = Replayed(recording, changed, status);
+    EXPECT_EQ(status, 1);
+    EXPECT_NE(printed.find(" sent with main 14*>13*\nmculink: " + changed + ": 1 difference\n"), std::string::npos)
+        << printed;
+}
+
+} // namespace

@@ -2,13 +2,17 @@
 #include <fcntl.h>
 #include <pty.h>
 
+#include <array>
 #include <atomic>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <thread>
 
 #include "tests/support/FaultBench.h"
 #include "tools/mculink/PacketStream.h"
+#include "tools/mculink/Record.h"
 #include "tools/mculink/Recording.h"
 #include "tools/mcusim/Settings.h"
 
@@ -235,6 +239,55 @@ TEST(LinkTest, RecordingsPlayedAgainShowEachDifferenceAndNoOther) {
     EXPECT_EQ(status, 1);
     EXPECT_NE(printed.find(" sent with main 14*>13*\nmculink: " + changed + ": 1 difference\n"), std::string::npos)
         << printed;
+}
+
+/// The lines that tshark prints of a recording.
+std::vector<std::string> Dissected(const std::string& recording, const std::string& options) {
+    const std::string command = "tshark -2 -X lua_script:" TLG_SOURCE_DIR "/tools/wireshark/melvane.lua -r " +
+                                recording + " " + options + " 2> /dev/null";
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(::popen(command.c_str(), "r"), ::pclose);
+    std::vector<std::string> lines;
+    std::array<char, 4096> line{};
+    while (std::fgets(line.data(), line.size(), output.get()) != nullptr) {
+        lines.emplace_back(line.data());
+    }
+    return lines;
+}
+
+TEST(LinkTest, WiresharkNamesAndLinksThePackets) {
+    if (std::system("command -v tshark > /dev/null") != 0) {
+        GTEST_SKIP() << "no tshark";
+    }
+    const TemporaryRoot root;
+    std::vector<mculink::LinkPacket> packets = PacketsOf(TLG_SOURCE_DIR "/tests/recordings/session.pcap");
+    packets.back().block.pop_back();
+    packets.push_back({packets.back().time, Direction::FromMcu, "short"});
+    mculink::RecordingWriter writer;
+    std::string error;
+    const std::string recording = root.Path() + "/recording";
+    ASSERT_TRUE(writer.Open(recording, error));
+    std::size_t loud = 0;
+    for (const mculink::LinkPacket& packet : packets) {
+        EXPECT_TRUE(writer.Write(packet));
+        mculink::Packet parsed;
+        mculink::ParsePacket(packet.block, parsed);
+        const mculink::Record record(parsed.payload);
+        const bool isVolumes = parsed.header.Cmd == kControlCommand && record.Type() == VOLUME_AND_FADE_BALANCE;
+        loud += isVolumes && record.Get("main") > 12 ? 1U : 0U;
+    }
+    EXPECT_GT(loud, 3U);
+    EXPECT_EQ(Dissected(recording, "-Y 'melvane.main > 12 && melvane.cmd == 8'").size(), loud);
+    EXPECT_EQ(Dissected(recording, "-Y melvane.damaged").size(), 2U);
+    EXPECT_EQ(Dissected(recording, "-Y '_ws.expert && melvane.damaged'").size(), 2U);
+    for (const std::string& line : Dissected(recording, "-T fields -e _ws.col.Info -Y '!melvane.damaged'")) {
+        EXPECT_EQ(line.find("unknown"), std::string::npos) << line;
+    }
+    // Command 1 is packet 15, its acknowledgement packet 16.
+    EXPECT_EQ(
+        Dissected(recording, "-T fields -e frame.number -e melvane.ack_in -Y 'melvane.cmd == 8 && melvane.no == 1'"),
+        std::vector<std::string>{"15\t16\n"});
+    EXPECT_EQ(Dissected(recording, "-Y 'melvane.ack_to == 15 && melvane.ack_time > 0'").size(), 1U);
+    EXPECT_EQ(Dissected(recording, "-Y 'melvane.cmd == 137 && melvane.ack_to'").size(), 7U);
 }
 
 } // namespace

@@ -1,10 +1,11 @@
-// docs/records.md has the tables of the records that the code has.
+// docs/records.md and the Wireshark dissector have the tables of the records that the code has.
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <sstream>
 
 #include "model/RecordFields.h"
+#include "tools/mculink/PacketFields.h"
 
 namespace {
 
@@ -40,12 +41,63 @@ std::string TableOf(const RecordLayout& layout) {
     return text;
 }
 
+std::string ContentOf(const std::string& name) {
+    std::ostringstream content;
+    content << std::ifstream(TLG_SOURCE_DIR "/" + name).rdbuf();
+    return content.str();
+}
+
 TEST(RecordPage, HasTheTablesOfTheCode) {
-    std::ostringstream page;
-    page << std::ifstream(TLG_SOURCE_DIR "/docs/records.md").rdbuf();
+    const std::string page = ContentOf("docs/records.md");
     for (const RecordLayout& layout : kRecordLayouts) {
-        EXPECT_NE(page.str().find(TableOf(layout)), std::string::npos) << "it must be:\n\n" << TableOf(layout);
+        EXPECT_NE(page.find(TableOf(layout)), std::string::npos) << "it must be:\n\n" << TableOf(layout);
     }
+}
+
+std::string LuaFields(const FieldList& fields) {
+    std::string text;
+    for (const RecordField& field : fields) {
+        std::ostringstream row;
+        row << (text.empty() ? "" : ", ") << "{ \"" << field.name << "\", " << field.byte << ", " << field.bits.first
+            << ", " << field.bits.count << ", " << field.bits.unit << (field.bits.isVolume ? ", true }" : " }");
+        text += row.str();
+    }
+    return "{ " + text + " }";
+}
+
+TEST(Dissector, HasTheTablesOfTheCode) {
+    const std::string script = ContentOf("tools/wireshark/melvane.lua");
+    std::ostringstream records;
+    records << "local records = {\n";
+    for (const RecordLayout& layout : kRecordLayouts) {
+        records << "    [" << static_cast<int>(layout.type) << "] = { \"" << layout.name << "\", "
+                << LuaFields(layout.fields);
+        if (!layout.entries.fields.IsEmpty()) {
+            records << ", " << LuaFields(layout.entries.fields) << ", " << layout.entries.perGroup;
+        }
+        records << " },\n";
+    }
+    records << "}\n";
+    EXPECT_NE(script.find(records.str()), std::string::npos) << "it must have:\n\n" << records.str();
+    std::ostringstream commands;
+    commands << "local commands = {\n";
+    for (int id = 0; id < 256; ++id) {
+        mculink::Packet packet;
+        packet.header.Cmd = id;
+        packet.payload = {static_cast<std::uint8_t>(id), 0, 6, 0, 0};
+        const mculink::PacketFields fields = mculink::FieldsOf(packet);
+        if (fields.command == "unknown") {
+            continue;
+        }
+        commands << "    [" << id << "] = { \"" << fields.command << "\", "
+                 << (fields.record.empty() ? "false, {" : "true, {");
+        for (const mculink::NamedField& field : fields.fields) {
+            commands << (&field == &fields.fields.front() ? " \"" : ", \"") << field.name << "\"";
+        }
+        commands << (fields.fields.empty() ? "} },\n" : " } },\n");
+    }
+    commands << "}\n";
+    EXPECT_NE(script.find(commands.str()), std::string::npos) << "it must have:\n\n" << commands.str();
 }
 
 } // namespace

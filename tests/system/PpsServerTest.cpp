@@ -59,21 +59,28 @@ TEST(PpsServerTest, TheClientTellsWhatItDoesAndWhyItFails) {
     EXPECT_EQ(RunProgram("ppsctl", {"list"}, output), 0);
     EXPECT_EQ(output, listed) << "all, but none for a refused write";
     Process watch("ppsctl", {"watch", kObject});
-    Process orphan("ppsctl", {"watch", kObject});
+    Process counting("ppsctl", {"watch", "/pps/t*t/**", "--count", "3"});
     ASSERT_TRUE(watch.WaitFor("c::\n"));
-    ASSERT_TRUE(orphan.WaitFor("c::\n"));
+    ASSERT_TRUE(counting.WaitFor("/pps/test/object c::\n"));
     ASSERT_TRUE(WriteObject(kObject, "d:n:1"));
     ASSERT_TRUE(watch.WaitFor("@object\nd:n:1\n"));
     EXPECT_EQ(watch.Stop(SIGINT), 0);
     EXPECT_EQ(chain.ppsd->Stop(SIGTERM), 0);
-    EXPECT_EQ(orphan.WaitForEnd(), 1);
+    ASSERT_TRUE(counting.WaitFor("ppsctl: the PPS server has ended; waiting until it is back\n"));
     EXPECT_EQ(RunProgram("ppsctl", {"list"}, output), 1);
     EXPECT_NE(output.find("no PPS server at "), std::string::npos) << output;
+    chain.ppsd = StartReady("ppsd");
+    ASSERT_TRUE(counting.WaitFor("/pps/test/object d:n:1\n", 2));
+    ASSERT_TRUE(WriteObject("/pps/test/later", "e::"));
+    ASSERT_TRUE(counting.WaitFor("/pps/test/later e::\n")) << "the second change";
+    EXPECT_EQ(DeleteObject(kObject), 0);
+    EXPECT_EQ(counting.WaitForEnd(), 0);
+    EXPECT_EQ(Count(counting.Output(), "/pps/test/object -@object\n"), 1U);
 }
 
 TEST(PpsServerTest, CommandLinesThatAreNoneAreRefusedInOneLine) {
     std::string output;
-    for (const std::string program : {"ppsctl", "ppsd", "mcusim"}) {
+    for (const std::string program : {"ppsctl", "ppsd", "mcusim", "mculink"}) {
         EXPECT_EQ(RunProgram(program, {"--help"}, output), 0);
         EXPECT_EQ(RunProgram(program, {"--version"}, output), 0);
         EXPECT_EQ(output, program + " 1.0.0\n");

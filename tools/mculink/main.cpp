@@ -112,7 +112,7 @@ void AddPrintOptions(CLI::App& app, mculink::PrintOptions& options) {
         ->transform(CLI::CheckedTransformer(kStyles, CLI::ignore_case).description(""))
         ->type_name("STYLE")
         ->default_str("absolute");
-    const CLI::IsMember isWord(mculink::PacketPrinter::Words());
+    CLI::Validator isWord = CLI::IsMember(mculink::PacketPrinter::Words()).description("");
     app.add_option("--only", options.only,
                    "print packets with this word alone: 'to' or 'from' the MCU, a command, a record, 'damaged'")
         ->check(isWord)
@@ -125,6 +125,11 @@ void AddPrintOptions(CLI::App& app, mculink::PrintOptions& options) {
     app.add_flag("--changes", options.changes, "mark the fields that changed since the record's last packet: old>new");
     app.add_flag("--bytes", options.bytes, "print the whole header and the payload in hexadecimal as well");
     app.add_flag("--json", options.json, "print each packet as a JSON object");
+    std::string words;
+    for (const std::string& word : mculink::PacketPrinter::Words()) {
+        words += " " + word;
+    }
+    app.footer("WORDs:" + words);
 }
 
 } // namespace

@@ -1,31 +1,33 @@
-#include <poll.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
-#include <cstring>
+#include <iostream>
 #include <string>
 #include <vector>
 
 #include "platform/host/PpsConnection.h"
 #include "tools/common/CommandLine.h"
 #include "tools/common/StopSignals.h"
+#include "tools/ppsctl/Json.h"
+#include "tools/ppsctl/Requests.h"
+#include "tools/ppsctl/Watch.h"
 
 namespace {
 
 namespace flags = host::target_flags;
 
-int Fail(const std::string& subject, const std::string& reason) {
-    std::fprintf(stderr, "ppsctl: %s: %s\n", subject.c_str(), reason.c_str());
-    return 1;
-}
+using ppsctl::Fail;
+using ppsctl::Print;
 
-int Fail(const std::string& subject, int error) {
-    return Fail(subject, error == 0 ? "the PPS server has ended" : std::strerror(error));
-}
-
-bool Print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    return std::fflush(stdout) == 0;
+/// The lines of standard input, up to its end.
+std::vector<std::string> InputLines() {
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(std::cin, line);) {
+        lines.push_back(line);
+    }
+    return lines;
 }
 
 int Write(const std::vector<std::string>& arguments) {
@@ -33,9 +35,13 @@ int Write(const std::vector<std::string>& arguments) {
         return Fail("write", "needs an object and at least one attribute line; see ppsctl write --help");
     }
     const std::string& object = arguments[0];
+    std::vector<std::string> lines(arguments.begin() + 1, arguments.end());
+    if (lines == std::vector<std::string>{"-"}) {
+        lines = InputLines();
+    }
     std::string text;
-    for (std::size_t i = 1; i < arguments.size(); ++i) {
-        text.append(arguments[i]).append("\n");
+    for (const std::string& line : lines) {
+        text.append(line).append("\n");
     }
     host::PpsReply reply;
     const UniqueFd fd = host::OpenPpsObject(object + "?wait,ack", flags::kReadWrite | flags::kCreate, reply);
@@ -50,7 +56,7 @@ int Write(const std::vector<std::string>& arguments) {
     return reply.error == 0 ? 0 : Fail(object, reply.reason);
 }
 
-int Read(const std::string& object) {
+int Read(const std::string& object, bool isJson) {
     host::PpsReply reply;
     const UniqueFd fd = host::OpenPpsObject(object + "?wait", flags::kReadOnly, reply);
     if (!fd) {
@@ -60,64 +66,25 @@ int Read(const std::string& object) {
     if (!host::ReceivePacket(fd.Get(), text)) {
         return Fail(object, errno);
     }
-    return Print(text) ? 0 : Fail("standard output", errno);
+    return Print(isJson ? ppsctl::JsonOf(object, text, "") + "\n" : text) ? 0 : Fail("standard output", errno);
 }
 
-int Watch(const std::vector<std::string>& objects) {
+int Watch(const ppsctl::WatchOptions& options) {
     const UniqueFd stop = StopSignals();
-    std::vector<UniqueFd> subscriptions;
-    std::vector<pollfd> polled{{stop.Get(), POLLIN, 0}};
-    for (const std::string& object : objects) {
-        host::PpsReply reply;
-        subscriptions.push_back(host::OpenPpsObject(object + "?delta", flags::kReadOnly, reply));
-        if (!subscriptions.back()) {
-            return Fail(object, reply.reason);
-        }
-        polled.push_back({subscriptions.back().Get(), POLLIN, 0});
-    }
-    std::string text;
-    for (;;) {
-        if (::poll(polled.data(), polled.size(), -1) < 0 && errno != EINTR) {
-            return Fail("poll", errno);
-        }
-        if (polled[0].revents != 0) {
-            return 0;
-        }
-        for (std::size_t i = 0; i < objects.size(); ++i) {
-            if (polled[i + 1].revents == 0) {
-                continue;
-            }
-            if (!host::ReceivePacket(subscriptions[i].Get(), text)) {
-                if (errno == EAGAIN) {
-                    continue;
-                }
-                return Fail(objects[i], errno);
-            }
-            if (!Print(text)) {
-                return Fail("standard output", errno);
-            }
-        }
-    }
+    return ppsctl::Watch(options).Run(stop.Get());
 }
 
 int List() {
-    std::string last;
-    for (;;) {
-        host::PpsReply reply;
-        const UniqueFd fd = host::RequestOfPpsServer("list " + last, reply);
-        if (!fd) {
-            return Fail("list", reply.reason);
-        }
-        std::string text;
-        if (!host::ReceivePacket(fd.Get(), text)) {
-            return errno == 0 ? 0 : Fail("list", errno);
-        }
-        if (!Print(text)) {
-            return Fail("standard output", errno);
-        }
-        last = text.substr(0, text.size() - 1);
-        last.erase(0, last.rfind('\n') + 1);
+    std::string error;
+    const auto paths = ppsctl::ListObjects(error);
+    if (!paths) {
+        return Fail("list", error);
     }
+    std::string text;
+    for (const std::string& path : *paths) {
+        text += path + "\n";
+    }
+    return Print(text) ? 0 : Fail("standard output", errno);
 }
 
 int Delete(const std::string& object) {
@@ -134,15 +101,32 @@ int main(int argc, char** argv) {
                  "ppsctl");
     app.require_subcommand(1);
     CLI::App* write = app.add_subcommand(
-        "write", "write OBJECT LINE...: publishes the lines (name:encoding:value, or -name to delete) in one write");
+        "write", "write OBJECT LINE...: publishes the lines (name:encoding:value, or -name to delete) in one write; "
+                 "write OBJECT -: reads them from standard input");
     // A line may begin with a hyphen, so nothing after the object is parsed as an option.
     write->prefix_command();
     std::string object;
-    CLI::App* read = app.add_subcommand("read", "prints the object's whole text");
+    bool isJson = false;
+    CLI::App* read = app.add_subcommand("read", "prints an object's whole text");
     read->add_option("OBJECT", object)->required();
-    std::vector<std::string> objects;
-    CLI::App* watch = app.add_subcommand("watch", "prints the state, then every change as it arrives, until ended");
-    watch->add_option("OBJECT", objects)->required();
+    read->add_flag("--json", isJson, "as a JSON object on one line");
+    ppsctl::WatchOptions options;
+    CLI::App* watch = app.add_subcommand("watch", "prints the states of objects, then every change, until ended");
+    watch
+        ->add_option("PATTERN", options.patterns,
+                     "an object's path; '*' stands for any text within a component, '**' for any number of components")
+        ->required();
+    watch->add_flag("--time", options.time, "begin each line with the seconds since the epoch");
+    watch->add_flag("--json", options.json, "print each state and change as a JSON object on one line");
+    watch->add_option("--count", options.count, "end after this number of changes")
+        ->check(CLI::Range(1, 1000000000).description(""))
+        ->type_name("N");
+    watch
+        ->add_option_function<double>(
+            "--for", [&](double limit) { options.limit = std::chrono::milliseconds(static_cast<long>(limit * 1000)); },
+            "end after this time")
+        ->check(CLI::Range(0.0, 1e9).description(""))
+        ->type_name("SECONDS");
     CLI::App* list = app.add_subcommand("list", "prints the objects, one full path a line");
     CLI::App* remove = app.add_subcommand("delete", "deletes the object");
     remove->add_option("OBJECT", object)->required();
@@ -154,10 +138,10 @@ int main(int argc, char** argv) {
         return Write(write->remaining());
     }
     if (read->parsed()) {
-        return Read(object);
+        return Read(object, isJson);
     }
     if (watch->parsed()) {
-        return Watch(objects);
+        return Watch(options);
     }
     return list->parsed() ? List() : Delete(object);
 }

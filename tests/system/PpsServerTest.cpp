@@ -80,7 +80,7 @@ TEST(PpsServerTest, TheClientTellsWhatItDoesAndWhyItFails) {
 
 TEST(PpsServerTest, CommandLinesThatAreNoneAreRefusedInOneLine) {
     std::string output;
-    for (const std::string program : {"ppsctl", "ppsd", "mcusim", "mculink"}) {
+    for (const std::string program : {"ppsctl", "ppsd", "mcusim", "mculink", "eqctl"}) {
         EXPECT_EQ(RunProgram(program, {"--help"}, output), 0);
         EXPECT_EQ(RunProgram(program, {"--version"}, output), 0);
         EXPECT_EQ(output, program + " 1.0.0\n");

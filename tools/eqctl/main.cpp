@@ -1,0 +1,293 @@
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "framework/SystemFiles.h"
+#include "platform/host/PpsConnection.h"
+#include "platform/host/Root.h"
+#include "tools/common/CommandLine.h"
+#include "tools/common/StopSignals.h"
+#include "tools/eqctl/Settings.h"
+
+namespace {
+
+using eqctl::Arguments;
+using eqctl::Published;
+using eqctl::Reading;
+using eqctl::Setting;
+using std::chrono::milliseconds;
+
+constexpr const char* kControl = "/pps/tolvyn/eq/control";
+
+int Fail(const std::string& text) {
+    std::fprintf(stderr, "eqctl: %s\n", text.c_str());
+    return 1;
+}
+
+bool PrintLine(const std::string& line) {
+    return std::fprintf(stdout, "%s\n", line.c_str()) >= 0 && std::fflush(stdout) == 0;
+}
+
+/// Whether a process holds the lock of this file.
+bool IsLocked(const struct stat& file) {
+    std::array<char, 64> id{};
+    std::snprintf(id.data(), id.size(), " %02x:%02x:%llu ", major(file.st_dev), minor(file.st_dev),
+                  static_cast<unsigned long long>(file.st_ino));
+    std::ifstream locks("/proc/locks");
+    for (std::string line; std::getline(locks, line);) {
+        if (line.find(id.data()) != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool IsServiceRunning() {
+    struct stat file {};
+    return ::stat(host::BelowRoot("/run/melvane.lock").c_str(), &file) == 0 && IsLocked(file);
+}
+
+/// Whether the device is there, and where it is a socket with a lock beside it, somebody serves it.
+bool IsMcuThere() {
+    const std::string path = host::BelowRoot(TLG::ZOCAR::g_eqMCU.path);
+    const std::size_t name = path.rfind('/') + 1;
+    const std::string lock = path.substr(0, name) + "." + path.substr(name) + ".lock";
+    struct stat file {};
+    return ::stat(path.c_str(), &file) == 0 && (::stat(lock.c_str(), &file) != 0 || IsLocked(file));
+}
+
+/// Writes a line into the control object. False, with the reason in @p error, on failure.
+bool WriteControl(const std::string& line, std::string& error) {
+    host::PpsReply reply;
+    const UniqueFd object =
+        host::OpenPpsObject(std::string(kControl) + "?wait,ack", host::target_flags::kReadWrite, reply);
+    std::string answer;
+    if (object && ::write(object.Get(), line.data(), line.size()) > 0 && host::ReceivePacket(object.Get(), answer)) {
+        reply = host::ParseReply(answer);
+    }
+    error = reply.reason;
+    return object && reply.error == 0;
+}
+
+/// The present value of what is published as this attribute, for people.
+std::string LineOf(const char* name, const Published& published, const std::string& attribute) {
+    return std::string(name) + " " + eqctl::Plain(published.Get(attribute));
+}
+
+std::string PublishedBy(const Setting& setting, const Arguments& arguments) {
+    const bool isExtended = !arguments.words.empty() && arguments.words[0].compare(0, 3, "ext") == 0;
+    return isExtended ? "zoextra_vol" : setting.published;
+}
+
+/// Writes a setting and waits until it shows.
+int Apply(const Setting& setting, const Arguments& arguments, milliseconds timeout) {
+    Published published;
+    std::string error;
+    if (!published.Open(error)) {
+        return Fail(std::string(setting.name) + ": " + error);
+    }
+    const eqctl::Plan plan = setting.plan(setting, arguments, published);
+    if (!plan.error.empty()) {
+        return Fail(std::string(setting.name) + ": " + plan.error);
+    }
+    if (!IsServiceRunning()) {
+        return Fail(std::string(setting.name) + ": the service does not run below this root");
+    }
+    const auto end = std::chrono::steady_clock::now() + timeout;
+    if (!plan.hasCome(published) && !WriteControl(plan.line, error)) {
+        return Fail(std::string(kControl) + ": " + error);
+    }
+    while (!plan.hasCome(published)) {
+        const auto left = std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now());
+        if (left.count() <= 0 || !error.empty()) {
+            const std::string known = LineOf(setting.name, published, PublishedBy(setting, arguments));
+            return Fail(std::string(setting.name) + ": " +
+                        (!error.empty()        ? error
+                         : !IsServiceRunning() ? "the service has ended"
+                         : IsMcuThere()        ? "not accepted within the time; published is: " + known
+                                               : "the MCU is away; published is: " + known));
+        }
+        published.WaitForChange(left, -1, error);
+    }
+    PrintLine(LineOf(setting.name, published, PublishedBy(setting, arguments)));
+    return 0;
+}
+
+/// Separates options from words. A number may begin with a hyphen.
+Arguments Split(const std::vector<std::string>& all, double& timeout) {
+    Arguments arguments;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (all[i].compare(0, 2, "--") != 0) {
+            arguments.words.push_back(all[i]);
+            continue;
+        }
+        const std::size_t equal = all[i].find('=');
+        std::string value = equal == std::string::npos ? "" : all[i].substr(equal + 1);
+        if (equal == std::string::npos && i + 1 < all.size()) {
+            value = all[i + 1];
+        }
+        const std::string name = all[i].substr(0, equal);
+        i += equal == std::string::npos ? 1 : 0;
+        if (name == "--timeout") {
+            timeout = std::strtod(value.c_str(), nullptr);
+        } else {
+            arguments.options[name] = value;
+        }
+    }
+    return arguments;
+}
+
+int ApplyWords(const std::string& name, const std::vector<std::string>& words, double timeout) {
+    const auto& settings = eqctl::Settings();
+    const auto setting =
+        std::find_if(settings.begin(), settings.end(), [&name](const Setting& each) { return each.name == name; });
+    if (setting == settings.end()) {
+        return Fail("'" + name + "' is no setting; eqctl --help lists them");
+    }
+    const Arguments arguments = Split(words, timeout);
+    return Apply(*setting, arguments, milliseconds(static_cast<long>(timeout * 1000)));
+}
+
+/// Applies a setting for each line of a file or of standard input, until one fails.
+int ApplyLines(const std::string& path, double timeout) {
+    std::ifstream file(path);
+    if (path != "-" && !file) {
+        return Fail(path + ": " + std::strerror(errno));
+    }
+    std::istream& lines = path == "-" ? std::cin : file;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string name;
+        if (!(words >> name) || name[0] == '#') {
+            continue;
+        }
+        if (ApplyWords(name, {std::istream_iterator<std::string>(words), {}}, timeout) != 0) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+/// The named readings, or all, that are published.
+std::string JsonOf(const Published& published, const std::vector<Reading>& readings) {
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> json(buffer);
+    json.StartObject();
+    for (const Reading& reading : readings) {
+        if (!published.Get(reading.attribute).IsNull()) {
+            json.Key(reading.name);
+            published.Get(reading.attribute).Accept(json);
+        }
+    }
+    json.EndObject();
+    return buffer.GetString();
+}
+
+int Get(const std::string& name, bool isJson) {
+    std::vector<Reading> readings = eqctl::Readings();
+    if (!name.empty()) {
+        readings.erase(std::remove_if(readings.begin(), readings.end(),
+                                      [&name](const Reading& each) { return each.name != name; }),
+                       readings.end());
+        if (readings.empty()) {
+            return Fail("'" + name + "' is not published under such a name; eqctl get lists all");
+        }
+    }
+    Published published;
+    std::string error;
+    if (!published.Open(error)) {
+        return Fail(error);
+    }
+    if (isJson) {
+        return PrintLine(JsonOf(published, readings)) ? 0 : 1;
+    }
+    for (const Reading& reading : readings) {
+        if (!published.Get(reading.attribute).IsNull()) {
+            PrintLine(LineOf(reading.name, published, reading.attribute));
+        } else if (!name.empty()) {
+            return Fail(name + ": not published yet");
+        }
+    }
+    return 0;
+}
+
+int Watch(bool isJson) {
+    const UniqueFd stop = StopSignals();
+    Published published;
+    std::string error;
+    if (!published.Open(error)) {
+        return Fail(error);
+    }
+    while (error.empty()) {
+        const auto names = published.WaitForChange(milliseconds(-1), stop.Get(), error);
+        if (names.empty()) {
+            break;
+        }
+        for (const Reading& reading : eqctl::Readings()) {
+            if (std::find(names.begin(), names.end(), reading.attribute) == names.end()) {
+                continue;
+            }
+            if (!PrintLine(isJson ? JsonOf(published, {reading})
+                                  : LineOf(reading.name, published, reading.attribute))) {
+                return 0;
+            }
+        }
+    }
+    return error.empty() ? 0 : Fail(error);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("The audio settings of the service below $TLG_ROOT by plain names. A setting is written, and printed "
+                 "once the service has published it; exit 1, with the reason, where it does not within the time.",
+                 "eqctl");
+    app.require_subcommand(1);
+    double timeout = 1;
+    for (const Setting& setting : eqctl::Settings()) {
+        const std::string text = std::string(setting.name) + " " + setting.arguments + ": " + setting.meaning;
+        // Numbers may begin with a hyphen, so nothing after the name is parsed as an option here.
+        app.add_subcommand(setting.name, text)->prefix_command();
+    }
+    app.add_option("--timeout", timeout, "how long to wait for a setting")->type_name("SECONDS")->capture_default_str();
+    std::string name;
+    std::string file = "-";
+    bool isJson = false;
+    CLI::App* get = app.add_subcommand("get", "prints what is published, or one of it");
+    get->add_option("NAME", name, "of a setting; 'eqctl get' shows all");
+    get->add_flag("--json", isJson, "as a JSON object");
+    CLI::App* watch = app.add_subcommand("watch", "prints what is published from now on, until ended");
+    watch->add_flag("--json", isJson, "each as a JSON object");
+    CLI::App* set = app.add_subcommand("set", "writes the settings that a file or standard input holds, one a line");
+    set->add_option("FILE", file, "lines such as 'volume +3'; - is standard input")->capture_default_str();
+    if (const auto status = ParseCommandLine(app, argc, argv)) {
+        return *status;
+    }
+    if (get->parsed()) {
+        return Get(name, isJson);
+    }
+    if (watch->parsed()) {
+        return Watch(isJson);
+    }
+    if (set->parsed()) {
+        return ApplyLines(file, timeout);
+    }
+    const CLI::App* setting = app.get_subcommands().front();
+    return ApplyWords(setting->get_name(), setting->remaining(), timeout);
+}

@@ -1,4 +1,4 @@
-// One thread delivers the input of all files, and nothing that it does waits for a peer.
+// One thread delivers the input of all files, and nothing that the multiplexer does waits for a peer.
 //
 // In each turn that thread waits for events and delivers a bounded part of the input of each file. Then it takes over
 // the connections that came back, calls the return handler for them, and runs the timer. So a file with much input

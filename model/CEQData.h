@@ -108,8 +108,7 @@ public:
 #undef TLG_FLAG
 #undef TLG_ACCESSORS
 
-    /// @param id 0: the current EQ type; 1 to 7: the curve of EQ type id - 1; 8 belongs to no group and is
-    ///        raised only with all others; above 8 nothing changes
+    /// @param id as EqFlag() takes it, 0 to 8; above 8 nothing changes
     void SetUpdateEqFlagByBitID(bool on, unsigned char id);
     bool GetUpdateEqFlagByBitID(unsigned char id) const;
 

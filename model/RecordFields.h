@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <string_view>
 
 #include "model/EqTables.h"
@@ -59,10 +60,8 @@ struct RecordField {
 
     /// The value that @p content, the field's byte, holds.
     constexpr int ValueIn(int content) const { return (content >> bits.first & bits.Mask()) * bits.unit; }
-    /// What @p value adds to the field's byte. Of a volume the mark's bit is cut off.
-    constexpr int BitsOf(int value) const {
-        return (bits.isVolume ? value & kLevelMask : value / bits.unit) << bits.first;
-    }
+    /// What @p value adds to the field's byte; bits that the field has not are cut off.
+    constexpr int BitsOf(int value) const { return (value / bits.unit & bits.Mask()) << bits.first; }
     constexpr bool IsMarked(int content) const { return bits.isVolume && (content & kChangeMark) != 0; }
     /// @param band 0 to 4 where the field belongs to a band
     constexpr bool Allows(int value, int band = 0) const {
@@ -100,8 +99,8 @@ inline constexpr RecordField kEqFields[] = {
 };
 inline constexpr RecordField kEqBandFields[] = {
     {"gain",            0, kByte,      kAny,                    nullptr,                       "gain"},
-    {"freq",            1, kByte,      {0, 14, IsFreqAllowed},  nullptr,                       "centre frequency index"},
-    {"q",               2, kByte,      {0, 4, IsQIndexAllowed}, nullptr,                       "quality factor index"},
+    {"freq",            1, kByte,      {0, EQ_BAND_FC_MAX[kEqBandCount - 1], IsFreqAllowed},  nullptr,                       "centre frequency index"},
+    {"q",               2, kByte,      {0, static_cast<int>(std::size(EQ_Q)) - 1, IsQIndexAllowed}, nullptr,                       "quality factor index"},
 };
 
 inline constexpr RecordField kSourceGainFields[] = {

@@ -7,7 +7,7 @@
 
 #include "model/RecordTypes.h"
 
-/// The answer to no query raises the flag by itself.
+/// No answer raises the flag, only a change does.
 constexpr int kNoGroup = -1;
 
 // The flags that are bits of one set: FLAG(name, bit, the setting group whose answer raises it even if nothing
@@ -31,9 +31,17 @@ constexpr int kNoGroup = -1;
     FLAG(AudioIC, 14, VOLUME_AND_FADE_BALANCE) \
     FLAG(ALC, 16, kNoGroup)
 
-/// The number of bits of that set.
+/// The number of bits of that set. A new flag takes the next bit, and this grows with it. Bit 15 never had a flag.
 constexpr int kUpdateFlagBits = 17;
 constexpr int kBitWithoutFlag = 15;
+
+constexpr std::uint64_t kBitsWithFlag = 0
+#define TLG_FLAG(name, bit, group) +(std::uint64_t{1} << (bit))
+    TLG_UPDATE_FLAGS(TLG_FLAG)
+#undef TLG_FLAG
+    ;
+static_assert(kBitsWithFlag == (std::uint64_t{1} << kUpdateFlagBits) - 1 - (std::uint64_t{1} << kBitWithoutFlag),
+              "each bit of the set but one has one flag");
 
 // The flags that are bytes: FLAG(name, member, setter, getter).
 #define TLG_BYTE_FLAGS(FLAG) \
@@ -43,7 +51,8 @@ constexpr int kBitWithoutFlag = 15;
     FLAG(Extend, m_extendUpdate, SetUpdateExtendFlag, GetExtendUpdateFlag) \
     FLAG(SrcVol, m_updateSrcVol, SetUpdateSrcVolFlag, GetUpdateSrcVolFlag)
 
-/// Ids of the EQ flags: 0 the current EQ type, 1 to 7 the curve of EQ type id - 1. Id 8 belongs to no group.
+/// Ids of the EQ flags: 0 the current EQ type, 1 to 7 the curve of EQ type id - 1. Id 8 has no setting: an EQ answer
+/// raises it with the others, and nothing publishes or clears it.
 constexpr int kEqFlagCount = 9;
 
 enum class UpdateFlag : std::uint8_t {
@@ -51,9 +60,8 @@ enum class UpdateFlag : std::uint8_t {
     TLG_UPDATE_FLAGS(TLG_FLAG)
 #undef TLG_FLAG
         EqFirst = kUpdateFlagBits,
-    EqLast = EqFirst + kEqFlagCount - 1,
-    BytesFirst,
-    BeforeBytes = BytesFirst - 1,
+    BytesFirst = EqFirst + kEqFlagCount,
+    BeforeBytes = BytesFirst - 1, // so that the next one is BytesFirst
 #define TLG_FLAG(name, member, setter, getter) name,
     TLG_BYTE_FLAGS(TLG_FLAG)
 #undef TLG_FLAG
@@ -76,7 +84,7 @@ public:
     }
     static constexpr UpdateFlags All() {
         UpdateFlags flags;
-        flags.m_bits = (std::uint32_t{1} << static_cast<int>(UpdateFlag::Count)) - 1;
+        flags.m_bits = (std::uint64_t{1} << static_cast<int>(UpdateFlag::Count)) - 1;
         return flags.Without({static_cast<UpdateFlag>(kBitWithoutFlag)});
     }
 
@@ -93,8 +101,8 @@ public:
     /// Goes from one flag of the set to the next.
     class Iterator {
     public:
-        constexpr explicit Iterator(std::uint32_t bits) : m_bits(bits) {}
-        constexpr UpdateFlag operator*() const { return static_cast<UpdateFlag>(__builtin_ctz(m_bits)); }
+        constexpr explicit Iterator(std::uint64_t bits) : m_bits(bits) {}
+        constexpr UpdateFlag operator*() const { return static_cast<UpdateFlag>(__builtin_ctzll(m_bits)); }
         constexpr Iterator& operator++() {
             m_bits &= m_bits - 1;
             return *this;
@@ -102,18 +110,18 @@ public:
         constexpr bool operator!=(const Iterator& other) const { return m_bits != other.m_bits; }
 
     private:
-        std::uint32_t m_bits;
+        std::uint64_t m_bits;
     };
     constexpr Iterator begin() const { return Iterator(m_bits); }
     constexpr Iterator end() const { return Iterator(0); }
 
 private:
-    static constexpr std::uint32_t BitOf(UpdateFlag flag) { return std::uint32_t{1} << static_cast<int>(flag); }
+    static constexpr std::uint64_t BitOf(UpdateFlag flag) { return std::uint64_t{1} << static_cast<int>(flag); }
 
-    std::uint32_t m_bits = 0;
+    std::uint64_t m_bits = 0;
 };
 
-static_assert(static_cast<int>(UpdateFlag::Count) <= 32, "each flag has its bit in the set");
+static_assert(static_cast<int>(UpdateFlag::Count) < 64, "each flag has its bit in the set");
 
 /// The flags that the MCU's answer to a query raises, even if nothing changed.
 /// @param group the record's type; a group without flags gives none

@@ -166,7 +166,8 @@ constexpr bool HasOneStepForEachAttribute() {
 }
 static_assert(HasOneStepForEachAttribute(), "each attribute is published by one step");
 
-bool IsDue(const Step& step, CEQData& store) {
+/// Whether the step has something to do; its flags are then cleared, if before it.
+bool TakeDue(const Step& step, CEQData& store) {
     if (step.flags == kAlways) {
         return true;
     }
@@ -188,7 +189,7 @@ void CarryOut(const Step& step, Cycle& cycle, CEQData& store) {
 void CEQMidController::UpdatePPS() {
     Cycle cycle{m_EQData, m_EQStatus, m_EQSetting, m_systemDevStatus, m_gpsStatus, m_bNaviVolEnabled, {}, {}, {}};
     for (const Step& step : kSteps) {
-        if (!IsDue(step, m_EQData)) {
+        if (!TakeDue(step, m_EQData)) {
             continue;
         }
         CarryOut(step, cycle, m_EQData);

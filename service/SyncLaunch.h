@@ -8,7 +8,7 @@ public:
 
     /// Asks the launcher to show a module.
     /// @param app the module's name; @param dat its data. A request of more than 255 characters is cut.
-    /// @return 0 when the request was handed over; -1, logged, when there is no launcher object
+    /// @return 0 when the launcher object could be opened, even if it took no request; otherwise -1, logged
     static int ShowModule(const char* app, const char* dat);
 };
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "model/RecordFields.h"
 #include "status/CEQSettingPPSModule.h"
 #include "status/CEQStatusPPSModule.h"
 #include "status/GpsStatusPPSModule.h"
@@ -120,7 +121,7 @@ protected:
             EXPECT_TRUE(payload.empty());
             return -1;
         }
-        EXPECT_EQ(payload.size(), 16U);
+        EXPECT_EQ(payload.size(), static_cast<std::size_t>(Layout<VOLUME_AND_FADE_BALANCE>().FixedSize() - 2));
         EXPECT_EQ(payload[2], 10) << "no change mark";
         return payload[4];
     }

@@ -103,6 +103,8 @@ TEST_F(McuConnectionTest, BlocksAreDeliveredAsTheyAre) {
     EXPECT_EQ(m_controller.Wait(3), (Events{"mcu a", "mcu ", "mcu bc"}));
     m_controller.HoldInput(m_file.GetKey());
     EXPECT_TRUE(Send(1)) << "which the MCU does not read";
+    unsigned char nothing = 0;
+    EXPECT_FALSE(m_file.SendToSpiDev(&nothing, 0) || m_file.SendToSpiDev(nullptr, 1));
     m_mcu->SendBlock({'d'});
     m_mcu->HangUp();
     m_controller.ResumeInput(m_file.GetKey());

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 
 #include "platform/host/PpsConnection.h"
@@ -20,15 +19,8 @@ constexpr const char* kObjects[] = {"/pps/tolvyn/eq/status", "/pps/tolvyn/eq/set
 
 rapidjson::Document ValueOf(const pps::Line& line) {
     rapidjson::Document value;
-    if (line.encoding == "json" && !value.Parse(line.value.data(), line.value.size()).HasParseError()) {
-        return value;
-    }
-    int number = 0;
-    const char* const end = line.value.data() + line.value.size();
-    const auto parsed = std::from_chars(line.value.data(), end, number);
-    if (line.encoding == "n" && parsed.ec == std::errc() && parsed.ptr == end) {
-        value.SetInt(number);
-    } else {
+    const bool isJson = line.encoding == "json" || line.encoding == "n";
+    if (!isJson || value.Parse(line.value.data(), line.value.size()).HasParseError()) {
         value.SetString(line.value.data(), static_cast<rapidjson::SizeType>(line.value.size()), value.GetAllocator());
     }
     return value;

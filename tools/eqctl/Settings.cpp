@@ -1,5 +1,8 @@
 #include "tools/eqctl/Settings.h"
 
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
 #include <algorithm>
 #include <charconv>
 #include <iterator>
@@ -73,7 +76,7 @@ bool IsPublished(const rapidjson::Value& value, const std::string& json) {
 }
 
 /// The command's value is one word or number.
-auto One(Parameter parameter) {
+auto One(const Parameter& parameter) {
     return [parameter](const Setting& setting, const Arguments& arguments, const Published& /*published*/) {
         const std::string json = arguments.words.size() == 1 ? JsonOf(parameter, arguments.words[0]) : "";
         if (json.empty() || !arguments.options.empty()) {
@@ -89,7 +92,7 @@ auto One(Parameter parameter) {
 }
 
 /// The command's value is a JSON object, and so is the published one, with the same members.
-auto Object(std::vector<Parameter> parameters) {
+auto Object(const std::vector<Parameter>& parameters) {
     return [parameters](const Setting& setting, const Arguments& arguments, const Published& /*published*/) {
         std::string json;
         for (std::size_t i = 0; i < parameters.size(); ++i) {
@@ -250,9 +253,9 @@ std::string WrongInBand(int band, const std::string& freq, const std::string& ga
     if (q.empty() || *end != '\0' || AllowedQIndexOf(band, value) < 0) {
         return name + ": Q is " + (band < 2 ? "1.0, 1.25, 1.5 or 2.0" : "0.75, 1.0, 1.25 or 2.0");
     }
-    rapidjson::Document number;
-    number.SetDouble(value);
-    q = Plain(number);
+    rapidjson::StringBuffer text;
+    rapidjson::Writer<rapidjson::StringBuffer>(text).Double(value);
+    q = text.GetString();
     return "";
 }
 

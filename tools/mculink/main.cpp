@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <string>
@@ -149,7 +150,9 @@ int main(int argc, char** argv) {
     const CLI::Option* baudOption =
         app.add_option("--baud", baud, "rate of the serial line, in bits a second")
             ->check([](const std::string& text) {
-                return mculink::IsBaudRate(std::atoi(text.c_str())) ? "" : text + " is not a rate of serial lines";
+                return mculink::IsBaudRate(static_cast<int>(std::strtol(text.c_str(), nullptr, 10)))
+                           ? ""
+                           : text + " is not a rate of serial lines";
             })
             ->type_name("RATE");
     app.add_option("--record", relay.recording, "record all packets in this file")->type_name("FILE");

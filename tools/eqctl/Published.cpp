@@ -109,8 +109,11 @@ int Published::Number(const std::string& attribute, const char* member, int inde
 
 std::string Published::Text(const std::string& attribute, const char* member) const {
     const rapidjson::Value& whole = Get(attribute);
-    const bool isThere = whole.IsObject() && whole.HasMember(member) && whole[member].IsString();
-    return isThere ? whole[member].GetString() : "";
+    if (!whole.IsObject()) {
+        return "";
+    }
+    const auto found = whole.FindMember(member);
+    return found != whole.MemberEnd() && found->value.IsString() ? found->value.GetString() : "";
 }
 
 std::string Plain(const rapidjson::Value& value) {

@@ -206,9 +206,11 @@ TEST(PowerWatcher, RecordsWords) {
     char name[] = "zopoweroff";
     attribute.attr_name = name;
     EXPECT_FALSE(power.OnPowerStatus(&attribute));
+    EXPECT_FALSE(power.SubcribePowerOffStatus(nullptr));
     EXPECT_EQ(TakeErrors(), "_Melvane_[OnPowerStatus]-PowerOnStatusPPSModule, NULL == info\n"
                             "_Melvane_[OnPowerStatus]-PowerOnStatusPPSModule, NULL == info->attr_name\n"
-                            "_Melvane_[OnPowerStatus]-PowerOnStatusPPSModule, NULL == info->value");
+                            "_Melvane_[OnPowerStatus]-PowerOnStatusPPSModule, NULL == info->value\n"
+                            "_Melvane_[SubcribePowerOffStatus]-PowerOnStatusPPSModule, NULL == info->value");
 }
 
 } // namespace

@@ -42,7 +42,7 @@ public:
     /// The payloads of the commands; to be called when no more come.
     const std::vector<Bytes>& Received() const { return m_received; }
     /// Writes noise before the next packet.
-    void Disturb() { m_noise = std::string("\xFF\xFE\x01", 3); }
+    void Disturb() { m_isDisturbed = true; }
 
 private:
     void Serve() {
@@ -75,7 +75,8 @@ private:
     }
 
     void Write(const Bytes& packet) {
-        const std::string text = std::exchange(m_noise, "") + std::string(mculink::View(packet));
+        const char* const noise = m_isDisturbed.exchange(false) ? "\xFF\xFE\x01" : "";
+        const std::string text = noise + std::string(mculink::View(packet));
         for (std::size_t at = 0; at < text.size();) {
             m_piece = m_piece % 41 + 1;
             const ssize_t length = ::write(m_line.Get(), text.data() + at, std::min(m_piece, text.size() - at));
@@ -88,9 +89,9 @@ private:
     UniqueFd m_keptOpen;
     std::thread m_thread;
     std::atomic<bool> m_isStopping{false};
+    std::atomic<bool> m_isDisturbed{false};
     std::atomic<int> m_commands{0};
     std::vector<Bytes> m_received; // by the thread
-    std::string m_noise;           // set while nothing is written
     std::size_t m_piece = 0;
 };
 

@@ -46,8 +46,8 @@ public:
     /// unless it was called from within the delivery itself.
     bool RemoveFile(int key) const;
 
-    /// Stops delivering the input of a registered file. It waits with the peer, whole and in order. Where one more block
-    /// is still to be delivered, that block comes first.
+    /// Stops delivering the input of a registered file. It waits with the peer, whole and in order. Where one more
+    /// block is still to be delivered, that block comes first.
     void HoldInput(int key) const;
     /// The same, but one more block is delivered first. Of a newly opened object this is its state at the opening.
     void HoldInputAfterBlock(int key) const;

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <mutex>
 #include <thread>
 
 #include "tests/support/FaultBench.h"
@@ -39,8 +40,11 @@ public:
 
     const std::string& Path() const { return m_path; }
     int Commands() const { return m_commands; }
-    /// The payloads of the commands; to be called when no more come.
-    const std::vector<Bytes>& Received() const { return m_received; }
+    /// The payloads of the commands.
+    std::vector<Bytes> Received() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_received;
+    }
     /// Writes noise before the next packet.
     void Disturb() { m_isDisturbed = true; }
 
@@ -69,7 +73,10 @@ private:
             Write(mculink::MakePacket(settings.Answer(packet.payload[1]), 0));
             return;
         }
-        m_received.push_back(packet.payload);
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_received.push_back(packet.payload);
+        }
         ++m_commands;
         Write(mculink::MakePacket({kAcknowledgement, 0}, packet.header.PacketNo));
     }
@@ -91,7 +98,8 @@ private:
     std::atomic<bool> m_isStopping{false};
     std::atomic<bool> m_isDisturbed{false};
     std::atomic<int> m_commands{0};
-    std::vector<Bytes> m_received; // by the thread
+    std::mutex m_mutex;
+    std::vector<Bytes> m_received; // guarded by m_mutex
     std::size_t m_piece = 0;
 };
 

@@ -35,12 +35,15 @@ constexpr int kNoGroup = -1;
 constexpr int kUpdateFlagBits = 17;
 constexpr int kBitWithoutFlag = 15;
 
-constexpr std::uint64_t kBitsWithFlag = 0
-#define TLG_FLAG(name, bit, group) +(std::uint64_t{1} << (bit))
+/// The bits that have a flag. A bit with two flags is not among them.
+constexpr std::uint64_t BitsWithFlag() {
+    std::uint64_t bits = 0;
+#define TLG_FLAG(name, bit, group) bits ^= std::uint64_t{1} << (bit);
     TLG_UPDATE_FLAGS(TLG_FLAG)
 #undef TLG_FLAG
-    ;
-static_assert(kBitsWithFlag == (std::uint64_t{1} << kUpdateFlagBits) - 1 - (std::uint64_t{1} << kBitWithoutFlag),
+    return bits;
+}
+static_assert(BitsWithFlag() == (std::uint64_t{1} << kUpdateFlagBits) - 1 - (std::uint64_t{1} << kBitWithoutFlag),
               "each bit of the set but one has one flag");
 
 // The flags that are bytes: FLAG(name, member, setter, getter).

@@ -32,6 +32,14 @@ std::optional<int> NumberIn(const std::string& text, int min, int max) {
     return number && *number >= min && *number <= max ? number : std::nullopt;
 }
 
+/// A plan to write a value, given with its encoding: ":5", "json:{...}".
+Plan PlanFor(const Setting& setting, const std::string& value) {
+    Plan plan;
+    plan.line = std::string(setting.command) + ":" + value;
+    plan.published = setting.published;
+    return plan;
+}
+
 Plan Wrong(const std::string& what) {
     Plan plan;
     plan.error = what;
@@ -82,8 +90,7 @@ auto One(const Parameter& parameter) {
         if (json.empty() || !arguments.options.empty()) {
             return WrongArguments(setting);
         }
-        Plan plan;
-        plan.line = std::string(setting.command) + "::" + (parameter.words.empty() ? json : arguments.words[0]);
+        Plan plan = PlanFor(setting, ":" + (parameter.words.empty() ? json : arguments.words[0]));
         plan.hasCome = [json, attribute = std::string(setting.published)](const Published& published) {
             return IsPublished(published.Get(attribute), json);
         };
@@ -103,8 +110,7 @@ auto Object(const std::vector<Parameter>& parameters) {
             }
             json += (json.empty() ? "" : ",") + Quoted(parameters[i].key) + ":" + value;
         }
-        Plan plan;
-        plan.line = std::string(setting.command) + ":json:{" + json + "}";
+        Plan plan = PlanFor(setting, "json:{" + json + "}");
         plan.hasCome = [json, attribute = std::string(setting.published)](const Published& published) {
             return IsPublished(published.Get(attribute), "{" + json + "}");
         };
@@ -127,8 +133,7 @@ Plan PlanVolume(const Setting& setting, const Arguments& arguments, const Publis
     if (current < 0 || max < 0) {
         return Wrong("the volume is not published yet");
     }
-    Plan plan;
-    plan.line = std::string(setting.command) + "::" + std::to_string(step);
+    Plan plan = PlanFor(setting, ":" + std::to_string(step));
     plan.hasCome = [level = std::clamp(current + step, 0, max)](const Published& now) {
         return now.Number(kVolume, "current") == level;
     };
@@ -142,8 +147,7 @@ Plan PlanMute(const Setting& setting, const Arguments& arguments, const Publishe
         return WrongArguments(setting);
     }
     const std::string state = words[1] == "on" ? "mute" : "unmute";
-    Plan plan;
-    plan.line = std::string(setting.command) + R"(:json:{"mutetype":")" + words[0] + R"(","mute":")" + state + R"("})";
+    Plan plan = PlanFor(setting, R"(json:{"mutetype":")" + words[0] + R"(","mute":")" + state + R"("})");
     plan.hasCome = [state, member = words[0] + "_mute"](const Published& now) {
         return now.Text(kVolume, member.c_str()) == state;
     };
@@ -164,11 +168,10 @@ Plan PlanSourceVolume(const Setting& setting, const Arguments& arguments, const 
     if (!level) {
         return Wrong("the level is a number from 0 to " + std::to_string(max));
     }
-    Plan plan;
-    plan.line = std::string(setting.command) + ":json:{\"type\":" + std::to_string(type) +
-                ",\"val\":" + std::to_string(*level) + "}";
-    plan.hasCome = [=, level = *level](const Published& now) {
-        return now.Number(isExtended ? kExtendedVolumes : kSourceVolumes, "val", type % kVolumeCount) == level;
+    Plan plan = PlanFor(setting, "json:{\"type\":" + std::to_string(type) + ",\"val\":" + std::to_string(*level) + "}");
+    plan.published = isExtended ? kExtendedVolumes : kSourceVolumes;
+    plan.hasCome = [attribute = plan.published, type, level = *level](const Published& now) {
+        return now.Number(attribute, "val", type % kVolumeCount) == level;
     };
     return plan;
 }
@@ -179,8 +182,7 @@ Plan PlanMaxPower(const Setting& setting, const Arguments& arguments, const Publ
     if (!level || !arguments.options.empty()) {
         return Wrong("the level is a number from 0 to " + std::to_string(max));
     }
-    Plan plan;
-    plan.line = std::string(setting.command) + "::" + std::to_string(*level);
+    Plan plan = PlanFor(setting, ":" + std::to_string(*level));
     plan.hasCome = [level = *level](const Published& now) { return now.Number(kVolume, "max_power") == level; };
     return plan;
 }
@@ -208,8 +210,7 @@ Plan PlanSourceGains(const Setting& setting, const Arguments& arguments, const P
     }
     const std::string json =
         "{\"count\":" + std::to_string(count) + ",\"src\":[" + names + "],\"gain\":[" + gains + "]}";
-    Plan plan;
-    plan.line = std::string(setting.command) + ":json:" + json;
+    Plan plan = PlanFor(setting, "json:" + json);
     plan.hasCome = [json, attribute = std::string(setting.published)](const Published& now) {
         return IsPublished(now.Get(attribute), json);
     };
@@ -277,8 +278,7 @@ Plan PlanCurve(const Setting& setting, const Arguments& arguments, const Publish
     const std::string curve =
         "\"freqs\":" + Joined(freqs) + ",\"gain\":" + Joined(gains) + ",\"q\":" + Joined(qs) + "}";
     const std::string name = "type_" + std::to_string(*type);
-    Plan plan;
-    plan.line = std::string(setting.command) + ":json:{\"type\":\"" + name + "\"," + curve;
+    Plan plan = PlanFor(setting, "json:{\"type\":\"" + name + "\"," + curve);
     plan.hasCome = [=](const Published& now) {
         return IsPublished(now.Get("zoeq" + name), "{" + curve) && IsPublished(now.Get("zoeq_type"), Quoted(name));
     };
@@ -298,7 +298,9 @@ const std::vector<Setting>& Settings() {
         {"maxpower", "LEVEL", "the volume at power-on: 0 to the maximum; ends a system mute", "zomaxpower_vol",
          "zovolume", PlanMaxPower},
         {"fade", "FF FR BL BR", "fade and balance: front left, front right, back left, back right, 0 to 24 each",
-         "zofade_balance", "zofade_balance", Object({{"ff", 0, 24}, {"fr", 0, 24}, {"bl", 0, 24}, {"br", 0, 24}})},
+         "zofade_balance", "zofade_balance",
+         Object(
+             {{"ff", 0, kMaxFadeLevel}, {"fr", 0, kMaxFadeLevel}, {"bl", 0, kMaxFadeLevel}, {"br", 0, kMaxFadeLevel}})},
         {"subgain", "N", "subwoofer gain: 0 to 255", "zosubwoofer_gain", "zosubwoofer_gain", One({"", 0, 255})},
         {"center", "N", "centre gain: 0 to 12", "zocenter_gain", "zocenter_gain", One({"", 0, kMaxCenterGain})},
         {"loud", "on|off", "loudness", "zoloud", "zoloud", One({"", 0, 0, kOnOff})},
@@ -312,7 +314,9 @@ const std::vector<Setting>& Settings() {
          "zoeqtype", "zoeq_type", PlanCurve},
         {"dbb", "on|off", "bass boost", "zodbb", "zodbb", One({"", 0, 0, kOnOff})},
         {"subwoofer", "on|off PHASE FILTER", "phase 0 or 180 degrees, filter 0 to 4", "zosubwoofer", "zosubwoofer",
-         Object({{"status", 0, 0, kOnOff}, {"phase", 0, 180, {}, 180}, {"filter", 0, kMaxSubwooferFilter}})},
+         Object({{"status", 0, 0, kOnOff},
+                 {"phase", 0, kReversedPhase, {}, kReversedPhase},
+                 {"filter", 0, kMaxSubwooferFilter}})},
         {"mode", "MODE CHANNEL", "speaker mode: 0 or 1, channel 0 to 4", "zospeaker_mode", "zospeaker_mode",
          Object({{"mode", 0, 1}, {"channel", 0, kMaxSpeakerChannel}})},
         {"front", "on|off CUTOFF", "front stereo filter, cut-off frequency index 0 to 7", "zofront_stereo_filter",

@@ -21,6 +21,7 @@ struct Arguments {
 struct Plan {
     std::string error; ///< what is allowed, where the arguments are not; then there is nothing else
     std::string line;
+    std::string published; ///< the attribute that shows it
     std::function<bool(const Published&)> hasCome;
 };
 

@@ -1,11 +1,8 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
@@ -18,11 +15,11 @@
 #include <string>
 #include <vector>
 
-#include "framework/SystemFiles.h"
 #include "platform/host/PpsConnection.h"
-#include "platform/host/Root.h"
 #include "tools/common/CommandLine.h"
+#include "tools/common/Output.h"
 #include "tools/common/StopSignals.h"
+#include "tools/eqctl/Presence.h"
 #include "tools/eqctl/Settings.h"
 
 namespace {
@@ -38,38 +35,6 @@ constexpr const char* kControl = "/pps/tolvyn/eq/control";
 int Fail(const std::string& text) {
     std::fprintf(stderr, "eqctl: %s\n", text.c_str());
     return 1;
-}
-
-bool PrintLine(const std::string& line) {
-    return std::fprintf(stdout, "%s\n", line.c_str()) >= 0 && std::fflush(stdout) == 0;
-}
-
-/// Whether a process holds the lock of this file.
-bool IsLocked(const struct stat& file) {
-    std::array<char, 64> id{};
-    std::snprintf(id.data(), id.size(), " %02x:%02x:%llu ", major(file.st_dev), minor(file.st_dev),
-                  static_cast<unsigned long long>(file.st_ino));
-    std::ifstream locks("/proc/locks");
-    for (std::string line; std::getline(locks, line);) {
-        if (line.find(id.data()) != std::string::npos) {
-            return true;
-        }
-    }
-    return false;
-}
-
-bool IsServiceRunning() {
-    struct stat file {};
-    return ::stat(host::BelowRoot("/run/melvane.lock").c_str(), &file) == 0 && IsLocked(file);
-}
-
-/// Whether the device is there, and where it is a socket with a lock beside it, somebody serves it.
-bool IsMcuThere() {
-    const std::string path = host::BelowRoot(TLG::ZOCAR::g_eqMCU.path);
-    const std::size_t name = path.rfind('/') + 1;
-    const std::string lock = path.substr(0, name) + "." + path.substr(name) + ".lock";
-    struct stat file {};
-    return ::stat(path.c_str(), &file) == 0 && (::stat(lock.c_str(), &file) != 0 || IsLocked(file));
 }
 
 /// Writes a line into the control object. False, with the reason in @p error, on failure.
@@ -90,11 +55,6 @@ std::string LineOf(const char* name, const Published& published, const std::stri
     return std::string(name) + " " + eqctl::Plain(published.Get(attribute));
 }
 
-std::string PublishedBy(const Setting& setting, const Arguments& arguments) {
-    const bool isExtended = !arguments.words.empty() && arguments.words[0].compare(0, 3, "ext") == 0;
-    return isExtended ? "zoextra_vol" : setting.published;
-}
-
 /// Writes a setting and waits until it shows.
 int Apply(const Setting& setting, const Arguments& arguments, milliseconds timeout) {
     Published published;
@@ -106,7 +66,7 @@ int Apply(const Setting& setting, const Arguments& arguments, milliseconds timeo
     if (!plan.error.empty()) {
         return Fail(std::string(setting.name) + ": " + plan.error);
     }
-    if (!IsServiceRunning()) {
+    if (!eqctl::IsServiceRunning()) {
         return Fail(std::string(setting.name) + ": the service does not run below this root");
     }
     const auto end = std::chrono::steady_clock::now() + timeout;
@@ -116,16 +76,16 @@ int Apply(const Setting& setting, const Arguments& arguments, milliseconds timeo
     while (!plan.hasCome(published)) {
         const auto left = std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now());
         if (left.count() <= 0 || !error.empty()) {
-            const std::string known = LineOf(setting.name, published, PublishedBy(setting, arguments));
+            const std::string known = LineOf(setting.name, published, plan.published);
             return Fail(std::string(setting.name) + ": " +
-                        (!error.empty()        ? error
-                         : !IsServiceRunning() ? "the service has ended"
-                         : IsMcuThere()        ? "not accepted within the time; published is: " + known
-                                               : "the MCU is away; published is: " + known));
+                        (!error.empty()               ? error
+                         : !eqctl::IsServiceRunning() ? "the service has ended"
+                         : eqctl::IsMcuThere()        ? "not accepted within the time; published is: " + known
+                                                      : "the MCU is away; published is: " + known));
         }
         published.WaitForChange(left, -1, error);
     }
-    PrintLine(LineOf(setting.name, published, PublishedBy(setting, arguments)));
+    PrintLine(LineOf(setting.name, published, plan.published));
     return 0;
 }
 

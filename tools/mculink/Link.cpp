@@ -4,10 +4,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <utility>
+
+#include "tools/common/Time.h"
+#include "tools/mculink/McuListener.h"
 
 namespace mculink {
 
@@ -89,9 +91,11 @@ bool Link::ReachMcu(std::string& error) {
     m_mcu = {std::move(port.fd), port.isStream, {}, 0};
     m_stream = {};
     m_listener.emplace();
-    if (!m_listener->Open(m_options.device) || !m_epoll.Add(m_listener->Fd(), EPOLLIN, kListenerId)) {
-        error = "cannot listen at " + m_options.device + ": " +
-                (errno == EADDRINUSE ? "another MCU runs there" : std::strerror(errno));
+    if (!ListenAsMcu(*m_listener, m_options.device, error)) {
+        return false;
+    }
+    if (!m_epoll.Add(m_listener->Fd(), EPOLLIN, kListenerId)) {
+        error = std::string("cannot wait for the service: ") + std::strerror(errno);
         return false;
     }
     m_nextReach.reset();
@@ -247,12 +251,12 @@ void Link::PassOn(Direction direction, std::string block) {
 }
 
 /// Writes what waits, as far as there is room. What can't be written is dropped: reading will say why.
-bool Link::Flush(Side& side) const {
+void Link::Flush(Side& side) {
     while (!side.outbox.empty()) {
         const std::string& block = side.outbox.front();
         const ssize_t length = ::write(side.fd.Get(), block.data() + side.written, block.size() - side.written);
         if (length < 0 && (errno == EAGAIN || errno == EINTR)) {
-            return false;
+            return;
         }
         side.written += static_cast<std::size_t>(std::max<ssize_t>(length, 0));
         if (length < 0 || !side.isStream || side.written == block.size()) {
@@ -260,7 +264,6 @@ bool Link::Flush(Side& side) const {
             side.written = 0;
         }
     }
-    return true;
 }
 
 void Link::Watch() const {
@@ -283,11 +286,7 @@ int Link::TimeoutMs() const {
     if (m_silenceEnd) {
         due = due ? std::min(*due, *m_silenceEnd) : *m_silenceEnd;
     }
-    if (!due) {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now()).count();
-    return static_cast<int>(std::max<decltype(left)>(left, 0));
+    return due ? MillisecondsUntil(*due) : -1;
 }
 
 } // namespace mculink

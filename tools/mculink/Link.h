@@ -69,7 +69,7 @@ private:
     void OnSilence();
     void GiveUpWaiting();
     void PassOn(Direction direction, std::string block);
-    bool Flush(Side& side) const;
+    static void Flush(Side& side);
     void Watch() const;
     int TimeoutMs() const;
 

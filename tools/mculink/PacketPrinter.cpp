@@ -4,9 +4,9 @@
 #include <rapidjson/writer.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
+#include <utility>
+
+#include "tools/common/Time.h"
 
 namespace mculink {
 
@@ -23,16 +23,6 @@ bool Allow(const std::vector<std::string>& words, const std::vector<std::string>
     const bool isAsked =
         std::any_of(words.begin(), words.end(), [&kind](const std::string& each) { return Has(kind, each); });
     return !isAsked || Has(words, word);
-}
-
-/// Seconds with six digits after the point.
-std::string Seconds(std::chrono::nanoseconds time) {
-    const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(time).count();
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%s%lld.%06lld", micros < 0 ? "-" : "",
-                  static_cast<long long>(std::llabs(micros / 1000000)),
-                  static_cast<long long>(std::llabs(micros % 1000000)));
-    return text.data();
 }
 
 /// Whether the block is not what its header says.
@@ -79,9 +69,9 @@ std::string PacketPrinter::TimeText(std::chrono::nanoseconds time) {
     const std::chrono::nanoseconds last = m_first ? m_last : time;
     m_first = first;
     m_last = time;
-    return Seconds(m_options.time == TimeStyle::Absolute ? time
-                   : m_options.time == TimeStyle::Delta  ? time - last
-                                                         : time - first);
+    return SecondsText(m_options.time == TimeStyle::Absolute ? time
+                       : m_options.time == TimeStyle::Delta  ? time - last
+                                                             : time - first);
 }
 
 std::optional<std::string> PacketPrinter::LineOf(const LinkPacket& packet) {
@@ -118,7 +108,8 @@ std::string PacketPrinter::Json(const LinkPacket& packet, const Packet& parsed, 
     JsonWriter json(text);
     json.StartObject();
     json.Key("time");
-    json.RawValue(Seconds(packet.time).data(), Seconds(packet.time).size(), rapidjson::kNumberType);
+    const std::string time = SecondsText(packet.time);
+    json.RawValue(time.data(), time.size(), rapidjson::kNumberType);
     Member(json, "direction", WordOf(packet.direction));
     if (packet.block.size() >= sizeof parsed.header) {
         Member(json, "no", parsed.header.PacketNo);

@@ -1,14 +1,16 @@
 #include "tools/mculink/Replay.h"
 
-#include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 
 #include "model/McuCommands.h"
 #include "platform/host/PpsConnection.h"
+#include "tools/common/Time.h"
+#include "tools/mculink/McuListener.h"
 #include "tools/mculink/PacketFields.h"
 
 namespace mculink {
@@ -27,6 +29,16 @@ std::string Summary(const std::string& block) {
     }
     const PacketFields fields = FieldsOf(packet);
     return fields.command + (fields.record.empty() ? "" : " " + fields.record) + TextOf(fields);
+}
+
+/// Writes the packet's number into its header, all of which is there.
+void SetNumber(std::string& block, std::int32_t number) {
+    std::memcpy(block.data() + offsetof(TLG::ZOCAR::PacketHeader_s, PacketNo), &number, sizeof number);
+}
+
+/// A number and an offset to it, which wrap around: a recording may hold any.
+std::int32_t Shifted(std::int32_t number, std::uint32_t offset) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(number) + offset);
 }
 
 /// The fields that differ, as "name old>new"; empty where the difference is in none of them.
@@ -53,12 +65,7 @@ Replay::Replay(std::vector<LinkPacket> recording, ReplayOptions options, std::fu
     : m_recording(std::move(recording)), m_options(std::move(options)), m_report(std::move(report)) {}
 
 bool Replay::Start(std::string& error) {
-    if (m_listener.Open(m_options.device)) {
-        return true;
-    }
-    error = "cannot listen at " + m_options.device + ": " +
-            (errno == EADDRINUSE ? "another MCU runs there" : std::strerror(errno));
-    return false;
+    return ListenAsMcu(m_listener, m_options.device, error);
 }
 
 int Replay::Run(int stopFd) {
@@ -77,13 +84,13 @@ int Replay::Run(int stopFd) {
     return m_differences;
 }
 
-Replay::Outcome Replay::WaitFor(int fd, std::chrono::milliseconds limit) const {
-    pollfd states[] = {{m_stopFd, POLLIN, 0}, {fd, POLLIN, 0}};
+Replay::Outcome Replay::WaitFor(int fd, std::chrono::milliseconds limit, short events) const {
+    pollfd states[] = {{m_stopFd, POLLIN, 0}, {fd, events, 0}};
     const Clock::time_point end = Clock::now() + limit;
     for (;;) {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now()).count();
-        const int count = ::poll(states, 2, static_cast<int>(std::max<decltype(left)>(left, 0)));
-        if (count > 0 || left <= 0) {
+        const int left = MillisecondsUntil(end);
+        const int count = ::poll(states, 2, left);
+        if (count > 0 || left == 0) {
             return states[0].revents != 0 ? Outcome::Stopped : count > 0 ? Outcome::Done : Outcome::TimedOut;
         }
     }
@@ -161,10 +168,14 @@ Replay::Outcome Replay::SendDue(const LinkPacket& packet) {
     std::string block = packet.block;
     Packet parsed;
     if (ParsePacket(block, parsed) && parsed.header.PacketNo != 0) {
-        const std::int32_t number = parsed.header.PacketNo + m_numberOffset.value_or(0);
-        std::memcpy(block.data() + offsetof(TLG::ZOCAR::PacketHeader_s, PacketNo), &number, sizeof number);
+        SetNumber(block, Shifted(parsed.header.PacketNo, m_numberOffset.value_or(0)));
     }
-    ::send(m_service.Get(), block.data(), block.size(), MSG_NOSIGNAL);
+    while (::send(m_service.Get(), block.data(), block.size(), MSG_NOSIGNAL) < 0 && errno == EAGAIN) {
+        const Outcome outcome = WaitFor(m_service.Get(), m_options.patience, POLLOUT);
+        if (outcome != Outcome::Done) {
+            return outcome;
+        }
+    }
     return Outcome::Done;
 }
 
@@ -179,8 +190,7 @@ void Replay::Compare(std::size_t index, const std::string& recorded, const std::
     }
     CheckNumber(index, before.header.PacketNo, after.header.PacketNo);
     std::string expected(WithoutPadding(recorded));
-    std::memcpy(expected.data() + offsetof(TLG::ZOCAR::PacketHeader_s, PacketNo), &after.header.PacketNo,
-                sizeof after.header.PacketNo);
+    SetNumber(expected, after.header.PacketNo);
     const std::string_view got = WithoutPadding(sent);
     if (expected == got) {
         return;
@@ -199,11 +209,10 @@ void Replay::CheckNumber(std::size_t index, std::int32_t recorded, std::int32_t 
     if (recorded == 0 && sent == 0) {
         return;
     }
-    const std::int32_t offset =
-        static_cast<std::int32_t>(static_cast<std::uint32_t>(sent) - static_cast<std::uint32_t>(recorded));
+    const auto offset = static_cast<std::uint32_t>(sent) - static_cast<std::uint32_t>(recorded);
     if (m_numberOffset && offset != *m_numberOffset) {
-        Report(index,
-               "number " + std::to_string(sent) + " where " + std::to_string(recorded + *m_numberOffset) + " was due");
+        Report(index, "number " + std::to_string(sent) + " where " +
+                          std::to_string(Shifted(recorded, *m_numberOffset)) + " was due");
     }
     m_numberOffset = offset;
 }

@@ -1,6 +1,8 @@
 #ifndef TLG_TOOLS_MCULINK_REPLAY_H
 #define TLG_TOOLS_MCULINK_REPLAY_H
 
+#include <poll.h>
+
 #include <chrono>
 #include <functional>
 #include <optional>
@@ -39,7 +41,7 @@ private:
     using Clock = std::chrono::steady_clock;
     enum class Outcome { Done, TimedOut, Stopped };
 
-    Outcome WaitFor(int fd, std::chrono::milliseconds limit) const;
+    Outcome WaitFor(int fd, std::chrono::milliseconds limit, short events = POLLIN) const;
     Outcome Connect();
     Outcome Receive(std::chrono::milliseconds patience, std::string& block);
     Outcome Play(std::size_t index);
@@ -57,9 +59,9 @@ private:
     UniqueFd m_service;
     int m_stopFd = -1;
     int m_differences = 0;
-    std::optional<std::int32_t> m_numberOffset; // of the service's numbers from those of the recording
-    std::chrono::nanoseconds m_lastTime{0};     // of the recording
-    bool m_hasCommands = false;                 // since the link was new, in the recording
+    std::optional<std::uint32_t> m_numberOffset; // of the service's numbers from those of the recording
+    std::chrono::nanoseconds m_lastTime{0};      // of the recording
+    bool m_hasCommands = false;                  // since the link was new, in the recording
 };
 
 } // namespace mculink

@@ -10,6 +10,7 @@
 #include "framework/SystemFiles.h"
 #include "platform/host/Root.h"
 #include "tools/common/CommandLine.h"
+#include "tools/common/Output.h"
 #include "tools/common/StopSignals.h"
 #include "tools/mculink/Link.h"
 #include "tools/mculink/PacketPrinter.h"
@@ -21,11 +22,6 @@ namespace {
 int Fail(const std::string& text) {
     std::fprintf(stderr, "mculink: %s\n", text.c_str());
     return 1;
-}
-
-/// Prints a line at once; false where nobody reads it.
-bool PrintLine(const std::string& line) {
-    return std::fprintf(stdout, "%s\n", line.c_str()) >= 0 && std::fflush(stdout) == 0;
 }
 
 struct RelayOptions {
@@ -133,6 +129,19 @@ void AddPrintOptions(CLI::App& app, mculink::PrintOptions& options) {
     app.footer("WORDs:" + words);
 }
 
+void AddRelayOptions(CLI::App& app, RelayOptions& options) {
+    app.add_option("--to", options.link.to, "where the MCU is: a socket, a serial device or a pty")->type_name("PATH");
+    app.add_option("--baud", options.link.baud, "rate of the serial line, in bits a second")
+        ->check([](const std::string& text) {
+            return mculink::IsBaudRate(static_cast<int>(std::strtol(text.c_str(), nullptr, 10)))
+                       ? ""
+                       : text + " is not a rate of serial lines";
+        })
+        ->type_name("RATE");
+    app.add_option("--record", options.recording, "record all packets in this file")->type_name("FILE");
+    app.add_flag("--print", options.prints, "print a line for each packet");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -145,18 +154,7 @@ int main(int argc, char** argv) {
     mculink::ReplayOptions replay;
     relay.link.device = replay.device = host::BelowRoot(TLG::ZOCAR::g_eqMCU.path);
     std::string file;
-    app.add_option("--to", relay.link.to, "where the MCU is: a socket, a serial device or a pty")->type_name("PATH");
-    int baud = 0;
-    const CLI::Option* baudOption =
-        app.add_option("--baud", baud, "rate of the serial line, in bits a second")
-            ->check([](const std::string& text) {
-                return mculink::IsBaudRate(static_cast<int>(std::strtol(text.c_str(), nullptr, 10)))
-                           ? ""
-                           : text + " is not a rate of serial lines";
-            })
-            ->type_name("RATE");
-    app.add_option("--record", relay.recording, "record all packets in this file")->type_name("FILE");
-    app.add_flag("--print", relay.prints, "print a line for each packet");
+    AddRelayOptions(app, relay);
     AddPrintOptions(app, print);
 
     CLI::App* show = app.add_subcommand("show", "prints a recording");
@@ -184,9 +182,6 @@ int main(int argc, char** argv) {
     }
     if (relay.link.to.empty()) {
         return Fail("command line: --to is missing: where the MCU is");
-    }
-    if (baudOption->count() > 0) {
-        relay.link.baud = baud;
     }
     return Relay(relay, print);
 }

@@ -12,6 +12,8 @@
 #include "framework/SystemFiles.h"
 #include "model/McuCommands.h"
 #include "platform/host/Root.h"
+#include "tools/common/Time.h"
+#include "tools/mculink/McuListener.h"
 
 namespace mcusim {
 
@@ -26,14 +28,6 @@ constexpr std::int32_t kOtherNumber = 100000; // by how much the number of a ren
 constexpr std::size_t kMaxWaitingReports = 1024;
 constexpr std::size_t kMaxWaiting = 65536;
 
-bool Listen(host::Listener& listener, const std::string& path, std::string& error) {
-    if (listener.Open(path)) {
-        return true;
-    }
-    error = "cannot listen at " + path + ": " + (errno == EADDRINUSE ? "another MCU runs there" : std::strerror(errno));
-    return false;
-}
-
 } // namespace
 
 Simulator::Simulator(const Options& options) : m_options(options) {
@@ -44,7 +38,8 @@ Simulator::Simulator(const Options& options) : m_options(options) {
 
 bool Simulator::Start(std::string& error) {
     const std::string path = m_options.at.empty() ? host::BelowRoot(TLG::ZOCAR::g_eqMCU.path) : m_options.at;
-    if (!Listen(m_listener, path, error) || !Listen(m_orderListener, host::BelowRoot(kOrderSocket), error)) {
+    if (!mculink::ListenAsMcu(m_listener, path, error) ||
+        !mculink::ListenAsMcu(m_orderListener, host::BelowRoot(kOrderSocket), error)) {
         return false;
     }
     if (!m_epoll.Open() || !m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId) ||
@@ -263,11 +258,7 @@ int Simulator::TimeoutMs() const {
     if (!m_later.empty()) {
         due = due ? std::min(*due, m_later.front().due) : m_later.front().due;
     }
-    if (!due) {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - Clock::now()).count();
-    return static_cast<int>(std::max<decltype(left)>(left, 0));
+    return due ? MillisecondsUntil(*due) : -1;
 }
 
 /// Sends the answers whose time has come.

@@ -49,28 +49,38 @@ void Attribute(Writer& json, const pps::Line& line) {
     json.EndObject();
 }
 
-} // namespace
-
-std::string JsonOf(const std::string& path, std::string_view text, const std::string& time) {
+/// What a text says, with views into it.
+struct Change {
     std::vector<std::string_view> order; // of the attributes; the last line of a name counts
     std::map<std::string_view, pps::Line> attributes;
     std::vector<std::string_view> deleted;
     const char* event = nullptr;
+};
+
+Change ChangeOf(std::string_view text) {
+    Change change;
     while (!text.empty()) {
         const std::optional<pps::Line> line = pps::ParseLine(pps::NextLine(text));
         if (!line) {
             continue;
         }
         if (line->kind == pps::LineKind::Attribute) {
-            if (attributes.insert_or_assign(line->name, *line).second) {
-                order.push_back(line->name);
+            if (change.attributes.insert_or_assign(line->name, *line).second) {
+                change.order.push_back(line->name);
             }
         } else if (line->kind == pps::LineKind::AttributeDeleted) {
-            deleted.push_back(line->name);
+            change.deleted.push_back(line->name);
         } else if (const char* const word = EventOf(line->kind)) {
-            event = word;
+            change.event = word;
         }
     }
+    return change;
+}
+
+} // namespace
+
+std::string JsonOf(const std::string& path, std::string_view text, const std::string& time) {
+    Change change = ChangeOf(text);
     rapidjson::StringBuffer buffer;
     Writer json(buffer);
     json.StartObject();
@@ -82,21 +92,21 @@ std::string JsonOf(const std::string& path, std::string_view text, const std::st
     json.String(path.c_str());
     json.Key("attributes");
     json.StartObject();
-    for (const std::string_view name : order) {
-        Attribute(json, attributes[name]);
+    for (const std::string_view name : change.order) {
+        Attribute(json, change.attributes[name]);
     }
     json.EndObject();
-    if (!deleted.empty()) {
+    if (!change.deleted.empty()) {
         json.Key("deleted");
         json.StartArray();
-        for (const std::string_view name : deleted) {
+        for (const std::string_view name : change.deleted) {
             Text(json, name);
         }
         json.EndArray();
     }
-    if (event != nullptr) {
+    if (change.event != nullptr) {
         json.Key("event");
-        json.String(event);
+        json.String(change.event);
     }
     json.EndObject();
     return buffer.GetString();

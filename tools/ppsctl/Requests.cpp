@@ -18,11 +18,6 @@ int Fail(const std::string& subject, int error) {
     return Fail(subject, error == 0 ? "the PPS server has ended" : std::strerror(error));
 }
 
-bool Print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    return std::fflush(stdout) == 0;
-}
-
 std::optional<std::vector<std::string>> ListObjects(std::string& error) {
     std::vector<std::string> paths;
     for (;;) {

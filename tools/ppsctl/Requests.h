@@ -12,9 +12,6 @@ int Fail(const std::string& subject, const std::string& reason);
 /// @param error an errno number; 0 where the server has ended
 int Fail(const std::string& subject, int error);
 
-/// Prints a text at once. False where nobody reads it.
-bool Print(const std::string& text);
-
 /// The paths of all objects in their order; nothing, with the reason in @p error, where the server does not answer.
 std::optional<std::vector<std::string>> ListObjects(std::string& error);
 

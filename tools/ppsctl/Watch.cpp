@@ -1,15 +1,18 @@
 #include "tools/ppsctl/Watch.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
+#include <iterator>
+#include <utility>
 
 #include "platform/host/PpsConnection.h"
 #include "platform/pps/Line.h"
+#include "tools/common/Output.h"
+#include "tools/common/Time.h"
 #include "tools/ppsctl/Json.h"
 #include "tools/ppsctl/Pattern.h"
 #include "tools/ppsctl/Requests.h"
@@ -20,15 +23,6 @@ namespace {
 
 /// How often objects that are not there yet are looked for.
 constexpr std::chrono::milliseconds kScanInterval(200);
-
-std::string TimeText() {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(now).count();
-    std::array<char, 40> text{};
-    std::snprintf(text.data(), text.size(), "%lld.%06lld", static_cast<long long>(micros / 1000000),
-                  static_cast<long long>(micros % 1000000));
-    return text.data();
-}
 
 } // namespace
 
@@ -53,7 +47,7 @@ int Watch::Run(int stopFd) {
             polled.push_back({subscription.fd.Get(), POLLIN, 0});
             paths.push_back(path);
         }
-        if (::poll(polled.data(), polled.size(), TimeoutMs(Clock::now())) < 0 && errno != EINTR) {
+        if (::poll(polled.data(), polled.size(), TimeoutMs()) < 0 && errno != EINTR) {
             return Fail("poll", errno);
         }
         const bool isOver = m_end && Clock::now() >= *m_end;
@@ -156,7 +150,7 @@ void Watch::LoseServer() {
 }
 
 bool Watch::Show(const std::string& path, const std::string& text) const {
-    const std::string time = m_options.time ? TimeText() : "";
+    const std::string time = m_options.time ? SecondsText(std::chrono::system_clock::now().time_since_epoch()) : "";
     if (m_options.json) {
         return Print(JsonOf(path, text, time) + "\n");
     }
@@ -174,16 +168,12 @@ bool Watch::HasAll() const {
     });
 }
 
-int Watch::TimeoutMs(Clock::time_point now) const {
+int Watch::TimeoutMs() const {
     std::optional<Clock::time_point> due = m_end;
     if (!HasAll()) {
         due = due ? std::min(*due, m_nextScan) : m_nextScan;
     }
-    if (!due) {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*due - now).count();
-    return static_cast<int>(std::max<decltype(left)>(left, 0));
+    return due ? MillisecondsUntil(*due) : -1;
 }
 
 } // namespace ppsctl

@@ -1,8 +1,6 @@
 #ifndef TLG_TOOLS_PPSCTL_WATCH_H
 #define TLG_TOOLS_PPSCTL_WATCH_H
 
-#include <poll.h>
-
 #include <chrono>
 #include <map>
 #include <optional>
@@ -33,7 +31,6 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    enum class Found { Yes, No, Nothing };
 
     bool Scan(bool isFirst);
     bool OpenAll(const std::set<std::string>& paths, bool isFirst);
@@ -43,7 +40,7 @@ private:
     bool Receive(const std::string& path);
     bool Show(const std::string& path, const std::string& text) const;
     void LoseServer();
-    int TimeoutMs(Clock::time_point now) const;
+    int TimeoutMs() const;
 
     struct Subscription {
         UniqueFd fd;

@@ -9,6 +9,7 @@
 
 #include "platform/host/PpsConnection.h"
 #include "tools/common/CommandLine.h"
+#include "tools/common/Output.h"
 #include "tools/common/StopSignals.h"
 #include "tools/ppsctl/Json.h"
 #include "tools/ppsctl/Requests.h"
@@ -19,7 +20,6 @@ namespace {
 namespace flags = host::target_flags;
 
 using ppsctl::Fail;
-using ppsctl::Print;
 
 /// The lines of standard input, up to its end.
 std::vector<std::string> InputLines() {

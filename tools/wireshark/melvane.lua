@@ -1,6 +1,6 @@
 -- Wireshark's view of a recording of the MCU link, as mculink writes it: every field of every packet by its name.
 --
---   wireshark -X lua_script:melvane.lua FILE          tshark -X lua_script:melvane.lua -r FILE
+--   tshark -X lua_script:melvane.lua -r FILE
 --
 -- Filters: melvane.cmd == 8 && melvane.main > 12      melvane.record == 5      melvane.damaged      melvane.ack_time > 0.01
 

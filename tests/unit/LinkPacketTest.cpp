@@ -81,44 +81,54 @@ TEST(PacketStream, FindsPacketsInPiecesOfEverySizeAndPassesOverNoise) {
     }
 }
 
-TEST(Recording, ComesBackByteForByteAndIsRefusedWhereItIsNone) {
-    const TemporaryRoot root;
-    const std::string path = root.Path() + "/link";
-    const std::vector<LinkPacket> packets{
+/// The packets of a recording, and why it ends, which is empty where it is whole.
+std::pair<std::vector<LinkPacket>, std::string> ReadRecording(const std::string& path) {
+    std::vector<LinkPacket> packets;
+    std::string error;
+    mculink::RecordingReader reader;
+    if (reader.Open(path, error)) {
+        while (const auto packet = reader.Next(error)) {
+            packets.push_back(*packet);
+        }
+    }
+    return {packets, error};
+}
+
+class RecordingTest : public testing::Test {
+protected:
+    RecordingTest() {
+        mculink::RecordingWriter writer;
+        std::string error;
+        EXPECT_TRUE(writer.Open(m_path, error)) << error;
+        for (const LinkPacket& packet : m_packets) {
+            EXPECT_TRUE(writer.Write(packet));
+        }
+        EXPECT_FALSE(writer.Open(m_root.Path() + "/none/link", error));
+        EXPECT_EQ(error, "No such file or directory");
+    }
+
+    const TemporaryRoot m_root;
+    const std::string m_path = m_root.Path() + "/link";
+    const std::vector<LinkPacket> m_packets{
         {std::chrono::nanoseconds(1764072000123456789), Direction::ToMcu, PacketOf({kQueryCommand, 0})},
         {std::chrono::nanoseconds(1764072001000000001), Direction::FromMcu, "cut"},
         {std::chrono::nanoseconds(1764072002000000000), Direction::FromMcu, PacketOf(Bytes(mculink::kMaxPayload, 1))},
         {std::chrono::nanoseconds(1764072002000000000), Direction::ToMcu, ""}};
-    std::string error;
-    {
-        mculink::RecordingWriter writer;
-        ASSERT_TRUE(writer.Open(path, error)) << error;
-        for (const LinkPacket& packet : packets) {
-            EXPECT_TRUE(writer.Write(packet));
-        }
-        EXPECT_FALSE(writer.Open(root.Path() + "/none/link", error));
-        EXPECT_EQ(error, "No such file or directory");
-    }
-    const auto read = [&path](std::vector<LinkPacket>* all) {
-        std::string reason;
-        mculink::RecordingReader reader;
-        if (!reader.Open(path, reason)) {
-            return reason;
-        }
-        while (auto packet = reader.Next(reason)) {
-            all->push_back(*packet);
-        }
-        return reason;
-    };
-    std::vector<LinkPacket> all;
-    EXPECT_EQ(read(&all), "");
-    ASSERT_EQ(all.size(), packets.size());
+};
+
+TEST_F(RecordingTest, ComesBackByteForByte) {
+    const auto [all, error] = ReadRecording(m_path);
+    EXPECT_EQ(error, "");
+    ASSERT_EQ(all.size(), m_packets.size());
     for (std::size_t i = 0; i < all.size(); ++i) {
-        EXPECT_EQ(all[i].time, packets[i].time);
-        EXPECT_EQ(all[i].direction, packets[i].direction);
-        EXPECT_EQ(all[i].block, packets[i].block);
+        EXPECT_EQ(all[i].time, m_packets[i].time);
+        EXPECT_EQ(all[i].direction, m_packets[i].direction);
+        EXPECT_EQ(all[i].block, m_packets[i].block);
     }
-    std::ifstream file(path, std::ios::binary);
+}
+
+TEST_F(RecordingTest, HasTheFormatThatOthersReadAndIsRefusedWhereItHasNot) {
+    std::ifstream file(m_path, std::ios::binary);
     const std::string whole{std::istreambuf_iterator<char>(file), {}};
     EXPECT_EQ(whole.substr(0, 4) + whole.substr(20, 4) + whole.substr(40, 3),
               std::string("\x4D\x3C\xB2\xA1\x93\0\0\0\0\x02\0", 11))
@@ -136,8 +146,9 @@ TEST(Recording, ComesBackByteForByteAndIsRefusedWhereItIsNone) {
                                                        {noDirection, "record 1 has no direction"},
                                                        {tooLarge, "record 1 is too large for a packet"}};
     for (const auto& [content, reason] : bad) {
-        root.WriteFile("/link", content);
-        EXPECT_NE(read(&all).find(reason), std::string::npos) << read(&all);
+        m_root.WriteFile("/link", content);
+        const std::string error = ReadRecording(m_path).second;
+        EXPECT_NE(error.find(reason), std::string::npos) << error;
     }
 }
 

@@ -116,6 +116,15 @@ std::vector<mculink::LinkPacket> PacketsOf(const std::string& path) {
     return packets;
 }
 
+void WriteRecording(const std::string& path, const std::vector<mculink::LinkPacket>& packets) {
+    mculink::RecordingWriter writer;
+    std::string error;
+    ASSERT_TRUE(writer.Open(path, error)) << error;
+    for (const mculink::LinkPacket& packet : packets) {
+        EXPECT_TRUE(writer.Write(packet));
+    }
+}
+
 TEST(LinkTest, ASerialLineLosesNothingAndItsNoiseIsPassedOver) {
     constexpr int kCommands = 10000;
     Chain chain;
@@ -237,17 +246,31 @@ TEST(LinkTest, RecordingsPlayedAgainShowEachDifferenceAndNoOther) {
     constexpr std::size_t kCommand = 14; // the first, after the queries and answers
     constexpr std::size_t kMain = 28 + 4;
     ++packets[kCommand].block[kMain];
-    mculink::RecordingWriter writer;
-    std::string error;
-    ASSERT_TRUE(writer.Open(changed, error));
-    for (const mculink::LinkPacket& packet : packets) {
-        EXPECT_TRUE(writer.Write(packet));
-    }
+    WriteRecording(changed, packets);
     int status = -1;
     const std::string printed = Replayed(recording, changed, status);
     EXPECT_EQ(status, 1);
     EXPECT_NE(printed.find(" sent with main 14*>13*\nmculink: " + changed + ": 1 difference\n"), std::string::npos)
         << printed;
+}
+
+TEST(LinkTest, AReplayThatIsFasterThanTheServiceLosesNothing) {
+    constexpr std::size_t kQueriesAndAnswers = 14;
+    constexpr int kReports = 5000;
+    Chain chain;
+    const std::string recording = chain.root.Path() + "/recording";
+    std::vector<mculink::LinkPacket> packets = PacketsOf(TLG_SOURCE_DIR "/tests/recordings/session.pcap");
+    packets.resize(kQueriesAndAnswers);
+    for (int i = 0; i < kReports; ++i) {
+        const Bytes packet = mculink::MakePacket(mculink::Record(ALC).With("alc", 2 + i % 2).Payload(), 0);
+        packets.push_back({packets.back().time, Direction::FromMcu, std::string(mculink::View(packet))});
+    }
+    WriteRecording(recording, packets);
+    const auto replay = StartReady("mculink", {"replay", "--fast", recording});
+    chain.service = std::make_unique<Process>("melvane");
+    EXPECT_TRUE(chain.service->WaitFor("[UpdatePPS]-end", kQueriesAndAnswers / 2 + kReports));
+    EXPECT_EQ(replay->WaitForEnd(), 0);
+    chain.StopService();
 }
 
 /// The lines that tshark prints of a recording.
@@ -271,13 +294,10 @@ TEST(LinkTest, WiresharkNamesAndLinksThePackets) {
     std::vector<mculink::LinkPacket> packets = PacketsOf(TLG_SOURCE_DIR "/tests/recordings/session.pcap");
     packets.back().block.pop_back();
     packets.push_back({packets.back().time, Direction::FromMcu, "short"});
-    mculink::RecordingWriter writer;
-    std::string error;
     const std::string recording = root.Path() + "/recording";
-    ASSERT_TRUE(writer.Open(recording, error));
+    WriteRecording(recording, packets);
     std::size_t loud = 0;
     for (const mculink::LinkPacket& packet : packets) {
-        EXPECT_TRUE(writer.Write(packet));
         mculink::Packet parsed;
         mculink::ParsePacket(packet.block, parsed);
         const mculink::Record record(parsed.payload);

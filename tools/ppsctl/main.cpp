@@ -93,6 +93,25 @@ int Delete(const std::string& object) {
     return reply.error == 0 ? 0 : Fail(object, reply.reason);
 }
 
+void AddWatchOptions(CLI::App& watch, ppsctl::WatchOptions& options) {
+    watch
+        .add_option("PATTERN", options.patterns,
+                    "an object's path; '*' stands for any text within a component, '**' for any number of components")
+        ->required();
+    watch.add_flag("--time", options.time, "begin each line with the seconds since the epoch");
+    watch.add_flag("--json", options.json, "print each state and change as a JSON object on one line");
+    watch.add_option("--count", options.count, "end after this number of changes")
+        ->check(CLI::Range(1, 1000000000).description(""))
+        ->type_name("N");
+    watch
+        .add_option_function<double>(
+            "--for",
+            [&options](double limit) { options.limit = std::chrono::milliseconds(static_cast<long>(limit * 1000)); },
+            "end after this time")
+        ->check(CLI::Range(0.0, 1e9).description(""))
+        ->type_name("SECONDS");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -112,21 +131,7 @@ int main(int argc, char** argv) {
     read->add_flag("--json", isJson, "as a JSON object on one line");
     ppsctl::WatchOptions options;
     CLI::App* watch = app.add_subcommand("watch", "prints the states of objects, then every change, until ended");
-    watch
-        ->add_option("PATTERN", options.patterns,
-                     "an object's path; '*' stands for any text within a component, '**' for any number of components")
-        ->required();
-    watch->add_flag("--time", options.time, "begin each line with the seconds since the epoch");
-    watch->add_flag("--json", options.json, "print each state and change as a JSON object on one line");
-    watch->add_option("--count", options.count, "end after this number of changes")
-        ->check(CLI::Range(1, 1000000000).description(""))
-        ->type_name("N");
-    watch
-        ->add_option_function<double>(
-            "--for", [&](double limit) { options.limit = std::chrono::milliseconds(static_cast<long>(limit * 1000)); },
-            "end after this time")
-        ->check(CLI::Range(0.0, 1e9).description(""))
-        ->type_name("SECONDS");
+    AddWatchOptions(*watch, options);
     CLI::App* list = app.add_subcommand("list", "prints the objects, one full path a line");
     CLI::App* remove = app.add_subcommand("delete", "deletes the object");
     remove->add_option("OBJECT", object)->required();

@@ -137,7 +137,7 @@ TEST(ChainTest, TheSchemeDecidesAboutNavigation) {
         ASSERT_TRUE(chain.service->WaitFor("[UpdatePPS]-end", follows ? 8 : 7));
         chain.mcu->Type("volume navi 20\nvolume ext2 33\nnonsense\n");
         ASSERT_TRUE(chain.service->WaitFor("[UpdatePPS]-end", follows ? 10 : 9));
-        EXPECT_TRUE(chain.mcu->WaitFor("not an order: 'nonsense'"));
+        EXPECT_TRUE(chain.mcu->WaitFor("'nonsense' is no order"));
         EXPECT_EQ(Count(chain.mcu->Output(), "navi=30 "), follows ? 1U : 0U);
         EXPECT_EQ(Count(StateOf(kNavigation), "[n]navivolume:n:50\n"), follows ? 1U : 0U);
         EXPECT_EQ(Count(StateOf(kStatus), "\"val\":[10,11,33,13]"), follows ? 1U : 0U);

@@ -24,18 +24,20 @@ enum class Fault : std::size_t {
 struct FaultWord {
     std::string_view word;
     Fault fault;
-    bool isState = false; ///< it is on or off, and can't be ordered for a number of answers
+    bool isState; ///< it is on or off, and can't be ordered for a number of answers
+    const char* meaning;
 };
 
 /// The faults and the words with which they are ordered.
-constexpr std::array<FaultWord, 8> kFaultWords{{{"refuse", Fault::kRefuse, false},
-                                                {"drop", Fault::kDrop, false},
-                                                {"duplicate", Fault::kDuplicate, false},
-                                                {"reorder", Fault::kReorder, false},
-                                                {"renumber", Fault::kRenumber, false},
-                                                {"corrupt", Fault::kCorrupt, false},
-                                                {"silence", Fault::kSilence, true},
-                                                {"deaf", Fault::kDeaf, true}}};
+constexpr std::array<FaultWord, 8> kFaultWords{
+    {{"refuse", Fault::kRefuse, false, "the command is refused"},
+     {"drop", Fault::kDrop, false, "the command is carried out, and the answer is lost"},
+     {"duplicate", Fault::kDuplicate, false, "the answer is sent twice"},
+     {"reorder", Fault::kReorder, false, "the answer is sent after the next one"},
+     {"renumber", Fault::kRenumber, false, "the answer has the number of another packet"},
+     {"corrupt", Fault::kCorrupt, false, "the answer is damaged"},
+     {"silence", Fault::kSilence, true, "nothing is sent at all"},
+     {"deaf", Fault::kDeaf, true, "nothing is read"}}};
 
 /// Which faults happen, and how often from now on.
 class Faults {

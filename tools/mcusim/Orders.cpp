@@ -4,154 +4,289 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
-#include <optional>
-#include <sstream>
-#include <vector>
+#include <filesystem>
+#include <iterator>
 
 #include "platform/host/PpsConnection.h"
 #include "platform/host/Root.h"
+#include "tools/mcusim/SettingOrders.h"
 #include "tools/mcusim/Simulator.h"
 
 namespace mcusim {
 
 namespace {
 
-using Words = std::vector<std::string>;
-
-constexpr std::size_t kMaxQuoted = 60;
-
 struct Order {
     const char* word;
     const char* arguments;
     const char* meaning;
+    bool takesFile;
     /// Carries the order out; nothing where it has no such arguments.
-    std::optional<std::string> (*carryOut)(Simulator& simulator, const Words& arguments);
+    std::optional<OrderResult> (*carryOut)(Simulator& simulator, const Words& arguments);
 };
 
-template <typename Number>
-std::optional<Number> NumberOf(const std::string& text) {
-    Number number{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+OrderResult Done() {
+    return {true, ""};
 }
 
-std::optional<std::string> Volume(Simulator& simulator, const Words& arguments) {
-    const std::optional<int> level = arguments.size() == 2 ? NumberOf<int>(arguments[1]) : std::nullopt;
-    return level && simulator.ChangeVolume(arguments[0], *level) ? std::optional<std::string>("") : std::nullopt;
+/// The bytes of hexadecimal words; empty where they are none.
+Bytes BytesOf(const Words& words) {
+    std::string digits;
+    for (const std::string& word : words) {
+        digits += word;
+    }
+    Bytes bytes;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        std::uint8_t byte = 0;
+        const auto [end, error] = std::from_chars(digits.data() + i, digits.data() + i + 2, byte, 16);
+        if (error != std::errc() || end != digits.data() + i + 2) {
+            return {};
+        }
+        bytes.push_back(byte);
+    }
+    return digits.size() % 2 == 0 && bytes.size() <= kMaxBlock ? bytes : Bytes();
 }
 
-std::optional<std::string> Delay(Simulator& simulator, const Words& arguments) {
+std::string Joined(const Words& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text.append(text.empty() ? "" : " ").append(word);
+    }
+    return text;
+}
+
+std::optional<OrderResult> Mix(Simulator& simulator, const Words& arguments) {
+    if (arguments != Words{"on"} && arguments != Words{"off"}) {
+        return std::nullopt;
+    }
+    simulator.Send(mculink::MakePacket({kAudioMixReport, static_cast<std::uint8_t>(arguments[0] == "on" ? 1 : 0)}, 0));
+    return Done();
+}
+
+std::optional<OrderResult> SendReport(Simulator& simulator, const Words& arguments) {
+    const Bytes payload = BytesOf(arguments);
+    if (payload.empty()) {
+        return std::nullopt;
+    }
+    simulator.Send(mculink::MakePacket(payload, 0));
+    return Done();
+}
+
+std::optional<OrderResult> SendRaw(Simulator& simulator, const Words& arguments) {
+    const Bytes block = BytesOf(arguments);
+    if (block.empty()) {
+        return std::nullopt;
+    }
+    simulator.Send(block);
+    return Done();
+}
+
+std::optional<OrderResult> Delay(Simulator& simulator, const Words& arguments) {
     constexpr long kLongest = 60000;
-    const std::optional<long> delay = arguments.size() == 1 ? NumberOf<long>(arguments[0]) : std::nullopt;
-    if (!delay || *delay < 0 || *delay > kLongest) {
+    const std::optional<long> delay = arguments.size() == 1 ? NumberIn(arguments[0], 0, kLongest) : std::nullopt;
+    if (!delay) {
         return std::nullopt;
     }
     simulator.SetDelay(std::chrono::milliseconds(*delay));
-    return "";
+    return Done();
 }
 
-std::optional<std::string> ClearFaults(Simulator& simulator, const Words& arguments) {
+template <void (Simulator::*action)()>
+std::optional<OrderResult> WithoutArguments(Simulator& simulator, const Words& arguments) {
     if (!arguments.empty()) {
         return std::nullopt;
     }
-    simulator.ClearFaults();
-    return "";
+    (simulator.*action)();
+    return Done();
 }
 
-std::optional<std::string> HangUp(Simulator& simulator, const Words& arguments) {
-    if (!arguments.empty()) {
+std::optional<OrderResult> Restart(Simulator& simulator, const Words& arguments) {
+    const std::optional<long> seed =
+        arguments.size() == 1 ? NumberIn(arguments[0], 0, std::numeric_limits<std::uint32_t>::max()) : std::nullopt;
+    Settings settings = seed ? Settings(static_cast<std::uint32_t>(*seed)) : Settings();
+    std::string error;
+    if (!arguments.empty() && !seed && !LoadSettings(Joined(arguments), settings, error)) {
+        return OrderResult{false, error};
+    }
+    simulator.Restart(settings);
+    return Done();
+}
+
+std::optional<OrderResult> Save(Simulator& simulator, const Words& arguments) {
+    std::string error;
+    return arguments.empty()                                                     ? std::nullopt
+           : SaveSettings(Joined(arguments), simulator.CurrentSettings(), error) ? std::optional(Done())
+                                                                                 : OrderResult{false, error};
+}
+
+std::optional<OrderResult> Load(Simulator& simulator, const Words& arguments) {
+    if (arguments.empty()) {
         return std::nullopt;
     }
-    simulator.HangUp();
-    return "";
+    Settings settings = simulator.CurrentSettings();
+    std::string error;
+    if (!LoadSettings(Joined(arguments), settings, error)) {
+        return OrderResult{false, error};
+    }
+    simulator.TakeAndReport(settings);
+    return Done();
 }
 
-std::optional<std::string> Restart(Simulator& simulator, const Words& arguments) {
-    const auto seed = arguments.size() == 1 ? NumberOf<std::uint32_t>(arguments[0]) : std::nullopt;
-    if (!arguments.empty() && !seed) {
+std::optional<OrderResult> WaitFor(Simulator& simulator, const Words& arguments) {
+    constexpr long kLongest = 3600 * 1000;
+    if (arguments.empty() || arguments.size() > 2) {
         return std::nullopt;
     }
-    simulator.Restart(seed);
-    return "";
+    const std::optional<long> time = arguments.size() == 1 ? NumberIn(arguments[0], 0, kLongest) : std::nullopt;
+    const std::optional<long> count = arguments.size() == 1 ? 1 : NumberIn(arguments[1], 1, kLongest);
+    const long* counter = simulator.CounterOf(arguments[0]);
+    OrderResult result = Done();
+    if (time) {
+        const auto due = std::chrono::steady_clock::now() + std::chrono::milliseconds(*time);
+        result.wait = Wait{[due] { return std::chrono::steady_clock::now() >= due; }, due};
+    } else if (arguments == Words{"service"}) {
+        result.wait = Wait{[&simulator] { return simulator.HasService(); }, std::nullopt};
+    } else if (counter != nullptr && count) {
+        result.wait = Wait{[counter, until = *counter + *count] { return *counter >= until; }, std::nullopt};
+    } else {
+        return std::nullopt;
+    }
+    return result;
 }
 
-std::optional<std::string> Show(Simulator& simulator, const Words& arguments) {
-    return arguments.empty() ? std::optional(simulator.Show()) : std::nullopt;
+std::optional<OrderResult> Show(Simulator& simulator, const Words& arguments) {
+    return arguments.empty() ? std::optional(OrderResult{true, simulator.Show()}) : std::nullopt;
 }
 
-std::optional<std::string> Help(Simulator& /*simulator*/, const Words& /*arguments*/) {
-    return OrderHelp();
+std::optional<OrderResult> Help(Simulator& /*simulator*/, const Words& /*arguments*/) {
+    return OrderResult{true, OrderHelp()};
 }
 
 constexpr Order kOrders[] = {
-    {"volume", "NAME LEVEL", "turns a knob: main, max, navi, call, voice, ext0 to ext3; 0 to 127", Volume},
-    {"delay", "MS", "answers come this number of milliseconds later; 0: at once", Delay},
-    {"clear", "", "ends all faults", ClearFaults},
-    {"hangup", "", "ends the connection to the service", HangUp},
-    {"restart", "[SEED]", "hangs up and goes on with the first settings, or with others that follow from SEED",
-     Restart},
-    {"show", "", "prints the settings and what was received so far", Show},
-    {"help", "", "prints this", Help},
+    {"mix", "on|off", "reports that audio mixing is on or off", false, Mix},
+    {"report", "HEX", "sends a packet with this payload, from the command id on", false, SendReport},
+    {"raw", "HEX", "sends these bytes as they are", false, SendRaw},
+    {"delay", "MS", "answers come this number of milliseconds later; 0: at once", false, Delay},
+    {"clear", "", "ends all faults", false, WithoutArguments<&Simulator::ClearFaults>},
+    {"hangup", "", "ends the connection to the service", false, WithoutArguments<&Simulator::HangUp>},
+    {"restart", "[SEED|FILE]",
+     "hangs up, ends all faults, and goes on with the first settings, those that follow from SEED, or those of FILE",
+     true, Restart},
+    {"save", "FILE", "writes the settings into a file, as orders", true, Save},
+    {"load", "FILE", "takes settings from a file, and reports what changed", true, Load},
+    {"wait", "MS|service|commands|keys|queries [COUNT]",
+     "the next order waits for this time, a service, or so many further packets", false, WaitFor},
+    {"show", "", "prints the settings and what was received so far", false, Show},
+    {"help", "", "prints this", false, Help},
 };
+
+const Order* FindOrder(std::string_view word) {
+    const auto* order =
+        std::find_if(std::begin(kOrders), std::end(kOrders), [word](const Order& each) { return word == each.word; });
+    return order == std::end(kOrders) ? nullptr : order;
+}
+
+const FaultWord* FindFault(std::string_view word) {
+    const auto* fault = std::find_if(kFaultWords.begin(), kFaultWords.end(),
+                                     [word](const FaultWord& each) { return word == each.word; });
+    return fault == kFaultWords.end() ? nullptr : fault;
+}
 
 /// A fault's argument: how often it happens from now on.
 std::optional<long> CountOf(const FaultWord& fault, const Words& arguments) {
-    if (arguments.size() == 1 && (arguments[0] == "on" || arguments[0] == "off")) {
+    if (arguments == Words{"on"} || arguments == Words{"off"}) {
         return arguments[0] == "on" ? Faults::kAlways : 0;
     }
     if (fault.isState || arguments.size() > 1) {
         return std::nullopt;
     }
-    if (arguments.empty()) {
-        return 1;
-    }
-    const std::optional<long> count = NumberOf<long>(arguments[0]);
-    return count && *count >= 0 ? count : std::nullopt;
+    return arguments.empty() ? 1 : NumberIn(arguments[0], 0, Faults::kAlways);
 }
 
-OrderResult Refused(std::string_view line) {
-    return {false, "not an order: '" + std::string(line.substr(0, kMaxQuoted)) + "'; 'help' lists them"};
+std::string HelpOf(const Order& order) {
+    return std::string(order.word) + (*order.arguments == '\0' ? "" : " ") + order.arguments + ": " + order.meaning;
+}
+
+std::string HelpOf(const FaultWord& fault) {
+    return std::string(fault.word) + (fault.isState ? " on|off" : " [COUNT|on|off]") + ": " + fault.meaning;
+}
+
+OrderResult Wrong(const std::string& help) {
+    return {false, "the order is: " + help};
+}
+
+OrderResult ObeySetting(Simulator& simulator, const Words& words) {
+    std::string error;
+    const std::optional<Change> change = ChangeOf(words, simulator.CurrentSettings(), error);
+    if (change) {
+        simulator.Turn(*change);
+    }
+    return {change.has_value(), change ? "" : error};
 }
 
 } // namespace
 
 std::string OrderHelp() {
-    std::string text;
+    std::string text = "What the user at the unit changes, and the MCU reports:\n";
+    for (const std::string& line : SettingOrderHelp()) {
+        text.append("  ").append(line).append("\n");
+    }
+    text += "Packets, faults, and the simulator itself:\n";
     for (const Order& order : kOrders) {
-        text.append(order.word).append(" ").append(order.arguments).append(": ").append(order.meaning).append("\n");
+        text.append("  ").append(HelpOf(order)).append("\n");
     }
-    const char* separator = "";
+    text += "What happens to the next COUNT answers, or to the next one without a count:";
     for (const FaultWord& fault : kFaultWords) {
-        text.append(separator).append(fault.word).append(fault.isState ? " on|off" : " [COUNT|on|off]");
-        separator = ", ";
+        text.append("\n  ").append(HelpOf(fault));
     }
-    return text + ": what happens to the next COUNT answers, or to the next one without a count";
+    return text;
+}
+
+Words OrderWordsAfter(const Words& words) {
+    Words next = SettingWordsAfter(words);
+    const FaultWord* fault = words.size() == 1 ? FindFault(words[0]) : nullptr;
+    if (words.empty()) {
+        std::transform(std::begin(kOrders), std::end(kOrders), std::back_inserter(next),
+                       [](const Order& order) { return order.word; });
+        std::transform(kFaultWords.begin(), kFaultWords.end(), std::back_inserter(next),
+                       [](const FaultWord& each) { return std::string(each.word); });
+    } else if (fault != nullptr || words == Words{"mix"}) {
+        next = {"on", "off"};
+    } else if (words == Words{"wait"}) {
+        next = {"service", "commands", "keys", "queries"};
+    }
+    return next;
 }
 
 OrderResult Obey(Simulator& simulator, std::string_view line) {
-    std::istringstream stream{std::string(line)};
-    std::string word;
-    Words arguments;
-    stream >> word;
-    for (std::string argument; stream >> argument;) {
-        arguments.push_back(argument);
+    const Words words = WordsOf(line);
+    const std::string word = words.empty() ? "" : words[0];
+    if (IsSettingOrder(word)) {
+        return ObeySetting(simulator, words);
     }
-    for (const Order& order : kOrders) {
-        if (word == order.word) {
-            const std::optional<std::string> text = order.carryOut(simulator, arguments);
-            return text ? OrderResult{true, *text} : Refused(line);
+    const Words arguments(words.begin() + (words.empty() ? 0 : 1), words.end());
+    if (const Order* order = FindOrder(word)) {
+        return order->carryOut(simulator, arguments).value_or(Wrong(HelpOf(*order)));
+    }
+    if (const FaultWord* fault = FindFault(word)) {
+        const std::optional<long> count = CountOf(*fault, arguments);
+        if (!count) {
+            return Wrong(HelpOf(*fault));
         }
+        simulator.SetFault(fault->fault, *count);
+        return Done();
     }
-    const auto* fault = std::find_if(kFaultWords.begin(), kFaultWords.end(),
-                                     [&word](const FaultWord& each) { return each.word == word; });
-    const std::optional<long> count = fault == kFaultWords.end() ? std::nullopt : CountOf(*fault, arguments);
-    if (!count) {
-        return Refused(line);
+    constexpr std::size_t kMaxQuoted = 60;
+    return {false, "'" + word.substr(0, kMaxQuoted) + "' is no order; these are: " + Joined(OrderWordsAfter({}))};
+}
+
+std::string OrderLine(Words words) {
+    const Order* order = words.size() == 2 ? FindOrder(words[0]) : nullptr;
+    if (order != nullptr && order->takesFile && !NumberOf(words[1])) {
+        words[1] = std::filesystem::absolute(words[1]);
     }
-    simulator.SetFault(fault->fault, *count);
-    return {true, ""};
+    return Joined(words);
 }
 
 OrderResult GiveOrder(const std::string& line) {

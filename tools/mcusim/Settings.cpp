@@ -84,6 +84,7 @@ Settings::Settings(std::uint32_t seed) : Settings() {
         }
     }
     LimitVolumes(Volumes(), random);
+    m_records.at(EQ).With("reserved", 0);
 }
 
 Bytes Settings::Answer(int group) const {
@@ -110,8 +111,8 @@ bool Settings::Apply(const Bytes& payload) {
     return true;
 }
 
-Bytes Settings::Report(Record record, std::string_view marked) {
-    return record.Marked(marked).Payload(kReport);
+Bytes Settings::ReportOf(Record record, std::string_view marked) {
+    return (marked.empty() ? record : record.Marked(marked)).Payload(kReport);
 }
 
 Bytes Settings::PressKey(const Bytes& payload) {
@@ -122,22 +123,11 @@ Bytes Settings::PressKey(const Bytes& payload) {
         (payload[3] != kSystem && payload[3] != kSource)) {
         return {};
     }
-    return Report(Volumes().With(payload[3] == kSystem ? "system_mute" : "source_mute", payload[2]), "main");
+    return ReportOf(Volumes().With(payload[3] == kSystem ? "system_mute" : "source_mute", payload[2]), "main");
 }
 
 Bytes Settings::Mix(const Bytes& payload) {
     return payload.size() == 2 && payload[1] <= 1 ? Bytes{kAudioMixReport, payload[1]} : Bytes{};
-}
-
-Bytes Settings::ChangeVolume(const std::string& name, int level) {
-    for (const RecordType type : {VOLUME_AND_FADE_BALANCE, EQ_EXPEND}) {
-        const RecordField* field = LayoutOf(type)->fields.Find(name);
-        const bool isMax = name == "max";
-        if (field != nullptr && (field->bits.isVolume || isMax) && field->Allows(level)) {
-            return Report(m_records.at(type).With(name, level), isMax ? "main" : name);
-        }
-    }
-    return {};
 }
 
 } // namespace mcusim

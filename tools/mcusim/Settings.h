@@ -33,14 +33,17 @@ public:
     /// when the state is unknown.
     static Bytes Mix(const Bytes& payload);
 
-    /// Changes a volume as a user at the unit would and returns the report that follows, with the volume
-    /// marked; empty for an unknown name or a level above 127.
-    /// @param name of a volume's field, or max
-    Bytes ChangeVolume(const std::string& name, int level);
+    /// The record of a type that the MCU has.
+    const Record& Get(RecordType type) const { return m_records.at(type); }
+    /// Replaces a record by one of the same type that the MCU accepts.
+    void Set(const Record& record) { m_records.at(record.Type()) = record; }
+
+    /// The report of a record.
+    /// @param marked the volume that has the change mark; empty where there is none
+    static Bytes ReportOf(Record record, std::string_view marked);
 
 private:
     Record& Volumes() { return m_records.at(VOLUME_AND_FADE_BALANCE); }
-    static Bytes Report(Record record, std::string_view marked);
 
     std::map<int, Record> m_records; // by type
 };

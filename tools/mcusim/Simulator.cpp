@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <utility>
 
@@ -19,18 +18,15 @@ namespace mcusim {
 
 namespace {
 
-constexpr std::size_t kMaxBlock = 64U * 1024U;
 constexpr int kBlocksPerTurn = 64;
 constexpr auto kLargestLag = std::chrono::milliseconds(10);
 constexpr std::int32_t kOtherNumber = 100000; // by how much the number of a renumbered answer is wrong
-
-// A service that does not read misses reports, as it would on a real device. Many more answers are kept.
-constexpr std::size_t kMaxWaitingReports = 1024;
-constexpr std::size_t kMaxWaiting = 65536;
+constexpr std::size_t kMaxWaiting = 65536;    // packets of a connection
 
 } // namespace
 
-Simulator::Simulator(const Options& options) : m_options(options) {
+Simulator::Simulator(const Options& options)
+    : m_options(options), m_desk(m_epoll, [this](std::string_view line) { return Obey(*this, line); }) {
     if (options.seed) {
         m_random.emplace(*options.seed);
     }
@@ -38,45 +34,38 @@ Simulator::Simulator(const Options& options) : m_options(options) {
 
 bool Simulator::Start(std::string& error) {
     const std::string path = m_options.at.empty() ? host::BelowRoot(TLG::ZOCAR::g_eqMCU.path) : m_options.at;
-    if (!mculink::ListenAsMcu(m_listener, path, error) ||
-        !mculink::ListenAsMcu(m_orderListener, host::BelowRoot(kOrderSocket), error)) {
+    if (!mculink::ListenAsMcu(m_listener, path, error)) {
         return false;
     }
-    if (!m_epoll.Open() || !m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId) ||
-        !m_epoll.Add(m_orderListener.Fd(), EPOLLIN, kOrdersId)) {
+    if (!m_epoll.Open() || !m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId)) {
         error = std::string("cannot wait for connections: ") + std::strerror(errno);
         return false;
     }
-    return true;
+    return m_desk.Listen(error) && (m_options.script.empty() || m_desk.TakeScript(m_options.script, error));
 }
 
-void Simulator::Run(int stopFd, int commandFd) {
+bool Simulator::Run(int stopFd, int commandFd) {
     m_epoll.Add(stopFd, EPOLLIN, kStopId);
-    if (!m_epoll.Add(commandFd, EPOLLIN, kInputId) && errno == EPERM) {
-        // A regular file is always ready and can't be watched, so its orders are obeyed at once.
-        while (ReadOrders(commandFd)) {
-        }
-    }
+    m_desk.TakeInput(commandFd);
+    m_desk.GoOn();
     m_nextReport = Clock::now();
-    for (bool stop = false; !stop;) {
+    for (bool stop = false; !stop && !m_desk.IsEnded() && !m_desk.HasScriptFailed();) {
         m_epoll.Wait(TimeoutMs(), [&](std::uint64_t id, std::uint32_t events) {
             if (id == kStopId) {
                 stop = true;
             } else if (id == kListenerId) {
                 AcceptAll();
-            } else if (id == kInputId) {
-                ReadOrders(commandFd);
-            } else if (id == kOrdersId) {
-                AcceptOrders();
-            } else if (m_orderConnections.count(id) != 0) {
-                AnswerOrder(id);
+            } else if (id >= OrderDesk::kFirstId) {
+                m_desk.Handle(id);
             } else {
                 Handle(id, events);
             }
         });
         SendLater();
         SendRandomReports();
+        m_desk.GoOn();
     }
+    return !m_desk.HasScriptFailed();
 }
 
 void Simulator::AcceptAll() {
@@ -97,7 +86,7 @@ void Simulator::AcceptAll() {
 /// Called when a descriptor is free: accepts newcomers that had to wait.
 void Simulator::ListenAgain() {
     m_epoll.Modify(m_listener.Fd(), EPOLLIN, kListenerId);
-    m_epoll.Modify(m_orderListener.Fd(), EPOLLIN, kOrdersId);
+    m_desk.ListenAgain();
 }
 
 void Simulator::Handle(std::uint64_t id, std::uint32_t events) {
@@ -217,14 +206,6 @@ void Simulator::SendPacket(Connection& connection, const Bytes& packet) {
     Flush(connection);
 }
 
-void Simulator::Broadcast(const Bytes& payload) {
-    for (auto& [id, connection] : m_connections) {
-        if (connection.outbox.size() < kMaxWaitingReports) {
-            SendPacket(connection, mculink::MakePacket(payload, 0));
-        }
-    }
-}
-
 /// Sends waiting packets, as far as there is room.
 void Simulator::Flush(Connection& connection) {
     while (!connection.outbox.empty()) {
@@ -251,12 +232,12 @@ bool Simulator::IsReportDue() const {
 }
 
 int Simulator::TimeoutMs() const {
-    std::optional<Clock::time_point> due;
+    std::optional<Clock::time_point> due = m_desk.Due();
     if (IsReportDue()) {
-        due = m_nextReport;
+        due = std::min(due.value_or(m_nextReport), m_nextReport);
     }
     if (!m_later.empty()) {
-        due = due ? std::min(*due, m_later.front().due) : m_later.front().due;
+        due = std::min(due.value_or(m_later.front().due), m_later.front().due);
     }
     return due ? MillisecondsUntil(*due) : -1;
 }
@@ -294,8 +275,7 @@ void Simulator::Trace(const char* direction, std::string_view block) const {
     const std::string text = mculink::ParsePacket(block, packet)
                                  ? mculink::Describe(packet)
                                  : "a block of " + std::to_string(block.size()) + " bytes";
-    std::printf("%s %s\n", direction, text.c_str());
-    std::fflush(stdout);
+    m_desk.Print(direction + (" " + text));
 }
 
 } // namespace mcusim

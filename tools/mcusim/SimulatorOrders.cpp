@@ -1,54 +1,44 @@
-// How the simulator takes orders, and what they do.
-#include <sys/socket.h>
-#include <unistd.h>
-
+// What orders do to the simulator.
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdio>
 #include <utility>
 
-#include "tools/mcusim/Orders.h"
 #include "tools/mcusim/Simulator.h"
 
 namespace mcusim {
 
 namespace {
 
-constexpr std::size_t kMaxOrder = 1024;
+const RecordField* FirstChanged(const RecordLayout& layout, const Record& before, const Record& after) {
+    const auto* field = std::find_if(layout.fields.begin(), layout.fields.end(), [&](const RecordField& each) {
+        return each.bits.isVolume && before.Get(each.name) != after.Get(each.name);
+    });
+    return field == layout.fields.end() ? nullptr : field;
+}
 
 } // namespace
 
-void Simulator::AcceptOrders() {
-    while (UniqueFd fd = m_orderListener.Accept()) {
-        const std::uint64_t id = m_nextConnection++;
-        if (m_epoll.Add(fd.Get(), EPOLLIN, id)) {
-            m_orderConnections[id] = std::move(fd);
+void Simulator::Turn(const Change& change) {
+    m_settings.Set(change.record);
+    Broadcast(Settings::ReportOf(change.record, change.marked));
+}
+
+void Simulator::TakeAndReport(const Settings& settings) {
+    for (const RecordLayout& layout : kRecordLayouts) {
+        const Record& before = m_settings.Get(layout.type);
+        const Record& after = settings.Get(layout.type);
+        if (before.Payload() != after.Payload()) {
+            const RecordField* marked = FirstChanged(layout, before, after);
+            Turn({after, marked == nullptr ? "" : marked->name});
         }
     }
-    if (errno != EAGAIN) {
-        m_epoll.Modify(m_orderListener.Fd(), 0, kOrdersId);
-    }
 }
 
-/// Answers the one order of a connection, and ends it.
-void Simulator::AnswerOrder(std::uint64_t id) {
-    const UniqueFd fd = std::move(m_orderConnections[id]);
-    m_orderConnections.erase(id);
-    std::array<char, kMaxOrder> text{};
-    const ssize_t length = ::recv(fd.Get(), text.data(), text.size(), MSG_DONTWAIT);
-    const OrderResult result = Obey(*this, {text.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))});
-    const std::string answer = (result.isObeyed ? "ok " : "no ") + result.text;
-    ::send(fd.Get(), answer.data(), answer.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    ListenAgain();
-}
-
-bool Simulator::ChangeVolume(const std::string& name, int level) {
-    const Bytes report = m_settings.ChangeVolume(name, level);
-    if (!report.empty()) {
-        Broadcast(report);
+void Simulator::Send(const Bytes& packet) {
+    for (auto& [id, connection] : m_connections) {
+        if (connection.outbox.size() < kMaxWaitingReports) {
+            SendPacket(connection, packet);
+        }
     }
-    return !report.empty();
 }
 
 void Simulator::SetFault(Fault fault, long count) {
@@ -82,10 +72,17 @@ void Simulator::HangUp() {
     ListenAgain();
 }
 
-void Simulator::Restart(std::optional<std::uint32_t> seed) {
+void Simulator::Restart(const Settings& settings) {
     HangUp();
     m_faults.Clear();
-    m_settings = seed ? Settings(*seed) : Settings();
+    m_settings = settings;
+}
+
+const long* Simulator::CounterOf(std::string_view word) const {
+    return word == "commands"  ? &m_counts.commands
+           : word == "keys"    ? &m_counts.keys
+           : word == "queries" ? &m_counts.queries
+                               : nullptr;
 }
 
 std::string Simulator::Show() const {
@@ -97,37 +94,6 @@ std::string Simulator::Show() const {
     }
     return text + "received commands=" + std::to_string(m_counts.commands) + " keys=" + std::to_string(m_counts.keys) +
            " queries=" + std::to_string(m_counts.queries);
-}
-
-/// Reads and obeys orders; false at their end.
-bool Simulator::ReadOrders(int commandFd) {
-    std::array<char, kMaxOrder> text{};
-    const ssize_t length = ::read(commandFd, text.data(), text.size());
-    if (length <= 0) {
-        m_epoll.Remove(commandFd);
-        if (!m_orders.empty()) {
-            ObeyTyped(std::exchange(m_orders, {}));
-        }
-        return false;
-    }
-    m_orders.append(text.data(), static_cast<std::size_t>(length));
-    for (std::size_t end = m_orders.find('\n'); end != std::string::npos; end = m_orders.find('\n')) {
-        ObeyTyped(m_orders.substr(0, end));
-        m_orders.erase(0, end + 1);
-    }
-    if (m_orders.size() > kMaxOrder) {
-        ObeyTyped(std::exchange(m_orders, {}));
-    }
-    return true;
-}
-
-void Simulator::ObeyTyped(const std::string& line) {
-    const OrderResult result = Obey(*this, line);
-    std::FILE* out = result.isObeyed ? stdout : stderr;
-    if (!result.text.empty()) {
-        std::fprintf(out, "%s%s\n", result.isObeyed ? "" : "mcusim: ", result.text.c_str());
-        std::fflush(out);
-    }
 }
 
 } // namespace mcusim

@@ -11,11 +11,7 @@
 namespace {
 
 int Order(const std::vector<std::string>& words) {
-    std::string line;
-    for (const std::string& word : words) {
-        line.append(line.empty() ? "" : " ").append(word);
-    }
-    const mcusim::OrderResult result = mcusim::GiveOrder(line);
+    const mcusim::OrderResult result = mcusim::GiveOrder(mcusim::OrderLine(words));
     if (!result.isObeyed) {
         std::fprintf(stderr, "mcusim: %s\n", result.text.c_str());
         return 1;
@@ -38,8 +34,7 @@ int Simulate(const mcusim::Options& options) {
     }
     std::puts("mcusim: ready");
     std::fflush(stdout);
-    simulator.Run(stop.Get(), STDIN_FILENO);
-    return 0;
+    return simulator.Run(stop.Get(), STDIN_FILENO) ? 0 : 1;
 }
 
 } // namespace
@@ -60,6 +55,8 @@ int main(int argc, char** argv) {
     app.add_option("--count", options.reportCount, "end the random reports after this number")
         ->needs(seed)
         ->check(CLI::NonNegativeNumber);
+    app.add_option("--script", options.script, "carry out the orders of this file; a wrong one ends the simulator")
+        ->type_name("FILE");
     std::vector<std::string> words;
     CLI::App* order = app.add_subcommand("order", "gives one order to the simulator that runs below $TLG_ROOT");
     order->add_option("WORD", words, "the order; 'mcusim order help' lists them")->required();

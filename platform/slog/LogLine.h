@@ -5,7 +5,8 @@
 #include <climits>
 #include <string_view>
 
-/// One message as it is written: severity, code, text, a line feed.
+/// One message as it is written: severity, code, text, a line feed. Where the environment variable TLG_SLOG_TIME is
+/// set, and not 0, the seconds since the epoch come first, so that a log can be read beside other records.
 class LogLine {
 public:
     /// A pipe takes at most this number of bytes in one piece.

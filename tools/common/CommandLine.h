@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "tools/common/Completion.h"
+
 /// Why a command line is none. Where a subcommand is missing, they are listed.
 inline std::string ReasonOf(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
     const auto subcommands = app.get_subcommands([](const CLI::App* /*each*/) { return true; });
@@ -22,8 +24,15 @@ inline std::string ReasonOf(const CLI::App& app, const CLI::ParseError& error, i
 
 /// Parses the command line. Returns an exit status where the program is to end at once: 0 after printing the help or
 /// the version, 1 after one line on standard error that says what is wrong.
-inline std::optional<int> ParseCommandLine(CLI::App& app, int argc, char** argv) {
+/// @param wordsAfter for the completion of command lines in a shell
+inline std::optional<int> ParseCommandLine(
+    CLI::App& app, int argc, char** argv,
+    const WordsAfter& wordsAfter = [](const auto&) { return std::vector<std::string>(); }) {
     app.set_version_flag("--version", app.get_name() + " " TLG_VERSION, "print the version and exit");
+    if (argc > 1 && std::string(argv[1]) == "--complete") {
+        PrintCandidates(app, {argv + 2, argv + argc}, wordsAfter);
+        return 0;
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& answer) {

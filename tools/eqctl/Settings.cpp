@@ -7,6 +7,7 @@
 #include <charconv>
 #include <iterator>
 #include <optional>
+#include <sstream>
 
 #include "model/EqTables.h"
 #include "model/RecordFields.h"
@@ -327,6 +328,30 @@ const std::vector<Setting>& Settings() {
         {"mix", "on|off", "audio mixing", "zoaudiomix", "zoaudiomix", One({"", 0, 0, kOnOff})},
     };
     return settings;
+}
+
+std::vector<std::string> ChoicesOf(const Setting& setting, std::size_t place) {
+    std::istringstream arguments(setting.arguments);
+    std::string argument;
+    for (std::size_t i = 0; i <= place; ++i) {
+        if (!(arguments >> argument)) {
+            return {};
+        }
+    }
+    std::vector<std::string> choices;
+    std::istringstream words(argument);
+    for (std::string word; std::getline(words, word, '|');) {
+        const std::size_t dots = word.find("..");
+        if (dots == std::string::npos) {
+            choices.push_back(word);
+            continue;
+        }
+        // "ext0..ext3"
+        for (char digit = word[dots - 1]; digit <= word.back(); ++digit) {
+            choices.push_back(word.substr(0, dots - 1) + digit);
+        }
+    }
+    return choices.size() > 1 ? choices : std::vector<std::string>();
 }
 
 const std::vector<Reading>& Readings() {

@@ -37,6 +37,9 @@ struct Setting {
 /// All that can be set, in the order of the commands' page.
 const std::vector<Setting>& Settings();
 
+/// The words that an argument of a setting may be, by its place from 0 on; empty where it is no such argument.
+std::vector<std::string> ChoicesOf(const Setting& setting, std::size_t place);
+
 /// What can be read: names, and the attributes that are published. Settings that share an attribute have one name.
 struct Reading {
     const char* name;

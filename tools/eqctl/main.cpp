@@ -212,6 +212,20 @@ int Watch(bool isJson) {
     return error.empty() ? 0 : Fail(error);
 }
 
+/// The words among the arguments of a setting, and the names of what can be read.
+std::vector<std::string> NextWords(const std::vector<std::string>& before) {
+    std::vector<std::string> words;
+    if (before == std::vector<std::string>{"get"}) {
+        std::transform(eqctl::Readings().begin(), eqctl::Readings().end(), std::back_inserter(words),
+                       [](const Reading& reading) { return reading.name; });
+    }
+    const auto& settings = eqctl::Settings();
+    const auto setting = std::find_if(settings.begin(), settings.end(), [&before](const Setting& each) {
+        return !before.empty() && before[0] == each.name;
+    });
+    return setting == settings.end() ? words : eqctl::ChoicesOf(*setting, before.size() - 1);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -236,7 +250,7 @@ int main(int argc, char** argv) {
     watch->add_flag("--json", isJson, "each as a JSON object");
     CLI::App* set = app.add_subcommand("set", "writes the settings that a file or standard input holds, one a line");
     set->add_option("FILE", file, "lines such as 'volume +3'; - is standard input")->capture_default_str();
-    if (const auto status = ParseCommandLine(app, argc, argv)) {
+    if (const auto status = ParseCommandLine(app, argc, argv, NextWords)) {
         return *status;
     }
     if (get->parsed()) {

@@ -99,11 +99,12 @@ int PlayAgain(const std::string& path, const mculink::ReplayOptions& options) {
     return Fail(path + ": " + std::to_string(differences) + (differences == 1 ? " difference" : " differences"));
 }
 
+const std::map<std::string, mculink::TimeStyle> kStyles{{"absolute", mculink::TimeStyle::Absolute},
+                                                        {"delta", mculink::TimeStyle::Delta},
+                                                        {"relative", mculink::TimeStyle::Relative}};
+
 /// The options that say what is printed of each packet.
 void AddPrintOptions(CLI::App& app, mculink::PrintOptions& options) {
-    static const std::map<std::string, mculink::TimeStyle> kStyles{{"absolute", mculink::TimeStyle::Absolute},
-                                                                   {"delta", mculink::TimeStyle::Delta},
-                                                                   {"relative", mculink::TimeStyle::Relative}};
     app.add_option("--time", options.time,
                    "absolute: seconds since the epoch; delta: since the line before; relative: since the first one")
         ->transform(CLI::CheckedTransformer(kStyles, CLI::ignore_case).description(""))
@@ -142,6 +143,20 @@ void AddRelayOptions(CLI::App& app, RelayOptions& options) {
     app.add_flag("--print", options.prints, "print a line for each packet");
 }
 
+/// The values of the options with words.
+std::vector<std::string> NextWords(const std::vector<std::string>& before) {
+    const std::string option = before.empty() ? "" : before.back();
+    std::vector<std::string> words;
+    if (option == "--only" || option == "--not") {
+        words = mculink::PacketPrinter::Words();
+    } else if (option == "--time") {
+        for (const auto& [word, style] : kStyles) {
+            words.push_back(word);
+        }
+    }
+    return words;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -170,7 +185,7 @@ int main(int argc, char** argv) {
         ->type_name("SECONDS")
         ->capture_default_str();
 
-    if (const auto status = ParseCommandLine(app, argc, argv)) {
+    if (const auto status = ParseCommandLine(app, argc, argv, NextWords)) {
         return *status;
     }
     if (show->parsed()) {

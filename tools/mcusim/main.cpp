@@ -60,7 +60,11 @@ int main(int argc, char** argv) {
     std::vector<std::string> words;
     CLI::App* order = app.add_subcommand("order", "gives one order to the simulator that runs below $TLG_ROOT");
     order->add_option("WORD", words, "the order; 'mcusim order help' lists them")->required();
-    if (const auto status = ParseCommandLine(app, argc, argv)) {
+    const auto nextWords = [](const std::vector<std::string>& before) {
+        const bool isOrder = !before.empty() && before[0] == "order";
+        return isOrder ? mcusim::OrderWordsAfter({before.begin() + 1, before.end()}) : std::vector<std::string>();
+    };
+    if (const auto status = ParseCommandLine(app, argc, argv, nextWords)) {
         return *status;
     }
     return order->parsed() ? Order(words) : Simulate(options);

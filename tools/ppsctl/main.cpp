@@ -112,6 +112,15 @@ void AddWatchOptions(CLI::App& watch, ppsctl::WatchOptions& options) {
         ->type_name("SECONDS");
 }
 
+/// The objects, where one may come.
+std::vector<std::string> NextWords(const std::vector<std::string>& before) {
+    std::string error;
+    const bool isList = before.empty() || before[0] == "list" || before.back()[0] == '-';
+    const bool isFirst = before.size() == 1 || (!isList && before[0] == "watch");
+    return isList || !isFirst ? std::vector<std::string>()
+                              : ppsctl::ListObjects(error).value_or(std::vector<std::string>());
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -136,7 +145,7 @@ int main(int argc, char** argv) {
     CLI::App* remove = app.add_subcommand("delete", "deletes the object");
     remove->add_option("OBJECT", object)->required();
 
-    if (const auto status = ParseCommandLine(app, argc, argv)) {
+    if (const auto status = ParseCommandLine(app, argc, argv, NextWords)) {
         return *status;
     }
     if (write->parsed()) {

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -89,28 +90,37 @@ int Apply(const Setting& setting, const Arguments& arguments, milliseconds timeo
     return 0;
 }
 
-/// Separates options from words. A number may begin with a hyphen.
-Arguments Split(const std::vector<std::string>& all, double& timeout) {
+/// Separates options from words. A number may begin with a hyphen. Every option has a value.
+Arguments Split(const std::vector<std::string>& all) {
     Arguments arguments;
     for (std::size_t i = 0; i < all.size(); ++i) {
+        const std::size_t equal = all[i].find('=');
         if (all[i].compare(0, 2, "--") != 0) {
             arguments.words.push_back(all[i]);
-            continue;
-        }
-        const std::size_t equal = all[i].find('=');
-        std::string value = equal == std::string::npos ? "" : all[i].substr(equal + 1);
-        if (equal == std::string::npos && i + 1 < all.size()) {
-            value = all[i + 1];
-        }
-        const std::string name = all[i].substr(0, equal);
-        i += equal == std::string::npos ? 1 : 0;
-        if (name == "--timeout") {
-            timeout = std::strtod(value.c_str(), nullptr);
+        } else if (equal != std::string::npos) {
+            arguments.options[all[i].substr(0, equal)] = all[i].substr(equal + 1);
         } else {
-            arguments.options[name] = value;
+            arguments.options[all[i]] = i + 1 < all.size() ? all[i + 1] : "";
+            ++i;
         }
     }
     return arguments;
+}
+
+/// Takes the option for the time out of the others. Nothing where it is no time.
+std::optional<milliseconds> TakeTimeout(Arguments& arguments, double timeout) {
+    const auto option = arguments.options.find("--timeout");
+    if (option != arguments.options.end()) {
+        char* end = nullptr;
+        timeout = std::strtod(option->second.c_str(), &end);
+        if (option->second.empty() || *end != '\0') {
+            return std::nullopt;
+        }
+        arguments.options.erase(option);
+    }
+    constexpr double kLongest = 1e6;
+    return timeout >= 0 && timeout <= kLongest ? std::optional(milliseconds(static_cast<long>(timeout * 1000)))
+                                               : std::nullopt;
 }
 
 int ApplyWords(const std::string& name, const std::vector<std::string>& words, double timeout) {
@@ -120,8 +130,17 @@ int ApplyWords(const std::string& name, const std::vector<std::string>& words, d
     if (setting == settings.end()) {
         return Fail("'" + name + "' is no setting; eqctl --help lists them");
     }
-    const Arguments arguments = Split(words, timeout);
-    return Apply(*setting, arguments, milliseconds(static_cast<long>(timeout * 1000)));
+    Arguments arguments = Split(words);
+    const std::optional<milliseconds> limit = TakeTimeout(arguments, timeout);
+    if (!limit) {
+        return Fail("--timeout is a number of seconds");
+    }
+    for (const auto& [option, value] : arguments.options) {
+        if (std::string(setting->arguments).find(option + " ") == std::string::npos) {
+            return Fail(name + ": it has no option " + option);
+        }
+    }
+    return Apply(*setting, arguments, *limit);
 }
 
 /// Applies a setting for each line of a file or of standard input, until one fails.

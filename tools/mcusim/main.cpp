@@ -45,16 +45,20 @@ int main(int argc, char** argv) {
                  "and faults to show; 'help' lists them.",
                  "mcusim");
     mcusim::Options options;
-    app.add_option("--at", options.at, "listen at this socket instead of the MCU device below $TLG_ROOT");
+    app.add_option("--at", options.at, "listen at this socket instead of the MCU device below $TLG_ROOT")
+        ->type_name("PATH");
     app.add_flag("--trace", options.trace, "print every packet, decoded field by field, on one line");
-    auto* seed = app.add_option("--seed", options.seed, "send random reports, valid and invalid, from this seed");
+    auto* seed = app.add_option("--seed", options.seed, "send random reports, valid and invalid, from this seed")
+                     ->type_name("N");
     app.add_option("--rate", options.reportsPerSecond, "random reports a second")
         ->needs(seed)
-        ->check(CLI::Range(1, 1000000))
+        ->check(CLI::Range(1, 1000000).description(""))
+        ->type_name("N")
         ->capture_default_str();
     app.add_option("--count", options.reportCount, "end the random reports after this number")
         ->needs(seed)
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::NonNegativeNumber.description(""))
+        ->type_name("N");
     app.add_option("--script", options.script, "carry out the orders of this file; a wrong one ends the simulator")
         ->type_name("FILE");
     std::vector<std::string> words;

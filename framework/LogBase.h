@@ -16,15 +16,25 @@ enum LOG_LEV_EN {
 
 /// Logs one printf-style message of at most 511 characters, prefix included, to the system logger.
 ///
-/// Every module (translation unit) has its own copy of this function and of its message counter. The
-/// event code carries the low 12 bits of the counter and only serves to distinguish messages. Any thread may
-/// call it; nothing is allocated.
+/// Every module (translation unit) has its own copy of this function and of its message counter, which also counts what
+/// the logger's level drops; those are not formatted, where the logger can be asked for its level. The event code
+/// carries the low 12 bits of the counter and only serves to distinguish messages. Any thread may call it; nothing is
+/// allocated.
 ///
 /// @param function name of the calling function
 __attribute__((unused, format(printf, 3, 4))) static void LOGBASE(LOG_LEV_EN level, const char* function,
                                                                   const char* format, ...) {
     static int minor = 0;
 
+    // Two threads may get the same number, which does no harm. Relaxed accesses say so to the compiler
+    // and cost no more than plain ones.
+    const auto count = static_cast<std::uint32_t>(__atomic_load_n(&minor, __ATOMIC_RELAXED));
+    __atomic_store_n(&minor, static_cast<int>(count + 1U), __ATOMIC_RELAXED);
+#ifdef TLG_SLOG_IS_LOGGED
+    if (TLG_SLOG_IS_LOGGED(level) == 0) {
+        return;
+    }
+#endif
     char line[512] = {};
     int prefix = std::snprintf(line, sizeof line, "%s[%s]-", "_Melvane_", function);
     if (prefix >= static_cast<int>(sizeof line)) {
@@ -35,10 +45,6 @@ __attribute__((unused, format(printf, 3, 4))) static void LOGBASE(LOG_LEV_EN lev
     std::vsnprintf(line + prefix, sizeof line - static_cast<std::size_t>(prefix), format, arguments);
     va_end(arguments);
 
-    // Two threads may get the same number, which does no harm. Relaxed accesses say so to the compiler
-    // and cost no more than plain ones.
-    const auto count = static_cast<std::uint32_t>(__atomic_load_n(&minor, __ATOMIC_RELAXED));
-    __atomic_store_n(&minor, static_cast<int>(count + 1U), __ATOMIC_RELAXED);
     slogf(static_cast<int>((count << 20U) | 0x4E33U), level, "%s", line);
 }
 

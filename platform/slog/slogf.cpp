@@ -52,6 +52,10 @@ struct FlushAtExit {
 
 } // namespace
 
+int slogIsLogged(int severity) {
+    return severity <= Level() ? 1 : 0;
+}
+
 int slogf(int opcode, int severity, const char* format, ...) {
     if (severity > Level()) {
         return 0;

@@ -2,6 +2,7 @@
 
 #include <sys/slog.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -11,6 +12,7 @@ namespace {
 
 std::mutex g_mutex;
 std::vector<LogLine> g_lines;
+std::atomic<int> g_level{_SLOG_DEBUG2};
 
 } // namespace
 
@@ -28,6 +30,14 @@ int slogf(int opcode, int severity, const char* format, ...) {
     const std::lock_guard<std::mutex> lock(g_mutex);
     g_lines.push_back({opcode, severity, line});
     return static_cast<int>(line.size());
+}
+
+int slogIsLogged(int severity) {
+    return severity <= g_level ? 1 : 0;
+}
+
+void SetLogLevel(int level) {
+    g_level = level;
 }
 
 std::vector<LogLine> TakeLog() {

@@ -14,6 +14,9 @@ struct LogLine {
 /// Takes what was logged since the last call.
 std::vector<LogLine> TakeLog();
 
+/// From now on, messages of a higher severity number are not logged (7 at first: all are).
+void SetLogLevel(int level);
+
 /// Takes the texts of the given severity (2 by default: errors), joined by line feeds.
 std::string TakeErrors(int severity = 2);
 

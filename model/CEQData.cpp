@@ -134,18 +134,15 @@ void CEQData::Assign(UpdateFlag flag, bool on) {
     } else {
         this->*kByteFlags[index - static_cast<std::size_t>(UpdateFlag::BytesFirst)] = on ? 1 : 0;
     }
-}
-
-bool CEQData::IsRaised(UpdateFlags flags) const {
-    const Guard guard(*this);
-    bool isRaised = false;
-    for (const UpdateFlag flag : flags) {
-        isRaised |= Holds(flag);
-    }
-    return isRaised;
+    const std::uint64_t raised = m_raised.load(std::memory_order_relaxed);
+    const std::uint64_t bit = UpdateFlags{flag}.Bits();
+    m_raised.store(on ? raised | bit : raised & ~bit, std::memory_order_release);
 }
 
 bool CEQData::TestAndClear(UpdateFlags flags) {
+    if (!IsRaised(flags)) {
+        return false;
+    }
     const Guard guard(*this);
     bool wasRaised = false;
     for (const UpdateFlag flag : flags) {

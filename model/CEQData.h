@@ -1,6 +1,7 @@
 #ifndef TLG_MODEL_CEQDATA_H
 #define TLG_MODEL_CEQDATA_H
 
+#include <atomic>
 #include <bitset>
 #include <vector>
 
@@ -13,8 +14,8 @@
 /// flag stays up until the update cycle clears it.
 ///
 /// The controller owns one. Any thread may call it: each call takes the store's mutex for its own
-/// duration and calls nothing outside meanwhile but the logger. Whoever holds the MCU link's lock may
-/// call it; nothing takes the two locks the other way round.
+/// duration and calls nothing outside meanwhile but the logger. Whether a flag is up is seen without the mutex. Whoever
+/// holds the MCU link's lock may call it; nothing takes the two locks the other way round.
 class CEQData {
 public:
     CEQData();
@@ -89,7 +90,7 @@ public:
     /// Clears the flags in one hold of the lock; true when one of them was raised.
     bool TestAndClear(UpdateFlags flags);
     /// Whether one of the flags is raised.
-    bool IsRaised(UpdateFlags flags) const;
+    bool IsRaised(UpdateFlags flags) const { return (m_raised.load(std::memory_order_acquire) & flags.Bits()) != 0; }
     void Raise(UpdateFlags flags);
 
     // Each flag also has a setter and a getter: SetUpdateVolumeFlag(bool), GetUpdateVolumeFlag() and so on.
@@ -183,6 +184,8 @@ private:
     mutable Mutex m_mutex;
     unsigned char m_extendUpdate TLG_GUARDED_BY(m_mutex) = 0;
     unsigned char m_updateSrcVol TLG_GUARDED_BY(m_mutex) = 0;
+    // The flags that are up, once more: the update cycle asks for each of them, and few are. Written under m_mutex.
+    std::atomic<std::uint64_t> m_raised{0};
 };
 
 #endif

@@ -101,6 +101,9 @@ public:
 
     constexpr bool operator==(UpdateFlags other) const { return m_bits == other.m_bits; }
 
+    /// A bit for each flag, at its number.
+    constexpr std::uint64_t Bits() const { return m_bits; }
+
     /// Goes from one flag of the set to the next.
     class Iterator {
     public:

@@ -1,0 +1,29 @@
+#ifndef TLG_BENCHMARKS_CHAIN_USAGE_H
+#define TLG_BENCHMARKS_CHAIN_USAGE_H
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace chain {
+
+struct Process {
+    std::string name;
+    pid_t id;
+};
+
+/// What a process with all its threads has used so far.
+struct Usage {
+    double processorMicroseconds = 0;
+    long contextSwitches = 0;
+    long residentKilobytes = 0;
+};
+
+Usage UsageOf(pid_t process);
+
+/// The system calls that the process makes until @p during has returned; -1 where strace is missing. They are slow.
+long SystemCallsOf(pid_t process, void (*during)(void* context), void* context);
+
+} // namespace chain
+
+#endif

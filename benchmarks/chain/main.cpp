@@ -1,0 +1,259 @@
+// How long the chain takes for each kind of command, beside the floor: see docs/benchmarks.md.
+#include <CLI/CLI.hpp>
+#include <rapidjson/prettywriter.h>
+#include <rapidjson/stringbuffer.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "benchmarks/chain/Chain.h"
+#include "benchmarks/chain/Statistics.h"
+
+namespace {
+
+using chain::Chain;
+using chain::Floor;
+using chain::Kind;
+using chain::LogMode;
+using chain::Series;
+
+constexpr LogMode kLogModes[] = {
+    {"level 2", 2, false}, {"level 7 to nothing", 7, false}, {"level 7 to a reader", 7, true}};
+constexpr std::size_t kModes = std::size(kLogModes);
+
+struct Options {
+    int rounds = 1000;
+    std::vector<int> processors{1, 2};
+    std::vector<std::string> kinds; ///< empty: all
+    std::string json;
+    std::string programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+};
+
+using Json = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
+
+/// A row of results: printed as one of a table, and kept as JSON.
+class Row {
+public:
+    explicit Row(Json& json) : m_json(json) { m_json.StartObject(); }
+    ~Row() {
+        std::puts(m_text.c_str());
+        std::fflush(stdout);
+        m_json.EndObject();
+    }
+    Row(const Row&) = delete;
+    Row& operator=(const Row&) = delete;
+
+    void Text(const char* name, const std::string& value) {
+        m_json.Key(name);
+        m_json.String(value.c_str());
+        m_text += "| " + value + " ";
+    }
+    void Number(const char* name, double value, int digits) {
+        m_json.Key(name);
+        m_json.Double(value);
+        char text[40];
+        std::snprintf(text, sizeof text, "| %.*f ", digits, value);
+        m_text += text;
+    }
+
+private:
+    Json& m_json;
+    std::string m_text;
+};
+
+void Heading(Json& json, const char* name, const std::string& columns) {
+    std::string line = "|";
+    for (const char c : columns) {
+        line += c == '|' ? "---|" : "";
+    }
+    std::printf("\n%s\n%s\n", columns.c_str(), line.c_str());
+    json.Key(name);
+    json.StartArray();
+}
+
+bool IsChosen(const Options& options, const Kind& kind) {
+    return options.kinds.empty() ||
+           std::find(options.kinds.begin(), options.kinds.end(), kind.name) != options.kinds.end();
+}
+
+/// Measures all chains and the floor in turns.
+std::vector<Series> Measure(const Kind& kind, std::vector<std::unique_ptr<Chain>>& chains, int rounds) {
+    Floor floor(chains[0]->HopsOf(kind));
+    std::vector<Series> series(chains.size());
+    constexpr int kWarmUp = 50;
+    for (int round = -kWarmUp; round < rounds; ++round) {
+        const long least = floor.Pass();
+        for (std::size_t i = 0; i < chains.size(); ++i) {
+            const long time = chains[i]->Pass(kind);
+            if (round >= 0) {
+                series[i].floor.push_back(least);
+                series[i].times.push_back(time);
+            }
+        }
+    }
+    return series;
+}
+
+void MeasureTimes(const Options& options, int processors, std::vector<std::unique_ptr<Chain>>& chains, Json& json) {
+    Heading(json, "times",
+            "| command | processors | log | median us | 99th percentile us | floor us | floor 99th us | ratio | "
+            "quartiles | |");
+    for (const Kind& kind : chain::Kinds()) {
+        if (!IsChosen(options, kind)) {
+            continue;
+        }
+        const std::vector<Series> series = Measure(kind, chains, options.rounds);
+        for (std::size_t i = 0; i < kModes; ++i) {
+            const std::vector<double> ratios = series[i].Ratios();
+            Row row(json);
+            row.Text("kind", kind.name);
+            row.Number("processors", processors, 0);
+            row.Text("log", kLogModes[i].name);
+            row.Number("median_us", chain::Median(series[i].times) / 1000, 1);
+            row.Number("p99_us", chain::Quantile(series[i].times, 0.99) / 1000, 1);
+            row.Number("floor_us", chain::Median(series[i].floor) / 1000, 1);
+            row.Number("floor_p99_us", chain::Quantile(series[i].floor, 0.99) / 1000, 1);
+            row.Number("ratio", chain::Median(series[i].times) / chain::Median(series[i].floor), 2);
+            row.Number("ratio_q1", chain::Quantile(ratios, 0.25), 2);
+            row.Number("ratio_q3", chain::Quantile(ratios, 0.75), 2);
+        }
+    }
+    json.EndArray();
+}
+
+const Kind& KindOf(const std::string& name) {
+    for (const Kind& kind : chain::Kinds()) {
+        if (kind.name == name) {
+            return kind;
+        }
+    }
+    throw std::runtime_error("no command is called " + name);
+}
+
+constexpr const char* kGain = "zosubwoofer_gain";
+
+void MeasureThroughput(const Options& options, int processors, Chain& chain, Json& json) {
+    Heading(json, "throughput", "| processors | under way | commands a second | |");
+    for (const int underWay : {1, 4, 16, 64}) {
+        const int count = options.rounds * 5;
+        const long time = chain.PassMany(KindOf(kGain), count, underWay);
+        Row row(json);
+        row.Number("processors", processors, 0);
+        row.Number("under_way", underWay, 0);
+        row.Number("per_second", count * 1e9 / static_cast<double>(time), 0);
+    }
+    json.EndArray();
+}
+
+/// A number that AllocationCounter.cpp keeps.
+long AllocationsOf(const std::string& path, const std::string& process) {
+    long count = 0;
+    std::ifstream(path + "." + process, std::ios::binary).read(reinterpret_cast<char*>(&count), sizeof count);
+    return count;
+}
+
+void MeasureUsage(const Options& options, Chain& chain, Chain& counted, const std::string& allocations, Json& json) {
+    Heading(json, "usage",
+            "| command | process | processor us | context switches | system calls | allocations | resident KB | |");
+    for (const char* name : {kGain, "zovolume", "zofade_balance", "zoeqtype", "report"}) {
+        const Kind& kind = KindOf(name);
+        for (std::size_t i = 0; i < chain.Processes().size(); ++i) {
+            const chain::Process process = chain.Processes()[i];
+            const auto pass = [&](Chain& which) {
+                for (int round = 0; round < options.rounds; ++round) {
+                    which.Pass(kind);
+                }
+            };
+            const chain::Usage before = chain::UsageOf(process.id);
+            pass(chain);
+            const chain::Usage after = chain::UsageOf(process.id);
+            const long allocationsBefore = AllocationsOf(allocations, process.name);
+            pass(counted);
+            const long allocationsAfter = AllocationsOf(allocations, process.name);
+            std::pair<Chain*, const Kind*> few{&chain, &kind};
+            constexpr int kFew = 100;
+            const long calls = chain::SystemCallsOf(
+                process.id,
+                [](void* context) {
+                    const auto* one = static_cast<std::pair<Chain*, const Kind*>*>(context);
+                    for (int round = 0; round < kFew; ++round) {
+                        one->first->Pass(*one->second);
+                    }
+                },
+                &few);
+            Row row(json);
+            row.Text("kind", name);
+            row.Text("process", process.name);
+            row.Number("processor_us", (after.processorMicroseconds - before.processorMicroseconds) / options.rounds,
+                       1);
+            row.Number("switches", static_cast<double>(after.contextSwitches - before.contextSwitches) / options.rounds,
+                       1);
+            row.Number("calls", static_cast<double>(calls) / kFew, 1);
+            row.Number("allocations", static_cast<double>(allocationsAfter - allocationsBefore) / options.rounds, 1);
+            row.Number("resident_kb", static_cast<double>(after.residentKilobytes), 0);
+        }
+    }
+    json.EndArray();
+}
+
+void Run(const Options& options, Json& json) {
+    json.StartArray();
+    for (const int processors : options.processors) {
+        chain::BindToProcessors(processors);
+        std::vector<std::unique_ptr<Chain>> chains;
+        for (const LogMode& mode : kLogModes) {
+            chains.push_back(std::make_unique<Chain>(options.programs, mode));
+        }
+        json.StartObject();
+        MeasureTimes(options, processors, chains, json);
+        MeasureThroughput(options, processors, *chains[0], json);
+        if (processors == 1) {
+            const std::string allocations =
+                (std::filesystem::temp_directory_path() / "allocations").string() + std::to_string(::getpid());
+            ::setenv("TLG_ALLOCATIONS", allocations.c_str(), 1);
+            Chain counted(options.programs, kLogModes[0], options.programs + "/../lib/liballocation_counter.so");
+            MeasureUsage(options, *chains[0], counted, allocations, json);
+            for (const chain::Process& process : counted.Processes()) {
+                std::filesystem::remove(allocations + "." + process.name);
+            }
+        }
+        json.EndObject();
+    }
+    json.EndArray();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app(
+        "Measures the chain of server, service and MCU as processes, in turns with bare processes that pass the "
+        "same bytes over the same sockets.",
+        "chain_benchmark");
+    Options options;
+    app.add_option("--rounds", options.rounds, "commands of each kind")
+        ->check(CLI::Range(50, 1000000))
+        ->capture_default_str();
+    app.add_option("--processors", options.processors, "how many processors all of it has, one after another")
+        ->capture_default_str();
+    app.add_option("--kind", options.kinds, "only commands of this kind");
+    app.add_option("--json", options.json, "also writes the results into this file");
+    CLI11_PARSE(app, argc, argv);
+    rapidjson::StringBuffer text;
+    Json json(text);
+    try {
+        Run(options, json);
+    } catch (const std::exception& error) {
+        std::cerr << "chain_benchmark: " << error.what() << "\n";
+        return 1;
+    }
+    if (!options.json.empty()) {
+        std::ofstream(options.json) << text.GetString() << "\n";
+    }
+    return 0;
+}

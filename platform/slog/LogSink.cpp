@@ -63,7 +63,7 @@ void LogSink::Follow(const struct stat& standardError) noexcept {
     m_restLength = 0;
     m_own.Reset();
     m_way = S_ISSOCK(standardError.st_mode) ? Way::Socket : Way::Asking;
-    if (!S_ISFIFO(standardError.st_mode) && ::isatty(STDERR_FILENO) != 1) {
+    if (!S_ISFIFO(standardError.st_mode) && !S_ISCHR(standardError.st_mode)) {
         return;
     }
     UniqueFd own(::open("/proc/self/fd/2", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));

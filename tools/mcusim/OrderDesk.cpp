@@ -66,11 +66,15 @@ void OrderDesk::TakeInput(int fd) {
     }
 }
 
-void OrderDesk::Handle(std::uint64_t id) {
+void OrderDesk::Handle(std::uint64_t id, std::uint32_t events) {
     if (id == kListenerId) {
         AcceptAll();
     } else if (id != kInputId) {
         ReadOrder(id);
+    } else if (m_console && (events & (EPOLLHUP | EPOLLERR)) != 0) {
+        // The terminal is gone, and we were told not to end with it.
+        m_epoll.Remove(m_inputFd);
+        m_console.reset();
     } else if (m_console) {
         m_console->Read();
     } else {

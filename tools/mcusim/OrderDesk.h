@@ -38,7 +38,7 @@ public:
     void TakeInput(int fd);
 
     /// Handles an event of one of its descriptors.
-    void Handle(std::uint64_t id);
+    void Handle(std::uint64_t id, std::uint32_t events);
     /// Obeys what need not wait any longer.
     void GoOn();
     /// When GoOn is to be called at the latest.

@@ -56,7 +56,7 @@ bool Simulator::Run(int stopFd, int commandFd) {
             } else if (id == kListenerId) {
                 AcceptAll();
             } else if (id >= OrderDesk::kFirstId) {
-                m_desk.Handle(id);
+                m_desk.Handle(id, events);
             } else {
                 Handle(id, events);
             }

@@ -69,9 +69,11 @@ TEST(ExplainTest, ShowsForEachCommandWhatCameOfIt) {
     follows({"status zoalc:n:9"});
     WriteObject(kControl, "zofade_balance:json:3");
     EXPECT_TRUE(chain.service->WaitFor("cmdVector.empty():1"));
+    EXPECT_TRUE(watch.WaitFor("zofade_balance:json:3"));
     Order("refuse");
     WriteObject(kControl, "zosrs::3");
     EXPECT_TRUE(chain.service->WaitFor("Function return error"));
+    EXPECT_TRUE(watch.WaitFor("control zosrs::3"));
     WriteObject(kControl, "zofade_balance:json:4\nzosrs::4");
     follows({"status zosrs:n:4"});
     WriteObject(kControl, "zoaudiomix::on");

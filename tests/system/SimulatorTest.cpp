@@ -1,14 +1,17 @@
 // The orders of the simulated MCU: as its user gives them, and what comes of them.
 #include <pty.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <cstdlib>
 #include <fstream>
 
+#include "platform/host/UnixSocket.h"
 #include "tests/support/Cases.h"
 #include "tests/support/FaultBench.h"
 #include "tests/support/Published.h"
+#include "tools/mcusim/OrderDesk.h"
 #include "tools/mcusim/Orders.h"
 #include "tools/mcusim/SettingOrders.h"
 
@@ -64,15 +67,46 @@ TEST(SimulatorTest, AScriptIsCarriedOutWithItsWaits) {
     EXPECT_TRUE(PpsObjectClient(std::string(kStatus) + "?delta").Hears("zoalc:n:33"));
     ASSERT_TRUE(WriteObject(kControl, "zosrs::9"));
     EXPECT_TRUE(chain.service->WaitFor("[UpdatePPS]-end", 7 + 1 + 1 + 1 + 7)) << "the restart is the script's last";
-    EXPECT_TRUE(WaitUntil("the settings are the saved ones", [] {
+    const auto areSaved = [] {
         auto lines = PublishedLines();
         return lines["zosrs"] == "zosrs:n:9" && lines["zovolume"].find("\"current\":30") != std::string::npos;
-    }));
+    };
+    EXPECT_TRUE(WaitUntil("the settings are the saved ones", areSaved));
+    Order("srs 3");
+    Order("volume main 5");
+    EXPECT_TRUE(WaitUntil("they are others", [] { return LineOf(StateOf(kStatus), "zosrs") == "zosrs:n:3"; }));
+    Order("load " + saved);
+    EXPECT_TRUE(WaitUntil("the settings are the saved ones", areSaved));
     chain.StopService();
 
+    chain.mcu.reset();
     chain.root.WriteFile("/script", "volume main 30\nvolume main\nvolume main 5\n");
-    Process wrong("mcusim", {"--at", chain.root.Path() + "/mcu", "--script", chain.root.Path() + "/script"});
-    EXPECT_EQ(wrong.WaitForEnd(), 1) << "the first one takes this root's orders";
+    std::string output;
+    EXPECT_EQ(RunProgram("mcusim", {"--script", chain.root.Path() + "/script"}, output), 1);
+    EXPECT_NE(output.find("mcusim: " + chain.root.Path() + "/script, line 2: the order is: volume main|max"),
+              std::string::npos)
+        << output;
+}
+
+TEST(SimulatorTest, ItsOrdersCanBeMisused) {
+    const TemporaryRoot root;
+    const auto mcu = StartReady("mcusim");
+    const UniqueFd impatient = host::ConnectTo(root.Path() + std::string(mcusim::kOrderSocket));
+    for (const std::string order : {"wait 60000", "volume main 33"}) {
+        EXPECT_EQ(::send(impatient.Get(), order.data(), order.size(), 0), static_cast<ssize_t>(order.size()));
+    }
+    EXPECT_EQ(mcusim::GiveOrder("raw " + std::string(199000, '0')).text, "the order is too long");
+    mcu->Type(std::string(300000, 'y') + "\nvolume call 7\n");
+    EXPECT_TRUE(mcu->WaitFor("mcusim: the order is too long\n"));
+    EXPECT_TRUE(WaitUntil("the next line is obeyed", [] { return McuRecords()[0][7] == 7; }));
+    EXPECT_EQ(McuRecords()[0][4], 12) << "not before the wait is over";
+    EXPECT_FALSE(mcusim::GiveOrder("").isObeyed);
+    EXPECT_EQ(mcu->Stop(SIGTERM), 0);
+
+    const std::string out = root.Path() + "/out";
+    const std::string closed = TLG_BIN_DIR "/mcusim <&- > " + out + " & until grep -q ready " + out +
+                               "; do sleep 0.01; done; kill $!; wait $!";
+    EXPECT_EQ(std::system(closed.c_str()), 0) << "it ends also where it has no standard input";
 }
 
 /// A simulator on a terminal of its own.
@@ -89,6 +123,15 @@ public:
         }
         m_end.Reset(end);
     }
+
+    ~Terminal() {
+        if (m_pid > 0) {
+            ::kill(m_pid, SIGKILL);
+            ::waitpid(m_pid, nullptr, 0);
+        }
+    }
+    Terminal(const Terminal&) = delete;
+    Terminal& operator=(const Terminal&) = delete;
 
     void Type(const std::string& keys) const {
         EXPECT_EQ(::write(m_end.Get(), keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
@@ -113,6 +156,7 @@ public:
     int ExitStatus() {
         int status = 0;
         EXPECT_TRUE(WaitUntil("it has ended", [&] { return ::waitpid(m_pid, &status, WNOHANG) == m_pid; }));
+        m_pid = 0;
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
@@ -128,8 +172,7 @@ TEST(SimulatorTest, ATerminalHasAPromptThatCompletesAndRemembers) {
         Terminal terminal(root.Path());
         ASSERT_TRUE(terminal.Shows("mcusim> "));
         terminal.Type("vol\tma\tin 22\n");
-        ASSERT_TRUE(terminal.Shows("mcusim> "));
-        EXPECT_EQ(McuRecords()[0][4], 22);
+        EXPECT_TRUE(WaitUntil("the order is obeyed", [] { return McuRecords()[0][4] == 22; }));
         terminal.Type("fade 1\n");
         EXPECT_TRUE(terminal.Shows("mcusim: the order is: fade FF FR BL BR"));
         EXPECT_TRUE(terminal.Shows("mcusim> "));

@@ -14,14 +14,16 @@
 using WordsAfter = std::function<std::vector<std::string>(const std::vector<std::string>& before)>;
 
 /// The words that may come after @p before: commands and options as the command line is declared, and what the tool
-/// knows of the rest. Nothing where the name of a file is expected.
+/// knows of the rest. Where it knows nothing, the shells offer the names of files.
 inline std::vector<std::string> CandidatesAfter(CLI::App& app, const std::vector<std::string>& before,
                                                 const std::string& begun, const WordsAfter& wordsAfter) {
     const auto all = [](const CLI::App* /*each*/) { return true; };
+    const std::vector<CLI::App*> commands = app.get_subcommands(all);
     CLI::App* command = &app;
-    for (CLI::App* each : app.get_subcommands(all)) {
-        const bool isGiven = std::find(before.begin(), before.end(), each->get_name()) != before.end();
-        command = isGiven && command == &app ? each : command;
+    for (auto word = before.begin(); word != before.end() && command == &app; ++word) {
+        const auto given = std::find_if(commands.begin(), commands.end(),
+                                        [&word](const CLI::App* each) { return each->get_name() == *word; });
+        command = given == commands.end() ? command : *given;
     }
     const CLI::Option* option = before.empty() ? nullptr : command->get_option_no_throw(before.back());
     std::vector<std::string> words;

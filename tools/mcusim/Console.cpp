@@ -13,6 +13,12 @@
 
 namespace mcusim {
 
+namespace {
+
+constexpr int kMaxLine = 2000;
+
+} // namespace
+
 Console* Console::s_console = nullptr;
 
 bool Console::IsPossible(int fd) {
@@ -21,11 +27,11 @@ bool Console::IsPossible(int fd) {
 }
 
 Console::Console(const std::string& name, Take take, WordsAfter wordsAfter)
-    : m_prompt(name + "> "), m_take(std::move(take)), m_wordsAfter(std::move(wordsAfter)) {
+    : m_name(name), m_prompt(name + "> "), m_take(std::move(take)), m_wordsAfter(std::move(wordsAfter)) {
     const char* home = std::getenv("HOME");
     m_history = home == nullptr ? "" : std::string(home) + "/." + name + "_history";
     s_console = this;
-    rl_readline_name = name.c_str();
+    rl_readline_name = m_name.c_str();
     rl_attempted_completion_function = Complete;
     using_history();
     stifle_history(1000);
@@ -37,10 +43,14 @@ Console::Console(const std::string& name, Take take, WordsAfter wordsAfter)
 
 Console::~Console() {
     rl_callback_handler_remove();
+    s_console = nullptr;
+}
+
+/// Done after each line, as a terminal that is closed leaves no time for it.
+void Console::SaveHistory() const {
     if (!m_history.empty()) {
         write_history(m_history.c_str());
     }
-    s_console = nullptr;
 }
 
 void Console::Prompt() {
@@ -50,6 +60,12 @@ void Console::Prompt() {
 
 void Console::Read() {
     rl_callback_read_char();
+    if (rl_end > kMaxLine) {
+        // The library does not bound what it draws.
+        rl_callback_handler_remove();
+        std::puts("\nthe line is too long for the prompt; a script takes longer ones");
+        Prompt();
+    }
 }
 
 void Console::TakeLine(char* line) {
@@ -62,6 +78,7 @@ void Console::TakeLine(char* line) {
     }
     if (*line != '\0') {
         add_history(line);
+        s_console->SaveHistory();
     }
     s_console->m_take(std::string(line));
     s_console->Prompt();

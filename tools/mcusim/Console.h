@@ -36,9 +36,11 @@ private:
     static char** Complete(const char* text, int start, int end);
     static char* NextCandidate(const char* text, int state);
     void Prompt();
+    void SaveHistory() const;
 
     static Console* s_console;
 
+    std::string m_name;
     std::string m_prompt;
     std::string m_history;
     Take m_take;

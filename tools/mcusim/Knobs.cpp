@@ -75,7 +75,7 @@ std::string TextOf(const RecordField& field, int value) {
 
 /// What a field may be, in words.
 std::string RangeOf(const RecordField& field) {
-    const char* between = field.bits.unit == 1 ? " to " : " or ";
+    const char* between = field.range.max == field.bits.unit ? " or " : " to "; // of two values, or of many
     return IsSwitch(field) ? "on or off" : std::to_string(field.range.min) + between + std::to_string(field.range.max);
 }
 
@@ -159,6 +159,17 @@ std::optional<Change> TurnKnob(const Words& order, const Settings& settings, std
         record.With(field.name, *value);
     }
     return Change{record, knob->marked};
+}
+
+std::vector<std::string_view> MarksOf(const Record& before, const Record& after) {
+    std::vector<std::string_view> marks;
+    for (const Knob& knob : kKnobs) {
+        const bool isTurned = knob.type == after.Type() && before.Get(knob.fields[0]) != after.Get(knob.fields[0]);
+        if (isTurned && *knob.marked != '\0') {
+            marks.emplace_back(knob.marked);
+        }
+    }
+    return marks;
 }
 
 std::vector<std::string> KnobOrdersOf(const Settings& settings) {

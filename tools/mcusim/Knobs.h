@@ -24,6 +24,9 @@ bool IsKnob(std::string_view word);
 /// What a knob's order changes. Nothing, with what is allowed in @p error, where its arguments are wrong.
 std::optional<Change> TurnKnob(const Words& order, const Settings& settings, std::string& error);
 
+/// The volumes whose change marks a report has where a record became another one.
+std::vector<std::string_view> MarksOf(const Record& before, const Record& after);
+
 /// The orders that set all knobs as they are.
 std::vector<std::string> KnobOrdersOf(const Settings& settings);
 

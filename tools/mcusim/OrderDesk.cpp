@@ -1,6 +1,7 @@
 #include "tools/mcusim/OrderDesk.h"
 
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,12 +15,15 @@
 #include "platform/host/Root.h"
 #include "tools/common/Output.h"
 #include "tools/mculink/McuListener.h"
+#include "tools/mcusim/Simulator.h"
 
 namespace mcusim {
 
 namespace {
 
-constexpr std::size_t kMaxOrder = 160U * 1024U; // the bytes of the largest packet, in hexadecimal
+constexpr std::size_t kMaxOrder = 3 * kMaxBlock + 64; // the largest packet in hexadecimal, with blanks
+
+constexpr const char* kTooLong = "the order is too long";
 
 bool IsOver(std::optional<Wait>& wait) {
     if (wait && wait->isOver()) {
@@ -34,17 +38,23 @@ bool OrderDesk::Listen(std::string& error) {
     if (!mculink::ListenAsMcu(m_listener, host::BelowRoot(kOrderSocket), error)) {
         return false;
     }
+    if (m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId)) {
+        return true;
+    }
     error = std::string("cannot wait for orders: ") + std::strerror(errno);
-    return m_epoll.Add(m_listener.Fd(), EPOLLIN, kListenerId);
+    return false;
 }
 
 bool OrderDesk::TakeScript(const std::string& path, std::string& error) {
     std::ifstream file(path);
+    m_script.isScript = true;
     m_script.name = path;
     for (std::string line; std::getline(file, line);) {
         m_script.lines.push_back(line);
     }
-    error = path + ": " + std::strerror(errno);
+    if (!file.eof()) {
+        error = path + ": " + std::strerror(errno);
+    }
     return file.eof();
 }
 
@@ -58,12 +68,17 @@ void OrderDesk::TakeInput(int fd) {
         };
         m_console = std::make_unique<Console>("mcusim", take, OrderWordsAfter);
     }
-    if (!m_epoll.Add(fd, EPOLLIN, kInputId) && errno == EPERM) {
-        // A regular file is always ready and can't be watched, so it is read at once.
+    if (m_epoll.Add(fd, EPOLLIN, kInputId)) {
+        return;
+    }
+    struct stat status {};
+    if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode)) {
+        // It is always ready and can't be watched, so it is read at once.
         while (m_inputFd >= 0) {
             Read();
         }
     }
+    m_inputFd = -1;
 }
 
 void OrderDesk::Handle(std::uint64_t id, std::uint32_t events) {
@@ -74,6 +89,7 @@ void OrderDesk::Handle(std::uint64_t id, std::uint32_t events) {
     } else if (m_console && (events & (EPOLLHUP | EPOLLERR)) != 0) {
         // The terminal is gone, and we were told not to end with it.
         m_epoll.Remove(m_inputFd);
+        m_inputFd = -1;
         m_console.reset();
     } else if (m_console) {
         m_console->Read();
@@ -102,10 +118,17 @@ void OrderDesk::ReadOrder(std::uint64_t id) {
     }
     Connection& connection = found->second;
     std::string text(kMaxOrder, '\0');
-    const ssize_t length = ::recv(connection.fd.Get(), text.data(), text.size(), MSG_DONTWAIT);
+    const ssize_t length = ::recv(connection.fd.Get(), text.data(), text.size(), MSG_DONTWAIT | MSG_TRUNC);
     if (length <= 0) {
         m_connections.erase(found);
-        ListenAgain();
+        m_descriptorIsFree();
+        return;
+    }
+    if (!connection.answer.empty()) {
+        return; // it has given its order, which waits
+    }
+    if (static_cast<std::size_t>(length) > text.size()) {
+        connection.answer = "no " + std::string(kTooLong);
         return;
     }
     text.resize(static_cast<std::size_t>(length));
@@ -124,20 +147,32 @@ void OrderDesk::Read() {
         m_inputFd = -1;
         m_unfinished += m_unfinished.empty() ? "" : "\n";
     }
+    TakeLines();
+}
+
+/// Moves the whole lines out of what was read.
+void OrderDesk::TakeLines() {
     for (std::size_t end = m_unfinished.find('\n'); end != std::string::npos; end = m_unfinished.find('\n')) {
-        m_input.lines.push_back(m_unfinished.substr(0, end));
+        if (!std::exchange(m_isLineTooLong, false)) {
+            m_input.lines.push_back(m_unfinished.substr(0, end));
+        }
         m_unfinished.erase(0, end + 1);
     }
     if (m_unfinished.size() > kMaxOrder) {
-        m_input.lines.push_back(std::exchange(m_unfinished, {}));
+        if (!std::exchange(m_isLineTooLong, true)) {
+            std::fprintf(stderr, "mcusim: %s\n", kTooLong);
+        }
+        m_unfinished.clear();
     }
 }
 
 void OrderDesk::GoOn() {
     ObeyLines(m_script);
     ObeyLines(m_input);
-    // What comes meanwhile waits where it is.
-    m_epoll.Modify(m_inputFd, m_input.lines.empty() ? EPOLLIN : 0U, kInputId);
+    if (m_inputFd >= 0 && !m_console) {
+        // What comes meanwhile waits where it is.
+        m_epoll.Modify(m_inputFd, m_input.lines.empty() ? EPOLLIN : 0U, kInputId);
+    }
     for (auto each = m_connections.begin(); each != m_connections.end();) {
         Connection& connection = each->second;
         if (connection.answer.empty() || !IsOver(connection.wait)) {
@@ -146,7 +181,7 @@ void OrderDesk::GoOn() {
         }
         ::send(connection.fd.Get(), connection.answer.data(), connection.answer.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         each = m_connections.erase(each);
-        ListenAgain();
+        m_descriptorIsFree();
     }
 }
 
@@ -167,11 +202,15 @@ void OrderDesk::ObeyLine(Lines& lines) {
     OrderResult result = m_obey(line);
     lines.wait = std::move(result.wait);
     if (!result.isObeyed) {
-        const std::string place =
-            lines.name.empty() ? "" : lines.name + ", line " + std::to_string(lines.number) + ": ";
-        std::fprintf(stderr, "mcusim: %s%s\n", place.c_str(), result.text.c_str());
-        m_hasScriptFailed = m_hasScriptFailed || !lines.name.empty();
-        if (!lines.name.empty()) {
+        const std::string place = lines.isScript ? lines.name + ", line " + std::to_string(lines.number) + ": " : "";
+        const std::string text = "mcusim: " + place + result.text;
+        if (m_console) {
+            m_console->Print(text);
+        } else {
+            std::fprintf(stderr, "%s\n", text.c_str());
+        }
+        if (lines.isScript) {
+            m_hasScriptFailed = true;
             lines.lines.clear();
         }
     } else if (!result.text.empty()) {

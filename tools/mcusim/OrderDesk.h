@@ -27,8 +27,10 @@ public:
     /// The numbers of its descriptors in the epoll set begin here.
     static constexpr std::uint64_t kFirstId = std::uint64_t{1} << 62;
 
-    OrderDesk(const host::Epoll& epoll, std::function<OrderResult(std::string_view)> obey)
-        : m_epoll(epoll), m_obey(std::move(obey)) {}
+    /// @param descriptorIsFree called when one is; newcomers may wait for it
+    OrderDesk(const host::Epoll& epoll, std::function<OrderResult(std::string_view)> obey,
+              std::function<void()> descriptorIsFree)
+        : m_epoll(epoll), m_obey(std::move(obey)), m_descriptorIsFree(std::move(descriptorIsFree)) {}
 
     /// Listens at the socket, once the epoll set is open. False, with the reason in @p error, on failure.
     bool Listen(std::string& error);
@@ -60,7 +62,8 @@ private:
 
     /// Lines that are obeyed in their order.
     struct Lines {
-        std::string name; ///< of the file; empty for standard input
+        bool isScript = false;
+        std::string name; ///< of the script
         std::deque<std::string> lines;
         std::optional<Wait> wait = std::nullopt;
         int number = 0; ///< of the last line
@@ -74,18 +77,21 @@ private:
     void AcceptAll();
     void ReadOrder(std::uint64_t id);
     void Read();
+    void TakeLines();
     void ObeyLines(Lines& lines);
     void ObeyLine(Lines& lines);
 
     const host::Epoll& m_epoll;
     std::function<OrderResult(std::string_view)> m_obey;
+    std::function<void()> m_descriptorIsFree;
     host::Listener m_listener;
     std::map<std::uint64_t, Connection> m_connections; // by number
     std::uint64_t m_nextConnection = kFirstId + 2;
     Lines m_script;
     Lines m_input;
     int m_inputFd = -1;
-    std::string m_unfinished; // the last line of the input, up to now
+    std::string m_unfinished;     // the last line of the input, up to now
+    bool m_isLineTooLong = false; // its rest is passed over
     std::unique_ptr<Console> m_console;
     bool m_isEnded = false;
     bool m_hasScriptFailed = false;

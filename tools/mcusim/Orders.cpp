@@ -17,11 +17,18 @@ namespace mcusim {
 
 namespace {
 
+/// What follows the word of an order.
+enum class Takes {
+    Words,
+    File,       ///< the rest of the line
+    SeedOrFile, ///< a number, or otherwise the rest of the line
+};
+
 struct Order {
     const char* word;
     const char* arguments;
     const char* meaning;
-    bool takesFile;
+    Takes takes;
     /// Carries the order out; nothing where it has no such arguments.
     std::optional<OrderResult> (*carryOut)(Simulator& simulator, const Words& arguments);
 };
@@ -106,7 +113,7 @@ std::optional<OrderResult> Restart(Simulator& simulator, const Words& arguments)
         arguments.size() == 1 ? NumberIn(arguments[0], 0, std::numeric_limits<std::uint32_t>::max()) : std::nullopt;
     Settings settings = seed ? Settings(static_cast<std::uint32_t>(*seed)) : Settings();
     std::string error;
-    if (!arguments.empty() && !seed && !LoadSettings(Joined(arguments), settings, error)) {
+    if (!arguments.empty() && !seed && !LoadSettings(arguments[0], settings, error)) {
         return OrderResult{false, error};
     }
     simulator.Restart(settings);
@@ -115,9 +122,9 @@ std::optional<OrderResult> Restart(Simulator& simulator, const Words& arguments)
 
 std::optional<OrderResult> Save(Simulator& simulator, const Words& arguments) {
     std::string error;
-    return arguments.empty()                                                     ? std::nullopt
-           : SaveSettings(Joined(arguments), simulator.CurrentSettings(), error) ? std::optional(Done())
-                                                                                 : OrderResult{false, error};
+    return arguments.empty()                                                ? std::nullopt
+           : SaveSettings(arguments[0], simulator.CurrentSettings(), error) ? std::optional(Done())
+                                                                            : OrderResult{false, error};
 }
 
 std::optional<OrderResult> Load(Simulator& simulator, const Words& arguments) {
@@ -126,7 +133,7 @@ std::optional<OrderResult> Load(Simulator& simulator, const Words& arguments) {
     }
     Settings settings = simulator.CurrentSettings();
     std::string error;
-    if (!LoadSettings(Joined(arguments), settings, error)) {
+    if (!LoadSettings(arguments[0], settings, error)) {
         return OrderResult{false, error};
     }
     simulator.TakeAndReport(settings);
@@ -135,11 +142,12 @@ std::optional<OrderResult> Load(Simulator& simulator, const Words& arguments) {
 
 std::optional<OrderResult> WaitFor(Simulator& simulator, const Words& arguments) {
     constexpr long kLongest = 3600 * 1000;
+    constexpr long kMost = 1000000000;
     if (arguments.empty() || arguments.size() > 2) {
         return std::nullopt;
     }
     const std::optional<long> time = arguments.size() == 1 ? NumberIn(arguments[0], 0, kLongest) : std::nullopt;
-    const std::optional<long> count = arguments.size() == 1 ? 1 : NumberIn(arguments[1], 1, kLongest);
+    const std::optional<long> count = arguments.size() == 1 ? 1 : NumberIn(arguments[1], 1, kMost);
     const long* counter = simulator.CounterOf(arguments[0]);
     OrderResult result = Done();
     if (time) {
@@ -164,21 +172,21 @@ std::optional<OrderResult> Help(Simulator& /*simulator*/, const Words& /*argumen
 }
 
 constexpr Order kOrders[] = {
-    {"mix", "on|off", "reports that audio mixing is on or off", false, Mix},
-    {"report", "HEX", "sends a packet with this payload, from the command id on", false, SendReport},
-    {"raw", "HEX", "sends these bytes as they are", false, SendRaw},
-    {"delay", "MS", "answers come this number of milliseconds later; 0: at once", false, Delay},
-    {"clear", "", "ends all faults", false, WithoutArguments<&Simulator::ClearFaults>},
-    {"hangup", "", "ends the connection to the service", false, WithoutArguments<&Simulator::HangUp>},
+    {"mix", "on|off", "reports that audio mixing is on or off", Takes::Words, Mix},
+    {"report", "HEX", "sends a packet with this payload, from the command id on", Takes::Words, SendReport},
+    {"raw", "HEX", "sends these bytes as they are", Takes::Words, SendRaw},
+    {"delay", "MS", "answers come this number of milliseconds later; 0: at once", Takes::Words, Delay},
+    {"clear", "", "ends all faults", Takes::Words, WithoutArguments<&Simulator::ClearFaults>},
+    {"hangup", "", "ends the connection to the service", Takes::Words, WithoutArguments<&Simulator::HangUp>},
     {"restart", "[SEED|FILE]",
      "hangs up, ends all faults, and goes on with the first settings, those that follow from SEED, or those of FILE",
-     true, Restart},
-    {"save", "FILE", "writes the settings into a file, as orders", true, Save},
-    {"load", "FILE", "takes settings from a file, and reports what changed", true, Load},
+     Takes::SeedOrFile, Restart},
+    {"save", "FILE", "writes the settings into a file, as orders", Takes::File, Save},
+    {"load", "FILE", "takes settings from a file, and reports what changed", Takes::File, Load},
     {"wait", "MS|service|commands|keys|queries [COUNT]",
-     "the next order waits for this time, a service, or so many further packets", false, WaitFor},
-    {"show", "", "prints the settings and what was received so far", false, Show},
-    {"help", "", "prints this", false, Help},
+     "the next order waits for this time, a service, or so many further packets", Takes::Words, WaitFor},
+    {"show", "", "prints the settings and what was received so far", Takes::Words, Show},
+    {"help", "", "prints this", Takes::Words, Help},
 };
 
 const Order* FindOrder(std::string_view word) {
@@ -210,6 +218,15 @@ std::string HelpOf(const Order& order) {
 
 std::string HelpOf(const FaultWord& fault) {
     return std::string(fault.word) + (fault.isState ? " on|off" : " [COUNT|on|off]") + ": " + fault.meaning;
+}
+
+/// What follows the first word of a line, without the blanks around it.
+std::string RestOf(std::string_view line) {
+    constexpr const char* kBlanks = " \t\r\n";
+    const std::size_t word = std::min(line.find_first_not_of(kBlanks), line.size());
+    const std::size_t end = std::min(line.find_first_of(kBlanks, word), line.size());
+    const std::size_t begin = std::min(line.find_first_not_of(kBlanks, end), line.size());
+    return std::string(line.substr(begin, line.find_last_not_of(kBlanks) + 1 - begin));
 }
 
 OrderResult Wrong(const std::string& help) {
@@ -265,8 +282,11 @@ OrderResult Obey(Simulator& simulator, std::string_view line) {
     if (IsSettingOrder(word)) {
         return ObeySetting(simulator, words);
     }
-    const Words arguments(words.begin() + (words.empty() ? 0 : 1), words.end());
+    Words arguments(words.begin() + (words.empty() ? 0 : 1), words.end());
     if (const Order* order = FindOrder(word)) {
+        if (order->takes != Takes::Words && !arguments.empty()) {
+            arguments = {RestOf(line)};
+        }
         return order->carryOut(simulator, arguments).value_or(Wrong(HelpOf(*order)));
     }
     if (const FaultWord* fault = FindFault(word)) {
@@ -281,15 +301,23 @@ OrderResult Obey(Simulator& simulator, std::string_view line) {
     return {false, "'" + word.substr(0, kMaxQuoted) + "' is no order; these are: " + Joined(OrderWordsAfter({}))};
 }
 
-std::string OrderLine(Words words) {
-    const Order* order = words.size() == 2 ? FindOrder(words[0]) : nullptr;
-    if (order != nullptr && order->takesFile && !NumberOf(words[1])) {
-        words[1] = std::filesystem::absolute(words[1]);
+std::string OrderLine(const Words& commandLine) {
+    const std::string line = Joined(commandLine);
+    const Words words = WordsOf(line);
+    const Order* order = words.size() > 1 ? FindOrder(words[0]) : nullptr;
+    const bool isSeed = order != nullptr && order->takes == Takes::SeedOrFile && NumberOf(RestOf(line));
+    if (order == nullptr || order->takes == Takes::Words || isSeed) {
+        return line;
     }
-    return Joined(words);
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::absolute(RestOf(line), error);
+    return error ? line : words[0] + " " + path.string();
 }
 
 OrderResult GiveOrder(const std::string& line) {
+    if (line.empty()) {
+        return {false, "an order is missing; 'help' lists them"};
+    }
     const std::string path = host::BelowRoot(kOrderSocket);
     const UniqueFd connection = host::ConnectTo(path);
     std::string answer;

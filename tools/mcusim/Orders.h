@@ -30,7 +30,7 @@ OrderResult Obey(Simulator& simulator, std::string_view line);
 
 /// The line of an order whose words stand on a command line. Names of files become whole paths, as the simulator may
 /// run in another directory.
-std::string OrderLine(Words words);
+std::string OrderLine(const Words& commandLine);
 
 /// Gives an order to the simulator that runs below this root.
 OrderResult GiveOrder(const std::string& line);

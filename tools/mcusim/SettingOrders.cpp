@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 #include "tools/mcusim/TableOrders.h"
@@ -36,7 +38,8 @@ std::optional<Change> ChangeOf(const Words& order, const Settings& settings, std
 }
 
 bool SaveSettings(const std::string& path, const Settings& settings, std::string& error) {
-    std::ofstream file(path);
+    const std::string beside = path + ".new"; // a full disk leaves the former file
+    std::ofstream file(beside);
     for (const std::string& order : KnobOrdersOf(settings)) {
         file << order << '\n';
     }
@@ -46,11 +49,21 @@ bool SaveSettings(const std::string& path, const Settings& settings, std::string
         }
     }
     file.close();
+    if (!file.fail() && std::rename(beside.c_str(), path.c_str()) == 0) {
+        return true;
+    }
     error = path + ": " + std::strerror(errno);
-    return !file.fail();
+    std::remove(beside.c_str());
+    return false;
 }
 
 bool LoadSettings(const std::string& path, Settings& settings, std::string& error) {
+    std::error_code ignored;
+    const std::filesystem::file_status status = std::filesystem::status(path, ignored);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        error = path + ": not a file of settings"; // a pipe would be waited for
+        return false;
+    }
     std::ifstream file(path);
     Settings loaded = settings;
     std::string line;

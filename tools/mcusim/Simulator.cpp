@@ -26,7 +26,9 @@ constexpr std::size_t kMaxWaiting = 65536;    // packets of a connection
 } // namespace
 
 Simulator::Simulator(const Options& options)
-    : m_options(options), m_desk(m_epoll, [this](std::string_view line) { return Obey(*this, line); }) {
+    : m_options(options),
+      m_desk(
+          m_epoll, [this](std::string_view line) { return Obey(*this, line); }, [this] { ListenAgain(); }) {
     if (options.seed) {
         m_random.emplace(*options.seed);
     }

@@ -6,17 +6,6 @@
 
 namespace mcusim {
 
-namespace {
-
-const RecordField* FirstChanged(const RecordLayout& layout, const Record& before, const Record& after) {
-    const auto* field = std::find_if(layout.fields.begin(), layout.fields.end(), [&](const RecordField& each) {
-        return each.bits.isVolume && before.Get(each.name) != after.Get(each.name);
-    });
-    return field == layout.fields.end() ? nullptr : field;
-}
-
-} // namespace
-
 void Simulator::Turn(const Change& change) {
     m_settings.Set(change.record);
     Broadcast(Settings::ReportOf(change.record, change.marked));
@@ -24,12 +13,17 @@ void Simulator::Turn(const Change& change) {
 
 void Simulator::TakeAndReport(const Settings& settings) {
     for (const RecordLayout& layout : kRecordLayouts) {
-        const Record& before = m_settings.Get(layout.type);
+        const Record before = m_settings.Get(layout.type);
         const Record& after = settings.Get(layout.type);
-        if (before.Payload() != after.Payload()) {
-            const RecordField* marked = FirstChanged(layout, before, after);
-            Turn({after, marked == nullptr ? "" : marked->name});
+        if (before.Payload() == after.Payload()) {
+            continue;
         }
+        Record report = after;
+        for (const std::string_view mark : MarksOf(before, after)) {
+            report.Marked(mark);
+        }
+        m_settings.Set(after);
+        Broadcast(report.Payload(kReport));
     }
 }
 

@@ -19,16 +19,18 @@ std::pair<std::string_view, std::string_view> Split(std::string_view word) {
 /// The bytes of "1,2,3"; empty where one is none.
 std::vector<int> BytesOf(std::string_view text) {
     std::vector<int> bytes;
-    while (!text.empty()) {
-        const std::size_t comma = std::min(text.find(','), text.size());
+    for (;;) {
+        const std::size_t comma = text.find(',');
         const std::optional<long> number = NumberIn(text.substr(0, comma), 0, 0xFF);
         if (!number) {
             return {};
         }
         bytes.push_back(static_cast<int>(*number));
-        text.remove_prefix(std::min(comma + 1, text.size()));
+        if (comma == std::string_view::npos) {
+            return bytes;
+        }
+        text.remove_prefix(comma + 1);
     }
-    return bytes;
 }
 
 std::optional<Change> ChangeCurve(const Words& arguments, const Settings& settings, std::string& reason) {

@@ -1,3 +1,7 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <string>
@@ -22,7 +26,17 @@ int Order(const std::vector<std::string>& words) {
     return 0;
 }
 
+/// Opens those of the three standard streams that are closed, so that nothing else gets their numbers.
+void OpenStandardStreams() {
+    int last = STDIN_FILENO;
+    while (last >= 0 && last <= STDERR_FILENO) {
+        last = ::open64("/dev/null", O_RDWR);
+    }
+    ::close(last);
+}
+
 int Simulate(const mcusim::Options& options) {
+    OpenStandardStreams();
     const UniqueFd stop = StopSignals();
     // In the background of a shell, reading the terminal fails instead of stopping the program.
     std::signal(SIGTTIN, SIG_IGN);
@@ -65,8 +79,8 @@ int main(int argc, char** argv) {
     CLI::App* order = app.add_subcommand("order", "gives one order to the simulator that runs below $TLG_ROOT");
     order->add_option("WORD", words, "the order; 'mcusim order help' lists them")->required();
     const auto nextWords = [](const std::vector<std::string>& before) {
-        const bool isOrder = !before.empty() && before[0] == "order";
-        return isOrder ? mcusim::OrderWordsAfter({before.begin() + 1, before.end()}) : std::vector<std::string>();
+        const auto word = std::find(before.begin(), before.end(), "order");
+        return word != before.end() ? mcusim::OrderWordsAfter({word + 1, before.end()}) : std::vector<std::string>();
     };
     if (const auto status = ParseCommandLine(app, argc, argv, nextWords)) {
         return *status;

@@ -1,5 +1,5 @@
-// Decoding a report of the MCU, and turning a command into a payload, without any input or output. The floors are
-// copying the packet, and parsing the command's JSON without using it.
+// What the service does in its own process, without any input or output: a command's text to a record, a report and an
+// acknowledgement into the store. The floors are copying the packet, and parsing the command's JSON without using it.
 #include <benchmark/benchmark.h>
 #include <sys/pps.h>
 
@@ -7,48 +7,88 @@
 #include <cstring>
 #include <string>
 
+#include "benchmarks/chain/AllocationCounter.h"
+#include "benchmarks/chain/Kind.h"
 #include "control/CEQControlPPSModule.h"
 #include "mcu/CEQMcuFile.h"
 #include "tools/mcusim/Settings.h"
 
 namespace {
 
-void DecodeReport(benchmark::State& state, int group) {
-    ::setenv("TLG_SLOG_LEVEL", "0", 1);
+/// Counts the allocations of a benchmark's loop.
+class CountedAllocations {
+public:
+    explicit CountedAllocations(benchmark::State& state) : m_state(state), m_before(Allocations()) {}
+    ~CountedAllocations() {
+        m_state.counters["allocations"] =
+            benchmark::Counter(static_cast<double>(Allocations() - m_before), benchmark::Counter::kAvgIterations);
+    }
+    CountedAllocations(const CountedAllocations&) = delete;
+    CountedAllocations& operator=(const CountedAllocations&) = delete;
+
+private:
+    benchmark::State& m_state;
+    long m_before;
+};
+
+/// Two reports by turns, so that each changes the store.
+void ReportToStore(benchmark::State& state, RecordType type) {
     CEQData data;
     CEQMcuFile link(nullptr);
     link.AttachData(&data);
-    mculink::Bytes packet = mculink::MakePacket(mcusim::Settings().Answer(group), 0);
+    mculink::Bytes packets[] = {mculink::MakePacket(mcusim::Settings::ReportOf(mcusim::Settings(1).Get(type), ""), 0),
+                                mculink::MakePacket(mcusim::Settings::ReportOf(mcusim::Settings(2).Get(type), ""), 0)};
+    const CountedAllocations counted(state);
+    std::size_t next = 0;
     for ([[maybe_unused]] auto _ : state) {
+        mculink::Bytes& packet = packets[next ^= 1];
+        if (!link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size()))) {
+            state.SkipWithError("the report was not understood");
+        }
+    }
+}
+
+/// A numbered command, which can't be written as there is no device, and its acknowledgement into the store.
+void CommandAndAcknowledgement(benchmark::State& state) {
+    CEQData data;
+    CEQMcuFile link(nullptr);
+    link.AttachData(&data);
+    mculink::Bytes packet = mculink::MakePacket({kAcknowledgement, 0}, 0);
+    const mculink::Bytes records[] = {mculink::Record(ALC).With("alc", 2).FromType(),
+                                      mculink::Record(ALC).With("alc", 3).FromType()};
+    std::int32_t number = 0;
+    const CountedAllocations counted(state);
+    for ([[maybe_unused]] auto _ : state) {
+        link.SendCtrCmd(kControlCommand, records[++number & 1]);
+        std::memcpy(packet.data() + offsetof(TLG::ZOCAR::PacketHeader_s, PacketNo), &number, sizeof number);
         benchmark::DoNotOptimize(link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size())));
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(packet.size()));
 }
-BENCHMARK_CAPTURE(DecodeReport, volume_and_fade, 0);
-BENCHMARK_CAPTURE(DecodeReport, equaliser, 1);
+BENCHMARK(CommandAndAcknowledgement);
 
 void CopyPacket(benchmark::State& state) {
-    mculink::Bytes packet = mculink::MakePacket(mcusim::Settings().Answer(1), 0);
+    const mculink::Bytes packet = mculink::MakePacket(mcusim::Settings().Answer(EQ), 0);
     mculink::Bytes copy(packet.size());
     for ([[maybe_unused]] auto _ : state) {
         std::memcpy(copy.data(), packet.data(), packet.size());
         benchmark::DoNotOptimize(copy.data());
         benchmark::ClobberMemory();
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(packet.size()));
 }
 BENCHMARK(CopyPacket);
 
-const std::string kCurve =
-    R"({"type":"type_3","freqs":[0,5,7,11,12],"gain":[8,9,10,11,12],"q":[1.5,2.0,0.75,1.25,1.0]})";
-
-void HandleCommand(benchmark::State& state, std::string name, const std::string& value, std::string encoding) {
-    ::setenv("TLG_SLOG_LEVEL", "0", 1);
+void CommandToRecord(benchmark::State& state, const std::string& line) {
     CEQData data;
     CEQControlPPSModule control(nullptr);
     control.AttachData(&data);
+    const std::size_t colon = line.find(':');
+    const std::size_t second = line.find(':', colon + 1);
+    std::string name = line.substr(0, colon);
+    std::string encoding = line.substr(colon + 1, second - colon - 1);
+    const std::string value = line.substr(second + 1);
     std::string text;
     std::vector<unsigned char> payload;
+    const CountedAllocations counted(state);
     for ([[maybe_unused]] auto _ : state) {
         text = value;
         pps_attrib_t attribute{};
@@ -60,13 +100,14 @@ void HandleCommand(benchmark::State& state, std::string name, const std::string&
         benchmark::DoNotOptimize(control.OnPPSCmd(&attribute, id, isKey, payload));
     }
 }
-BENCHMARK_CAPTURE(HandleCommand, zovolume, "zovolume", "1", "");
-BENCHMARK_CAPTURE(HandleCommand, zoeqtype, "zoeqtype", kCurve, "json");
 
 void ParseJson(benchmark::State& state) {
+    const std::string curve =
+        R"({"type":"type_3","freqs":[0,5,7,11,12],"gain":[8,9,10,11,12],"q":[1.5,2.0,0.75,1.25,1.0]})";
     std::string text;
+    const CountedAllocations counted(state);
     for ([[maybe_unused]] auto _ : state) {
-        text = kCurve;
+        text = curve;
         pps_decoder_t decoder{};
         pps_decoder_initialize(&decoder, text.data());
         benchmark::DoNotOptimize(decoder.state);
@@ -74,5 +115,20 @@ void ParseJson(benchmark::State& state) {
     }
 }
 BENCHMARK(ParseJson);
+
+/// A benchmark for each record and each command, at the log level of a product.
+const bool kRegistered = [] {
+    ::setenv("TLG_SLOG_LEVEL", "0", 1);
+    for (const RecordLayout& layout : kRecordLayouts) {
+        benchmark::RegisterBenchmark((std::string("ReportToStore/") + layout.name).c_str(), ReportToStore, layout.type);
+    }
+    for (const chain::Kind& kind : chain::Kinds()) {
+        if (*kind.first != '\0') {
+            benchmark::RegisterBenchmark((std::string("CommandToRecord/") + kind.name).c_str(), CommandToRecord,
+                                         std::string(kind.first));
+        }
+    }
+    return true;
+}();
 
 } // namespace

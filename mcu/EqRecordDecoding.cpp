@@ -56,8 +56,8 @@ bool CEQMcuFile::DealEqDataByIndex(int index, const unsigned char* data, int siz
     if (!FieldIsThere(__FUNCTION__, data, size, kBytesPerEqType, consumed)) {
         return false;
     }
-    std::vector<tagEQBand> bands;
-    bands.reserve(kEqBandCount);
+    static thread_local std::vector<tagEQBand> bands; // its memory is kept for the next EQ type
+    bands.clear();
     for (int band = 0; band < kEqBandCount; ++band) {
         const unsigned char* bytes = data + band * kBands.EntrySize();
         const int freq = bytes[kFreq.byte];

@@ -1,4 +1,7 @@
-// Loaded into a program that is measured: counts its allocations in a file of one number, TLG_ALLOCATIONS.PROGRAM.
+// Stands in front of the C library's allocations and counts them. Where it is loaded into a program that is measured,
+// the count is kept in a file of one number, TLG_ALLOCATIONS.PROGRAM.
+#include "benchmarks/chain/AllocationCounter.h"
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -43,6 +46,10 @@ void Count() {
 }
 
 } // namespace
+
+long Allocations() {
+    return g_count.load()->load();
+}
 
 extern "C" void* malloc(std::size_t size) {
     Count();

@@ -4,7 +4,9 @@
 
 #include <rapidjson/document.h>
 
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <new>
 #include <vector>
@@ -21,10 +23,15 @@ using rapidjson::Value;
 // that ends within a character.
 constexpr unsigned kParseFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
 
-/// The memory of a tree's values; it grows in small steps, as most texts are short.
+using Memory = rapidjson::MemoryPoolAllocator<>;
+using Document = rapidjson::GenericDocument<rapidjson::UTF8<>, Memory, Memory>;
+
+/// The memory of a tree's values and of the parser's stacks. What most texts need is at hand; beyond it grows in steps.
 struct Pool {
+    static constexpr std::size_t kAtHand = 3072;
     static constexpr std::size_t kStep = 4096;
-    rapidjson::MemoryPoolAllocator<> memory{kStep};
+    alignas(std::max_align_t) std::array<char, kAtHand> atHand;
+    Memory memory{atHand.data(), atHand.size(), kStep};
 };
 
 /// The parsed text.
@@ -32,9 +39,9 @@ struct Pool {
 /// The parser refuses numbers that are well within a double's range but written with many digits or a large
 /// exponent. So each number is converted beforehand, and the parser finds a 0 in its place. For each such 0 the next
 /// converted number is stored.
-class Tree : private Pool, public rapidjson::Document {
+class Tree : private Pool, public Document {
 public:
-    Tree() : rapidjson::Document(&memory) {}
+    Tree() : Document(&memory, kStack, &memory) {}
 
     /// False where the text is not JSON; then the tree is empty.
     bool Parse(char* text) {
@@ -46,9 +53,9 @@ public:
             return false;
         }
         m_next = numbers.data();
-        rapidjson::Reader reader;
+        rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, Memory> reader(&memory, kStack);
         rapidjson::InsituStringStream stream(text);
-        const auto build = [&](rapidjson::Document&) { return !reader.Parse<kParseFlags>(stream, *this).IsError(); };
+        const auto build = [&](Document&) { return !reader.Parse<kParseFlags>(stream, *this).IsError(); };
         Populate(build);
         return !reader.HasParseError();
     }
@@ -61,6 +68,7 @@ public:
 
 private:
     static constexpr std::size_t kUsualNumbers = 32;
+    static constexpr std::size_t kStack = 512;
 
     const pps::JsonNumber* m_next = nullptr; // the first number of the text that is not stored yet
 };

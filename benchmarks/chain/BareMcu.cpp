@@ -50,8 +50,10 @@ public:
     }
 
     void Report(long* begun) {
-        m_alc = m_alc == 2 ? 3 : 2;
-        const Bytes packet = mculink::MakePacket(mculink::Record(ALC).With("alc", m_alc).Payload(), 0);
+        mculink::Record record = m_settings.Get(ALC);
+        record.With("alc", record.Get("alc") == 200 ? 201 : 200);
+        m_settings.Set(record);
+        const Bytes packet = mculink::MakePacket(record.Payload(), 0);
         *begun = Now();
         ::send(m_service, packet.data(), packet.size(), MSG_NOSIGNAL);
     }
@@ -63,7 +65,6 @@ private:
     }
 
     int m_service;
-    int m_alc = 2;
     mcusim::Settings m_settings;
 };
 

@@ -302,7 +302,7 @@ OrderResult Obey(Simulator& simulator, std::string_view line) {
 }
 
 std::string OrderLine(const Words& commandLine) {
-    const std::string line = Joined(commandLine);
+    std::string line = Joined(commandLine);
     const Words words = WordsOf(line);
     const Order* order = words.size() > 1 ? FindOrder(words[0]) : nullptr;
     const bool isSeed = order != nullptr && order->takes == Takes::SeedOrFile && NumberOf(RestOf(line));

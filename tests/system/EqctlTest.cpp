@@ -48,9 +48,11 @@ TEST(EqctlTest, SaysWhyASettingDoesNotCome) {
     EXPECT_EQ(watch.Stop(SIGTERM), 0);
 }
 
-TEST(EqctlTest, ThePageOfTheCommandsHasThem) {
+TEST(EqctlTest, ThePageOfTheCommandsAndExplainHaveThem) {
     std::ostringstream page;
     page << std::ifstream(TLG_SOURCE_DIR "/docs/commands.md").rdbuf();
+    std::ostringstream explain;
+    explain << std::ifstream(TLG_SOURCE_DIR "/scripts/explain").rdbuf();
     for (const eqctl::Setting& setting : eqctl::Settings()) {
         std::string row = std::string("| `eqctl ") + setting.name + " ";
         for (const char c : std::string(setting.arguments)) {
@@ -58,6 +60,8 @@ TEST(EqctlTest, ThePageOfTheCommandsHasThem) {
         }
         row += std::string("` | `") + setting.command + "` |\n";
         EXPECT_NE(page.str().find(row), std::string::npos) << "it must have " << row;
+        EXPECT_NE(explain.str().find(std::string("    \"") + setting.command + "\": ["), std::string::npos)
+            << setting.command;
     }
 }
 

@@ -30,8 +30,8 @@ inline std::vector<std::string> CandidatesAfter(CLI::App& app, const std::vector
     if (option != nullptr && option->get_expected_min() > 0) {
         return wordsAfter(before);
     }
+    words = wordsAfter(before);
     if (begun.empty() || begun[0] != '-') {
-        words = wordsAfter(before);
         for (const CLI::App* each : command->get_subcommands(all)) {
             words.push_back(each->get_name());
         }

@@ -67,7 +67,11 @@ std::vector<std::string> Published::WaitForChange(std::chrono::milliseconds limi
             continue;
         }
         if (host::ReceivePacket(m_objects[i].Get(), text)) {
+            const std::size_t before = names.size();
             Take(text, names);
+            if (names.size() == before && text.compare(0, 2, "-@") == 0) {
+                error = std::string(kObjects[i]) + " was deleted";
+            }
         } else if (errno != EAGAIN) {
             error = "the PPS server has ended";
         }

@@ -171,6 +171,7 @@ Plan PlanSourceVolume(const Setting& setting, const Arguments& arguments, const 
     }
     Plan plan = PlanFor(setting, "json:{\"type\":" + std::to_string(type) + ",\"val\":" + std::to_string(*level) + "}");
     plan.published = isExtended ? kExtendedVolumes : kSourceVolumes;
+    plan.otherwise = type == 0 ? "" : ", or not shown, as in volume scheme 0";
     plan.hasCome = [attribute = plan.published, type, level = *level](const Published& now) {
         return now.Number(attribute, "val", type % kVolumeCount) == level;
     };
@@ -334,9 +335,8 @@ std::vector<std::string> ChoicesOf(const Setting& setting, std::size_t place) {
     std::istringstream arguments(setting.arguments);
     std::string argument;
     for (std::size_t i = 0; i <= place; ++i) {
-        if (!(arguments >> argument)) {
-            return {};
-        }
+        arguments >> argument;
+        argument = arguments ? argument : "";
     }
     std::vector<std::string> choices;
     std::istringstream words(argument);
@@ -351,7 +351,11 @@ std::vector<std::string> ChoicesOf(const Setting& setting, std::size_t place) {
             choices.push_back(word.substr(0, dots - 1) + digit);
         }
     }
-    return choices.size() > 1 ? choices : std::vector<std::string>();
+    choices = choices.size() > 1 ? choices : std::vector<std::string>();
+    std::istringstream options(setting.arguments);
+    std::copy_if(std::istream_iterator<std::string>(options), {}, std::back_inserter(choices),
+                 [](const std::string& word) { return word.compare(0, 2, "--") == 0; });
+    return choices;
 }
 
 const std::vector<Reading>& Readings() {

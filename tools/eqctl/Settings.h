@@ -22,6 +22,7 @@ struct Plan {
     std::string error; ///< what is allowed, where the arguments are not; then there is nothing else
     std::string line;
     std::string published; ///< the attribute that shows it
+    std::string otherwise; ///< what else may keep it from showing
     std::function<bool(const Published&)> hasCome;
 };
 
@@ -37,7 +38,7 @@ struct Setting {
 /// All that can be set, in the order of the commands' page.
 const std::vector<Setting>& Settings();
 
-/// The words that an argument of a setting may be, by its place from 0 on; empty where it is no such argument.
+/// The words that an argument of a setting may be, by its place from 0 on, and its options; empty where it has none.
 std::vector<std::string> ChoicesOf(const Setting& setting, std::size_t place);
 
 /// What can be read: names, and the attributes that are published. Settings that share an attribute have one name.

@@ -1,3 +1,4 @@
+#include <poll.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 #include <unistd.h>
@@ -14,6 +15,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/host/PpsConnection.h"
@@ -81,8 +83,9 @@ int Apply(const Setting& setting, const Arguments& arguments, milliseconds timeo
             return Fail(std::string(setting.name) + ": " +
                         (!error.empty()               ? error
                          : !eqctl::IsServiceRunning() ? "the service has ended"
-                         : eqctl::IsMcuThere()        ? "not accepted within the time; published is: " + known
-                                                      : "the MCU is away; published is: " + known));
+                         : eqctl::IsMcuThere()
+                             ? "not accepted within the time" + plan.otherwise + "; published is: " + known
+                             : "the MCU is away; published is: " + known));
         }
         published.WaitForChange(left, -1, error);
     }
@@ -150,17 +153,19 @@ int ApplyLines(const std::string& path, double timeout) {
         return Fail(path + ": " + std::strerror(errno));
     }
     std::istream& lines = path == "-" ? std::cin : file;
+    int number = 0;
     for (std::string line; std::getline(lines, line);) {
+        ++number;
         std::istringstream words(line);
         std::string name;
         if (!(words >> name) || name[0] == '#') {
             continue;
         }
         if (ApplyWords(name, {std::istream_iterator<std::string>(words), {}}, timeout) != 0) {
-            return 1;
+            return Fail(path + ", line " + std::to_string(number) + ": the lines from here on are not written");
         }
     }
-    return 0;
+    return lines.eof() ? 0 : Fail(path + ": " + std::strerror(errno));
 }
 
 /// The named readings, or all, that are published.
@@ -193,6 +198,9 @@ int Get(const std::string& name, bool isJson) {
     if (!published.Open(error)) {
         return Fail(error);
     }
+    if (!eqctl::IsServiceRunning()) {
+        std::fprintf(stderr, "eqctl: the service does not run; these are the last values\n");
+    }
     if (isJson) {
         return PrintLine(JsonOf(published, readings)) ? 0 : 1;
     }
@@ -206,18 +214,41 @@ int Get(const std::string& name, bool isJson) {
     return 0;
 }
 
+bool IsStopped(const UniqueFd& stop, milliseconds limit) {
+    pollfd state{stop.Get(), POLLIN, 0};
+    return ::poll(&state, 1, static_cast<int>(limit.count())) == 1;
+}
+
+/// Opens the objects again, once they are there. Nothing where it is stopped before.
+std::optional<Published> OpenAgain(const UniqueFd& stop) {
+    constexpr milliseconds kPause(100);
+    while (!IsStopped(stop, kPause)) {
+        Published published;
+        std::string error;
+        if (published.Open(error)) {
+            return published;
+        }
+    }
+    return std::nullopt;
+}
+
 int Watch(bool isJson) {
     const UniqueFd stop = StopSignals();
-    Published published;
+    std::optional<Published> opened(std::in_place);
     std::string error;
-    if (!published.Open(error)) {
+    if (!opened->Open(error)) {
         return Fail(error);
     }
-    while (error.empty()) {
-        const auto names = published.WaitForChange(milliseconds(-1), stop.Get(), error);
-        if (names.empty()) {
-            break;
+    while (!IsStopped(stop, milliseconds(0))) {
+        const auto names = opened->WaitForChange(milliseconds(-1), stop.Get(), error);
+        if (!error.empty()) {
+            Fail(std::exchange(error, {}) + "; waiting until it is back");
+            opened = OpenAgain(stop);
+            if (!opened) {
+                return 0;
+            }
         }
+        const Published& published = *opened;
         for (const Reading& reading : eqctl::Readings()) {
             if (std::find(names.begin(), names.end(), reading.attribute) == names.end()) {
                 continue;
@@ -228,7 +259,7 @@ int Watch(bool isJson) {
             }
         }
     }
-    return error.empty() ? 0 : Fail(error);
+    return 0;
 }
 
 /// The words among the arguments of a setting, and the names of what can be read.

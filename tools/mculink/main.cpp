@@ -105,9 +105,10 @@ const std::map<std::string, mculink::TimeStyle> kStyles{{"absolute", mculink::Ti
 
 /// The options that say what is printed of each packet.
 void AddPrintOptions(CLI::App& app, mculink::PrintOptions& options) {
-    app.add_option("--time", options.time,
-                   "absolute: seconds since the epoch; delta: since the line before; relative: since the first one")
-        ->transform(CLI::CheckedTransformer(kStyles, CLI::ignore_case).description(""))
+    app.add_option_function<std::string>(
+           "--time", [&options](const std::string& style) { options.time = kStyles.at(style); },
+           "absolute: seconds since the epoch; delta: since the line before; relative: since the first one")
+        ->check(CLI::IsMember(kStyles).description(""))
         ->type_name("STYLE")
         ->default_str("absolute");
     CLI::Validator isWord = CLI::IsMember(mculink::PacketPrinter::Words()).description("");
@@ -173,15 +174,15 @@ int main(int argc, char** argv) {
     AddPrintOptions(app, print);
 
     CLI::App* show = app.add_subcommand("show", "prints a recording");
-    show->add_option("FILE", file)->required();
+    show->add_option("FILE", file, "the recording")->required();
     AddPrintOptions(*show, print);
     CLI::App* again = app.add_subcommand(
         "replay", "is the MCU of a recording: exit 0 when the service sends what it had sent, 1 with the differences");
-    again->add_option("FILE", file)->required();
+    again->add_option("FILE", file, "the recording")->required();
     again->add_flag("--fast", replay.isFast, "without the pauses of the recording");
     double patience = 10;
     again->add_option("--patience", patience, "how long the service may take for a packet that is due")
-        ->check(CLI::PositiveNumber)
+        ->check(CLI::Range(0.001, 1e6).description(""))
         ->type_name("SECONDS")
         ->capture_default_str();
 

@@ -216,6 +216,9 @@ void OrderDesk::ObeyLine(Lines& lines) {
     } else if (!result.text.empty()) {
         Print(result.text);
     }
+    if (m_console && !lines.isScript && !IsOver(lines.wait)) {
+        m_console->Print("waiting; what is typed now comes after it");
+    }
 }
 
 std::optional<OrderDesk::Clock::time_point> OrderDesk::Due() const {

@@ -1,6 +1,7 @@
 #include "tools/mcusim/Orders.h"
 
 #include <sys/socket.h>
+#include <sys/time.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -321,6 +322,10 @@ OrderResult GiveOrder(const std::string& line) {
     const std::string path = host::BelowRoot(kOrderSocket);
     const UniqueFd connection = host::ConnectTo(path);
     std::string answer;
+    if (connection) {
+        constexpr timeval kForever{0, 0}; // an order may wait as long as it says
+        ::setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &kForever, sizeof kForever);
+    }
     if (!connection || ::send(connection.Get(), line.data(), line.size(), MSG_NOSIGNAL) < 0 ||
         !host::ReceivePacket(connection.Get(), answer)) {
         return {false,

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "tools/mculink/PacketFields.h"
 #include "tools/mcusim/Simulator.h"
 
 namespace mcusim {
@@ -84,7 +85,8 @@ std::string Simulator::Show() const {
     for (const RecordLayout& layout : kRecordLayouts) {
         mculink::Packet packet;
         mculink::ParsePacket(mculink::View(mculink::MakePacket(m_settings.Answer(layout.type), 0)), packet);
-        text += mculink::Describe(packet) + "\n";
+        const mculink::PacketFields fields = mculink::FieldsOf(packet);
+        text += fields.record + mculink::TextOf(fields) + " [" + mculink::HexOf(packet.payload) + "]\n";
     }
     return text + "received commands=" + std::to_string(m_counts.commands) + " keys=" + std::to_string(m_counts.keys) +
            " queries=" + std::to_string(m_counts.queries);

@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--count", options.reportCount, "end the random reports after this number")
         ->needs(seed)
-        ->check(CLI::NonNegativeNumber.description(""))
+        ->check(CLI::Range(0, 1000000000).description(""))
         ->type_name("N");
     app.add_option("--script", options.script, "carry out the orders of this file; a wrong one ends the simulator")
         ->type_name("FILE");

@@ -38,6 +38,9 @@ int Write(const std::vector<std::string>& arguments) {
     std::vector<std::string> lines(arguments.begin() + 1, arguments.end());
     if (lines == std::vector<std::string>{"-"}) {
         lines = InputLines();
+        if (lines.empty()) {
+            return Fail(object, "standard input has no lines");
+        }
     }
     std::string text;
     for (const std::string& line : lines) {
@@ -100,7 +103,7 @@ void AddWatchOptions(CLI::App& watch, ppsctl::WatchOptions& options) {
         ->required();
     watch.add_flag("--time", options.time, "begin each line with the seconds since the epoch");
     watch.add_flag("--json", options.json, "print each state and change as a JSON object on one line");
-    watch.add_option("--count", options.count, "end after this number of changes")
+    watch.add_option("--count", options.count, "end after this number of changes; the states at first are none")
         ->check(CLI::Range(1, 1000000000).description(""))
         ->type_name("N");
     watch
@@ -136,14 +139,14 @@ int main(int argc, char** argv) {
     std::string object;
     bool isJson = false;
     CLI::App* read = app.add_subcommand("read", "prints an object's whole text");
-    read->add_option("OBJECT", object)->required();
+    read->add_option("OBJECT", object, "its full path")->required();
     read->add_flag("--json", isJson, "as a JSON object on one line");
     ppsctl::WatchOptions options;
     CLI::App* watch = app.add_subcommand("watch", "prints the states of objects, then every change, until ended");
     AddWatchOptions(*watch, options);
     CLI::App* list = app.add_subcommand("list", "prints the objects, one full path a line");
     CLI::App* remove = app.add_subcommand("delete", "deletes the object");
-    remove->add_option("OBJECT", object)->required();
+    remove->add_option("OBJECT", object, "its full path")->required();
 
     if (const auto status = ParseCommandLine(app, argc, argv, NextWords)) {
         return *status;

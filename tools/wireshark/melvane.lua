@@ -151,7 +151,7 @@ local function link(tree, pinfo, direction, exchange)
         tree:add(f.ack_in, other):set_generated()
     elseif other then
         tree:add(f.ack_to, other):set_generated()
-        tree:add(f.ack_time, pinfo.abs_ts - request_time[pinfo.number]):set_generated()
+        tree:add(f.ack_time, math.floor((pinfo.abs_ts - request_time[pinfo.number]) * 1e6 + 0.5) / 1e6):set_generated()
     end
 end
 

@@ -42,7 +42,7 @@ class Row {
 public:
     explicit Row(Json& json) : m_json(json) { m_json.StartObject(); }
     ~Row() {
-        std::puts(m_text.c_str());
+        std::puts((m_text + "|").c_str());
         std::fflush(stdout);
         m_json.EndObject();
     }
@@ -103,7 +103,7 @@ std::vector<Series> Measure(const Kind& kind, std::vector<std::unique_ptr<Chain>
 void MeasureTimes(const Options& options, int processors, std::vector<std::unique_ptr<Chain>>& chains, Json& json) {
     Heading(json, "times",
             "| command | processors | log | median us | 99th percentile us | floor us | floor 99th us | ratio | "
-            "quartiles | |");
+            "quartiles |");
     for (const Kind& kind : chain::Kinds()) {
         if (!IsChosen(options, kind)) {
             continue;
@@ -139,7 +139,7 @@ const Kind& KindOf(const std::string& name) {
 constexpr const char* kGain = "zosubwoofer_gain";
 
 void MeasureThroughput(const Options& options, int processors, Chain& chain, Json& json) {
-    Heading(json, "throughput", "| processors | under way | commands a second | |");
+    Heading(json, "throughput", "| processors | under way | commands a second |");
     for (const int underWay : {1, 4, 16, 64}) {
         const int count = options.rounds * 5;
         const long time = chain.PassMany(KindOf(kGain), count, underWay);
@@ -160,7 +160,7 @@ long AllocationsOf(const std::string& path, const std::string& process) {
 
 void MeasureUsage(const Options& options, Chain& chain, Chain& counted, const std::string& allocations, Json& json) {
     Heading(json, "usage",
-            "| command | process | processor us | context switches | system calls | allocations | resident KB | |");
+            "| command | process | processor us | context switches | system calls | allocations | resident KB |");
     for (const char* name : {kGain, "zovolume", "zofade_balance", "zoeqtype", "report"}) {
         const Kind& kind = KindOf(name);
         for (std::size_t i = 0; i < chain.Processes().size(); ++i) {

@@ -35,8 +35,8 @@ enum {
 /// @return the bytes logged, 0 for a message above TLG_SLOG_LEVEL, -1 when nothing could be written
 int slogf(int opcode, int severity, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
-/// The host's alone: whether messages of this severity are logged, so that callers need not format the others. Where the
-/// macro is missing, the logger has no level to ask.
+/// The host's alone: whether messages of this severity are logged, so that callers need not format the others. Where
+/// the macro is missing, the logger has no level to ask.
 int slogIsLogged(int severity);
 #define TLG_SLOG_IS_LOGGED(severity) slogIsLogged(severity)
 

@@ -7,8 +7,8 @@
 #include <cstring>
 #include <string>
 
-#include "benchmarks/chain/AllocationCounter.h"
 #include "benchmarks/chain/Kind.h"
+#include "benchmarks/common/AllocationCounter.h"
 #include "control/CEQControlPPSModule.h"
 #include "mcu/CEQMcuFile.h"
 #include "tools/mcusim/Settings.h"

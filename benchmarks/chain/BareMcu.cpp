@@ -6,7 +6,7 @@
 
 #include <array>
 
-#include "benchmarks/chain/Floor.h"
+#include "benchmarks/common/Clock.h"
 #include "platform/host/UnixSocket.h"
 #include "tools/mcusim/Settings.h"
 
@@ -18,7 +18,7 @@ using mculink::Bytes;
 
 class BareMcu {
 public:
-    explicit BareMcu(int service) : m_service(service) {}
+    BareMcu(int service, McuTrace& trace) : m_service(service), m_trace(trace) {}
 
     /// False when the service has ended.
     bool Serve() {
@@ -28,6 +28,7 @@ public:
         if (length <= 0 || !mculink::ParsePacket({block.data(), static_cast<std::size_t>(length)}, packet)) {
             return false;
         }
+        m_trace.received = static_cast<std::size_t>(length);
         const std::int32_t number = packet.header.PacketNo;
         switch (packet.header.Cmd) {
         case kControlCommand:
@@ -49,28 +50,29 @@ public:
         return true;
     }
 
-    void Report(long* begun) {
+    void Report() {
         mculink::Record record = m_settings.Get(ALC);
         record.With("alc", record.Get("alc") == 200 ? 201 : 200);
         m_settings.Set(record);
-        const Bytes packet = mculink::MakePacket(record.Payload(), 0);
-        *begun = Now();
-        ::send(m_service, packet.data(), packet.size(), MSG_NOSIGNAL);
+        m_trace.begun = bench::Now();
+        Send(record.Payload(), 0);
     }
 
 private:
-    void Send(const Bytes& payload, std::int32_t number) const {
+    void Send(const Bytes& payload, std::int32_t number) {
         const Bytes packet = mculink::MakePacket(payload, number);
+        m_trace.sent = packet.size();
         ::send(m_service, packet.data(), packet.size(), MSG_NOSIGNAL);
     }
 
     int m_service;
+    McuTrace& m_trace;
     mcusim::Settings m_settings;
 };
 
 } // namespace
 
-void RunBareMcu(const std::string& path, int readyFd, int orderFd, long* begun) {
+void RunBareMcu(const std::string& path, int readyFd, int orderFd, McuTrace& trace) {
     host::Listener listener;
     if (!listener.Open(path) || ::write(readyFd, "r", 1) != 1) {
         return;
@@ -78,13 +80,13 @@ void RunBareMcu(const std::string& path, int readyFd, int orderFd, long* begun) 
     pollfd newcomer{listener.Fd(), POLLIN, 0};
     ::poll(&newcomer, 1, -1);
     const UniqueFd service = listener.Accept();
-    BareMcu mcu(service.Get());
+    BareMcu mcu(service.Get(), trace);
     std::array<pollfd, 2> ready{{{service.Get(), POLLIN, 0}, {orderFd, POLLIN, 0}}};
     for (bool isServing = true; isServing;) {
         ::poll(ready.data(), ready.size(), -1);
         char order = 0;
         if ((ready[1].revents & POLLIN) != 0 && ::read(orderFd, &order, 1) == 1) {
-            mcu.Report(begun);
+            mcu.Report();
         }
         isServing = ready[0].revents == 0 || mcu.Serve();
     }

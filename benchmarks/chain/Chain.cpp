@@ -1,9 +1,9 @@
 #include "benchmarks/chain/Chain.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -11,114 +11,59 @@
 #include <fstream>
 #include <string_view>
 #include <thread>
+#include <utility>
 
-#include "benchmarks/chain/BareMcu.h"
-#include "framework/McuPacket.h"
+#include "benchmarks/common/Clock.h"
+#include "benchmarks/common/Pipe.h"
 #include "framework/SystemFiles.h"
 #include "platform/host/PpsConnection.h"
 #include "platform/host/Root.h"
 
 namespace chain {
 
-namespace {
-
-constexpr int kReadWrite = host::target_flags::kReadWrite;
-constexpr int kCreate = kReadWrite | host::target_flags::kCreate;
-
-struct Pipe {
-    Pipe() {
-        int ends[2] = {-1, -1};
-        if (::pipe2(ends, O_CLOEXEC) != 0) {
-            throw std::runtime_error("no pipe");
-        }
-        read.Reset(ends[0]);
-        write.Reset(ends[1]);
-    }
-    UniqueFd read;
-    UniqueFd write;
-};
-
-[[noreturn]] void Become(const std::string& program, int output, int error, const std::string& preload) {
-    ::dup2(output, STDOUT_FILENO);
-    ::dup2(error, STDERR_FILENO);
-    if (!preload.empty()) {
-        ::setenv("LD_PRELOAD", preload.c_str(), 1);
-    }
-    ::execl(program.c_str(), program.c_str(), nullptr);
-    ::_exit(127);
-}
-
-UniqueFd OpenObject(const std::string& path, int flags) {
-    host::PpsReply reply;
-    UniqueFd object = host::OpenPpsObject(path, flags, reply);
-    if (!object) {
-        throw std::runtime_error(path + ": " + reply.reason);
-    }
-    return object;
-}
-
-/// How the MCU's socket end answers: sizes of its packets.
-std::size_t PacketSize(std::size_t payload) {
-    return sizeof(TLG::ZOCAR::PacketHeader_s) + payload;
-}
-
-} // namespace
-
-Chain::Chain(const std::string& programs, const LogMode& log, const std::string& preload) : m_begun(SharedNumber()) {
-    m_root = (std::filesystem::temp_directory_path() / "chain.XXXXXX").string();
-    ::setenv("TLG_ROOT", ::mkdtemp(m_root.data()), 1);
+Chain::Chain(const std::string& programs, const LogMode& log, const std::string& preload)
+    : m_server(programs, preload), m_trace(Shared<McuTrace>()) {
     ::setenv("TLG_SLOG_LEVEL", std::to_string(log.level).c_str(), 1);
-    std::filesystem::create_directories(m_root + "/zoapps/etc");
-    std::ofstream(m_root + "/zoapps/etc/volume.conf") << "scheme=0;";
-    StartPrograms(programs, log, preload);
-    m_control = OpenObject(std::string(kControl) + "?wait", kReadWrite);
-    m_status = OpenObject(std::string(kStatus) + "?delta,wait", kReadWrite);
-    m_settings = OpenObject(std::string(kSettings) + "?delta,wait", kReadWrite);
+    std::filesystem::create_directories(m_server.Root() + "/zoapps/etc");
+    std::ofstream(m_server.Root() + "/zoapps/etc/volume.conf") << "scheme=0;";
+    bench::OpenObject(kLauncher, bench::kMake);
+    StartMcu();
+    StartService(programs, log, preload);
+    m_control = bench::OpenObject(std::string(kControl) + "?wait", bench::kOpen);
+    m_status = bench::OpenObject(std::string(kStatus) + "?delta,wait", bench::kOpen);
+    m_settings = bench::OpenObject(std::string(kSettings) + "?delta,wait", bench::kOpen);
     std::array<char, host::kMaxPacket> state{};
     ::recv(m_status.Get(), state.data(), state.size(), 0);
     ::recv(m_settings.Get(), state.data(), state.size(), 0);
 }
 
-Chain::~Chain() {
-    while (!m_peers.empty()) {
-        m_peers.pop_back();
-    }
-    std::filesystem::remove_all(m_root);
-}
-
-void Chain::StartPrograms(const std::string& programs, const LogMode& log, const std::string& preload) {
-    // Not open(), which looks below the root.
-    const UniqueFd nothing(::open64("/dev/null", O_RDWR | O_CLOEXEC));
-    const Pipe ready;
+void Chain::StartMcu() {
+    const bench::Pipe ready;
+    bench::Pipe orders;
+    m_order = std::move(orders.write);
+    m_mcu.emplace(
+        [&] { RunBareMcu(host::BelowRoot(TLG::ZOCAR::g_eqMCU.path), ready.write.Get(), orders.read.Get(), *m_trace); });
     char byte = 0;
-    m_peers.push_back(
-        std::make_unique<Peer>([&] { Become(programs + "/ppsd", ready.write.Get(), STDERR_FILENO, preload); }));
-    m_server = m_peers.back()->Id();
-    std::array<char, 64> line{};
-    if (::read(ready.read.Get(), line.data(), line.size()) <= 0) {
-        throw std::runtime_error("ppsd did not start");
-    }
-    OpenObject(kLauncher, kCreate);
-    Pipe orders;
-    m_order.Reset(orders.write.Release());
-    m_peers.push_back(std::make_unique<Peer>(
-        [&] { RunBareMcu(host::BelowRoot(TLG::ZOCAR::g_eqMCU.path), ready.write.Get(), orders.read.Get(), m_begun); }));
     if (::read(ready.read.Get(), &byte, 1) != 1) {
         throw std::runtime_error("the MCU did not start");
     }
-    const Pipe logged;
+}
+
+void Chain::StartService(const std::string& programs, const LogMode& log, const std::string& preload) {
+    // Not open(), which looks below the root.
+    const UniqueFd nothing(::open64("/dev/null", O_RDWR | O_CLOEXEC));
+    const bench::Pipe logged;
     if (log.hasReader) {
-        m_peers.push_back(std::make_unique<Peer>([&] {
+        m_logReader.emplace([&] {
             std::array<char, 65536> text{};
             while (::read(logged.read.Get(), text.data(), text.size()) > 0) {
             }
-        }));
+        });
     }
     const int error = log.hasReader ? logged.write.Get() : nothing.Get();
-    m_peers.push_back(std::make_unique<Peer>([&] { Become(programs + "/melvane", nothing.Get(), error, preload); }));
-    m_service = m_peers.back()->Id();
+    m_service.emplace([&] { bench::Become(programs + "/melvane", nothing.Get(), error, preload); });
     // It has taken all settings when it has published the last group's.
-    const UniqueFd status = OpenObject(std::string(kStatus) + "?delta,wait", kCreate);
+    const UniqueFd status = bench::OpenObject(std::string(kStatus) + "?delta,wait", bench::kMake);
     std::string text;
     while (text.find("zoalc:") == std::string::npos) {
         std::array<char, host::kMaxPacket> packet{};
@@ -146,8 +91,8 @@ std::size_t Chain::ReadHeard(const Kind& kind) {
     if (length <= 0) {
         throw std::runtime_error("the server has ended");
     }
-    m_lastSize = static_cast<std::size_t>(length);
-    const std::string_view text(packet.data(), m_lastSize);
+    const std::string_view text(packet.data(), static_cast<std::size_t>(length));
+    m_heardSizes.push_back(text.size());
     const std::string line = std::string("\n") + kind.lastLine + ":";
     std::size_t count = 0;
     for (std::size_t at = text.find(line); at != std::string_view::npos; at = text.find(line, at + 1)) {
@@ -157,17 +102,18 @@ std::size_t Chain::ReadHeard(const Kind& kind) {
 }
 
 long Chain::Pass(const Kind& kind) {
-    *m_begun = Now();
-    const long begin = *m_begun;
+    m_heardSizes.clear();
+    const long begin = bench::Now();
     Write(kind);
     while (ReadHeard(kind) == 0) {
     }
-    const long end = Now();
-    return end - (*kind.first == '\0' ? *m_begun : begin);
+    const long end = bench::Now();
+    return end - (*kind.first == '\0' ? m_trace->begun : begin);
 }
 
 long Chain::PassMany(const Kind& kind, int count, int underWay) {
-    const long begin = Now();
+    m_heardSizes.clear();
+    const long begin = bench::Now();
     int written = 0;
     for (int heard = 0; heard < count;) {
         for (; written < count && written - heard < underWay; ++written) {
@@ -175,34 +121,35 @@ long Chain::PassMany(const Kind& kind, int count, int underWay) {
         }
         heard += static_cast<int>(ReadHeard(kind));
     }
-    return Now() - begin;
+    return bench::Now() - begin;
 }
 
 std::vector<Hop> Chain::HopsOf(const Kind& kind) {
-    const bool isCommand = *kind.first != '\0';
-    const std::size_t size = std::strlen(kind.first);
     Pass(kind);
-    const bool isCurve = std::string_view(kind.name) == "zoeqtype";
-    const std::size_t record = PacketSize(isCurve ? 110 : 18);
-    const bool isKey = std::string_view(kind.name) == "zovolume_mute";
     std::vector<Hop> hops;
-    if (isCommand) {
-        hops = {{kHmi, kServer, size}, {kServer, kService, size + 9}, {kService, kMcu, isKey ? PacketSize(4) : record}};
+    if (*kind.first != '\0') {
+        const std::size_t size = std::strlen(kind.first);
+        hops = {{kHmi, kServer, size},
+                {kServer, kService, std::strlen("@control\n") + size + 1},
+                {kService, kMcu, m_trace->received}};
     }
-    hops.push_back({kMcu, kService, isKey ? record : PacketSize(isCommand ? 2 : 4)});
+    hops.push_back({kMcu, kService, m_trace->sent});
     // What nobody reads goes as far as the server, with about the bytes of what is read.
     for (std::size_t i = 0; i < kind.unheard.size(); ++i) {
-        hops.push_back({kService, kServer, m_lastSize});
+        hops.push_back({kService, kServer, m_heardSizes.back()});
     }
-    for (int i = 0; i < kind.heard; ++i) {
-        hops.push_back({kService, kServer, m_lastSize});
-        hops.push_back({kServer, kHmi, m_lastSize});
+    // The server puts the object's name before what it passes on.
+    const std::string_view object = kind.heardAt;
+    const std::size_t head = object.size() - object.rfind('/') + 1;
+    for (const std::size_t size : m_heardSizes) {
+        hops.push_back({kService, kServer, size - head});
+        hops.push_back({kServer, kHmi, size});
     }
     return hops;
 }
 
-std::vector<Process> Chain::Processes() const {
-    return {{"ppsd", m_server}, {"melvane", m_service}};
+std::vector<bench::Process> Chain::Processes() const {
+    return {{"ppsd", m_server.Id()}, {"melvane", m_service->Id()}};
 }
 
 } // namespace chain

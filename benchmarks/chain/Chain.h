@@ -2,13 +2,15 @@
 #define TLG_BENCHMARKS_CHAIN_CHAIN_H
 
 #include <map>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "benchmarks/chain/BareMcu.h"
 #include "benchmarks/chain/Floor.h"
 #include "benchmarks/chain/Kind.h"
-#include "benchmarks/chain/Usage.h"
+#include "benchmarks/common/PpsServer.h"
+#include "benchmarks/common/Usage.h"
 
 namespace chain {
 
@@ -24,7 +26,6 @@ class Chain {
 public:
     /// @param preload a library that the service and the server are started with; empty: none
     Chain(const std::string& programs, const LogMode& log, const std::string& preload = "");
-    ~Chain();
     Chain(const Chain&) = delete;
     Chain& operator=(const Chain&) = delete;
 
@@ -38,24 +39,25 @@ public:
     long PassMany(const Kind& kind, int count, int underWay);
 
     /// The processes: "ppsd" and "melvane".
-    std::vector<Process> Processes() const;
+    std::vector<bench::Process> Processes() const;
 
 private:
-    void StartPrograms(const std::string& programs, const LogMode& log, const std::string& preload);
+    void StartMcu();
+    void StartService(const std::string& programs, const LogMode& log, const std::string& preload);
     void Write(const Kind& kind);
     std::size_t ReadHeard(const Kind& kind);
 
-    std::string m_root;
-    long* m_begun;
-    UniqueFd m_order;                           // has the MCU report
-    std::vector<std::unique_ptr<Peer>> m_peers; // in the order of their start
-    pid_t m_server = 0;
-    pid_t m_service = 0;
+    bench::PpsServer m_server;
+    McuTrace* m_trace;
+    UniqueFd m_order; // has the MCU report
+    std::optional<bench::Peer> m_mcu;
+    std::optional<bench::Peer> m_logReader;
+    std::optional<bench::Peer> m_service;
     UniqueFd m_control;
     UniqueFd m_status;
     UniqueFd m_settings;
     std::map<const Kind*, bool> m_isSecond; // whether its second line is next
-    std::size_t m_lastSize = 0;
+    std::vector<std::size_t> m_heardSizes;  // of the last command's messages
 };
 
 } // namespace chain

@@ -1,11 +1,11 @@
 #include "benchmarks/chain/Floor.h"
 
-#include <sys/mman.h>
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
+
+#include "benchmarks/common/Clock.h"
 
 namespace chain {
 
@@ -22,15 +22,7 @@ void Check(ssize_t result) {
 
 } // namespace
 
-long* SharedNumber() {
-    void* memory = ::mmap(nullptr, sizeof(long), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED) {
-        throw std::runtime_error("no memory");
-    }
-    return static_cast<long*>(memory);
-}
-
-Floor::Floor(std::vector<Hop> hops) : m_hops(std::move(hops)), m_begin(SharedNumber()) {
+Floor::Floor(std::vector<Hop> hops) : m_hops(std::move(hops)), m_begin(Shared<long>()) {
     for (std::size_t low = 0; low < kWhoCount; ++low) {
         for (std::size_t high = low + 1; high < kWhoCount; ++high) {
             int ends[2] = {-1, -1};
@@ -40,14 +32,8 @@ Floor::Floor(std::vector<Hop> hops) : m_hops(std::move(hops)), m_begin(SharedNum
             m_sockets.at(low).at(high) = {UniqueFd(ends[0]), UniqueFd(ends[1])};
         }
     }
-    int start[2] = {-1, -1};
-    if (::pipe(start) != 0) {
-        throw std::runtime_error("no pipe");
-    }
-    m_startRead.Reset(start[0]);
-    m_startWrite.Reset(start[1]);
     for (const Who who : {kServer, kService, kMcu}) {
-        m_peers.push_back(std::make_unique<Peer>([this, who] {
+        m_peers.push_back(std::make_unique<bench::Peer>([this, who] {
             for (;;) {
                 Play(who);
             }
@@ -64,9 +50,9 @@ void Floor::Play(Who who) const {
     Message message{};
     if (who == m_hops.front().from) {
         if (who != kHmi) {
-            Check(::read(m_startRead.Get(), message.data(), 1));
+            Check(::read(m_start.read.Get(), message.data(), 1));
         }
-        *m_begin = Now();
+        *m_begin = bench::Now();
     }
     for (const Hop& hop : m_hops) {
         if (hop.from == who) {
@@ -79,10 +65,10 @@ void Floor::Play(Who who) const {
 
 long Floor::Pass() {
     if (m_hops.front().from != kHmi) {
-        Check(::write(m_startWrite.Get(), "", 1));
+        Check(::write(m_start.write.Get(), "", 1));
     }
     Play(kHmi);
-    return Now() - *m_begin;
+    return bench::Now() - *m_begin;
 }
 
 } // namespace chain

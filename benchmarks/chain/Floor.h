@@ -3,12 +3,16 @@
 #ifndef TLG_BENCHMARKS_CHAIN_FLOOR_H
 #define TLG_BENCHMARKS_CHAIN_FLOOR_H
 
+#include <sys/mman.h>
+
 #include <array>
-#include <chrono>
 #include <memory>
+#include <new>
+#include <stdexcept>
 #include <vector>
 
-#include "benchmarks/chain/Peer.h"
+#include "benchmarks/common/Peer.h"
+#include "benchmarks/common/Pipe.h"
 #include "platform/posix/UniqueFd.h"
 
 namespace chain {
@@ -39,19 +43,20 @@ private:
 
     std::vector<Hop> m_hops;
     std::array<std::array<Pair, kWhoCount>, kWhoCount> m_sockets; // by the lower and the higher of the two
-    UniqueFd m_startRead; // where the first hop is not the HMI's, it tells that one to begin
-    UniqueFd m_startWrite;
+    bench::Pipe m_start;     // where the first hop is not the HMI's, it tells that one to begin
     long* m_begin = nullptr; // when the first hop began, in memory that all share
-    std::vector<std::unique_ptr<Peer>> m_peers;
+    std::vector<std::unique_ptr<bench::Peer>> m_peers;
 };
 
-/// Nanoseconds of the monotonic clock.
-inline long Now() {
-    return std::chrono::steady_clock::now().time_since_epoch().count();
+/// A value in memory that all processes made later share. Never freed.
+template <typename Value>
+Value* Shared() {
+    void* memory = ::mmap(nullptr, sizeof(Value), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED) {
+        throw std::runtime_error("no memory");
+    }
+    return new (memory) Value();
 }
-
-/// A number in memory that all processes made later share. Never freed.
-long* SharedNumber();
 
 } // namespace chain
 

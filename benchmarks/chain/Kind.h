@@ -20,7 +20,6 @@ struct Kind {
     const char* second;
     const char* heardAt;              ///< the object in which its last message is published
     const char* lastLine;             ///< how the last message's line begins
-    int heard;                        ///< messages published there
     std::vector<const char*> unheard; ///< an object for each further message, which nobody reads
 };
 

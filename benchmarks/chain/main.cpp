@@ -13,15 +13,15 @@
 #include <vector>
 
 #include "benchmarks/chain/Chain.h"
-#include "benchmarks/chain/Statistics.h"
+#include "benchmarks/common/Statistics.h"
 
 namespace {
 
+using bench::Series;
 using chain::Chain;
 using chain::Floor;
 using chain::Kind;
 using chain::LogMode;
-using chain::Series;
 
 constexpr LogMode kLogModes[] = {
     {"level 2", 2, false}, {"level 7 to nothing", 7, false}, {"level 7 to a reader", 7, true}};
@@ -115,13 +115,13 @@ void MeasureTimes(const Options& options, int processors, std::vector<std::uniqu
             row.Text("kind", kind.name);
             row.Number("processors", processors, 0);
             row.Text("log", kLogModes[i].name);
-            row.Number("median_us", chain::Median(series[i].times) / 1000, 1);
-            row.Number("p99_us", chain::Quantile(series[i].times, 0.99) / 1000, 1);
-            row.Number("floor_us", chain::Median(series[i].floor) / 1000, 1);
-            row.Number("floor_p99_us", chain::Quantile(series[i].floor, 0.99) / 1000, 1);
-            row.Number("ratio", chain::Median(series[i].times) / chain::Median(series[i].floor), 2);
-            row.Number("ratio_q1", chain::Quantile(ratios, 0.25), 2);
-            row.Number("ratio_q3", chain::Quantile(ratios, 0.75), 2);
+            row.Number("median_us", bench::Median(series[i].times) / 1000, 1);
+            row.Number("p99_us", bench::Quantile(series[i].times, 0.99) / 1000, 1);
+            row.Number("floor_us", bench::Median(series[i].floor) / 1000, 1);
+            row.Number("floor_p99_us", bench::Quantile(series[i].floor, 0.99) / 1000, 1);
+            row.Number("ratio", bench::Median(series[i].times) / bench::Median(series[i].floor), 2);
+            row.Number("ratio_q1", bench::Quantile(ratios, 0.25), 2);
+            row.Number("ratio_q3", bench::Quantile(ratios, 0.75), 2);
         }
     }
     json.EndArray();
@@ -158,46 +158,48 @@ long AllocationsOf(const std::string& path, const std::string& process) {
     return count;
 }
 
-void MeasureUsage(const Options& options, Chain& chain, Chain& counted, const std::string& allocations, Json& json) {
+/// What a command of this kind costs a process.
+/// @param counted a chain whose processes count their allocations into @p allocations
+void MeasureProcess(std::size_t process, const Kind& kind, int rounds, Chain& chain, Chain& counted,
+                    const std::string& allocations, Json& json) {
+    const auto pass = [&kind](Chain& which, int times) {
+        for (int round = 0; round < times; ++round) {
+            which.Pass(kind);
+        }
+    };
+    const bench::Process plain = chain.Processes().at(process);
+    const bench::Usage before = bench::UsageOf(plain.id);
+    pass(chain, rounds);
+    const bench::Usage after = bench::UsageOf(plain.id);
+    const long allocationsBefore = AllocationsOf(allocations, plain.name);
+    pass(counted, rounds);
+    const long allocated = AllocationsOf(allocations, plain.name) - allocationsBefore;
+    constexpr int kTraced = 100;
+    const long calls = bench::SystemCallsOf(plain.id, [&] { pass(chain, kTraced); });
+    Row row(json);
+    row.Text("kind", kind.name);
+    row.Text("process", plain.name);
+    row.Number("processor_us", (after.processorMicroseconds - before.processorMicroseconds) / rounds, 1);
+    row.Number("switches", static_cast<double>(after.contextSwitches - before.contextSwitches) / rounds, 1);
+    row.Number("calls", static_cast<double>(calls) / kTraced, 1);
+    row.Number("allocations", static_cast<double>(allocated) / rounds, 1);
+    row.Number("resident_kb", static_cast<double>(after.residentKilobytes), 0);
+}
+
+void MeasureUsage(const Options& options, Chain& chain, Json& json) {
     Heading(json, "usage",
             "| command | process | processor us | context switches | system calls | allocations | resident KB |");
+    const std::string allocations =
+        (std::filesystem::temp_directory_path() / "allocations").string() + std::to_string(::getpid());
+    ::setenv("TLG_ALLOCATIONS", allocations.c_str(), 1);
+    Chain counted(options.programs, kLogModes[0], options.programs + "/../lib/liballocation_counter.so");
     for (const char* name : {kGain, "zovolume", "zofade_balance", "zoeqtype", "report"}) {
-        const Kind& kind = KindOf(name);
-        for (std::size_t i = 0; i < chain.Processes().size(); ++i) {
-            const chain::Process process = chain.Processes()[i];
-            const auto pass = [&](Chain& which) {
-                for (int round = 0; round < options.rounds; ++round) {
-                    which.Pass(kind);
-                }
-            };
-            const chain::Usage before = chain::UsageOf(process.id);
-            pass(chain);
-            const chain::Usage after = chain::UsageOf(process.id);
-            const long allocationsBefore = AllocationsOf(allocations, process.name);
-            pass(counted);
-            const long allocationsAfter = AllocationsOf(allocations, process.name);
-            std::pair<Chain*, const Kind*> few{&chain, &kind};
-            constexpr int kFew = 100;
-            const long calls = chain::SystemCallsOf(
-                process.id,
-                [](void* context) {
-                    const auto* one = static_cast<std::pair<Chain*, const Kind*>*>(context);
-                    for (int round = 0; round < kFew; ++round) {
-                        one->first->Pass(*one->second);
-                    }
-                },
-                &few);
-            Row row(json);
-            row.Text("kind", name);
-            row.Text("process", process.name);
-            row.Number("processor_us", (after.processorMicroseconds - before.processorMicroseconds) / options.rounds,
-                       1);
-            row.Number("switches", static_cast<double>(after.contextSwitches - before.contextSwitches) / options.rounds,
-                       1);
-            row.Number("calls", static_cast<double>(calls) / kFew, 1);
-            row.Number("allocations", static_cast<double>(allocationsAfter - allocationsBefore) / options.rounds, 1);
-            row.Number("resident_kb", static_cast<double>(after.residentKilobytes), 0);
+        for (std::size_t process = 0; process < chain.Processes().size(); ++process) {
+            MeasureProcess(process, KindOf(name), options.rounds, chain, counted, allocations, json);
         }
+    }
+    for (const bench::Process& process : counted.Processes()) {
+        std::filesystem::remove(allocations + "." + process.name);
     }
     json.EndArray();
 }
@@ -205,7 +207,7 @@ void MeasureUsage(const Options& options, Chain& chain, Chain& counted, const st
 void Run(const Options& options, Json& json) {
     json.StartArray();
     for (const int processors : options.processors) {
-        chain::BindToProcessors(processors);
+        bench::BindToProcessors(processors);
         std::vector<std::unique_ptr<Chain>> chains;
         for (const LogMode& mode : kLogModes) {
             chains.push_back(std::make_unique<Chain>(options.programs, mode));
@@ -214,14 +216,7 @@ void Run(const Options& options, Json& json) {
         MeasureTimes(options, processors, chains, json);
         MeasureThroughput(options, processors, *chains[0], json);
         if (processors == 1) {
-            const std::string allocations =
-                (std::filesystem::temp_directory_path() / "allocations").string() + std::to_string(::getpid());
-            ::setenv("TLG_ALLOCATIONS", allocations.c_str(), 1);
-            Chain counted(options.programs, kLogModes[0], options.programs + "/../lib/liballocation_counter.so");
-            MeasureUsage(options, *chains[0], counted, allocations, json);
-            for (const chain::Process& process : counted.Processes()) {
-                std::filesystem::remove(allocations + "." + process.name);
-            }
+            MeasureUsage(options, *chains[0], json);
         }
         json.EndObject();
     }

@@ -13,30 +13,23 @@
 #include <string>
 #include <vector>
 
-#include "benchmarks/chain/Floor.h"
-#include "benchmarks/chain/Statistics.h"
+#include "benchmarks/common/Clock.h"
+#include "benchmarks/common/PpsServer.h"
+#include "benchmarks/common/Statistics.h"
 #include "framework/SystemFiles.h"
-#include "platform/host/PpsConnection.h"
 #include "platform/host/Root.h"
 #include "platform/host/UnixSocket.h"
 
 namespace {
 
-using chain::Now;
-using chain::Peer;
+using bench::kMake;
+using bench::kOpen;
+using bench::Now;
+using bench::OpenObject;
+using bench::Peer;
+using bench::PpsServer;
 
-constexpr int kReadWrite = host::target_flags::kReadWrite;
-constexpr int kCreate = kReadWrite | host::target_flags::kCreate;
 constexpr const char* kObject = "/pps/scale/object";
-
-UniqueFd Open(const std::string& path, int flags) {
-    host::PpsReply reply;
-    UniqueFd object = host::OpenPpsObject(path, flags, reply);
-    if (!object) {
-        throw std::runtime_error(path + ": " + reply.reason);
-    }
-    return object;
-}
 
 void ReadOne(int fd) {
     static std::array<char, host::kMaxPacket> packet;
@@ -44,39 +37,6 @@ void ReadOne(int fd) {
         throw std::runtime_error("the server has ended");
     }
 }
-
-/// A PPS server below a root of its own.
-class Server {
-public:
-    explicit Server(const std::string& programs) {
-        m_root = (std::filesystem::temp_directory_path() / "scale.XXXXXX").string();
-        ::setenv("TLG_ROOT", ::mkdtemp(m_root.data()), 1);
-        int ends[2] = {-1, -1};
-        if (::pipe(ends) != 0) {
-            throw std::runtime_error("no pipe");
-        }
-        const UniqueFd read(ends[0]);
-        const UniqueFd write(ends[1]);
-        m_peer = std::make_unique<Peer>([&] {
-            ::dup2(write.Get(), STDOUT_FILENO);
-            ::execl((programs + "/ppsd").c_str(), "ppsd", nullptr);
-        });
-        char byte = 0;
-        if (::read(read.Get(), &byte, 1) != 1) {
-            throw std::runtime_error("ppsd did not start");
-        }
-    }
-    ~Server() {
-        m_peer.reset();
-        std::filesystem::remove_all(m_root);
-    }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
-
-private:
-    std::string m_root;
-    std::unique_ptr<Peer> m_peer;
-};
 
 /// A process that reads a message and sends it to so many sockets, and does nothing else.
 class SendLoop {
@@ -123,16 +83,16 @@ private:
 
 /// From a write until all subscribers have read it.
 void MeasureSubscribers(const std::string& programs, int rounds, int count, bool hasSilentReader) {
-    const Server server(programs);
-    const UniqueFd writer = Open(std::string(kObject) + "?wait", kCreate);
+    const PpsServer server(programs);
+    const UniqueFd writer = OpenObject(std::string(kObject) + "?wait", kMake);
     std::vector<UniqueFd> subscribers;
     for (int i = 0; i < count; ++i) {
-        subscribers.push_back(Open(std::string(kObject) + "?delta,wait", kReadWrite));
+        subscribers.push_back(OpenObject(std::string(kObject) + "?delta,wait", kOpen));
         ReadOne(subscribers.back().Get());
     }
-    const UniqueFd silent = hasSilentReader ? Open(std::string(kObject) + "?delta", kReadWrite) : UniqueFd();
+    const UniqueFd silent = hasSilentReader ? OpenObject(std::string(kObject) + "?delta", kOpen) : UniqueFd();
     const SendLoop loop(count);
-    chain::Series series;
+    bench::Series series;
     for (int round = 0; round < rounds; ++round) {
         const std::string line = "value:n:" + std::to_string(round);
         series.floor.push_back(loop.Pass("@object\n" + line + "\n"));
@@ -146,22 +106,22 @@ void MeasureSubscribers(const std::string& programs, int rounds, int count, bool
         series.times.push_back(Now() - begin);
     }
     std::printf("| %d | %s | %.1f | %.1f | %.2f |\n", count, hasSilentReader ? "yes" : "no",
-                chain::Median(series.times) / 1000, chain::Median(series.floor) / 1000,
-                chain::Median(series.times) / chain::Median(series.floor));
+                bench::Median(series.times) / 1000, bench::Median(series.floor) / 1000,
+                bench::Median(series.times) / bench::Median(series.floor));
 }
 
 /// From a write until a subscriber has read it, beside so many other objects.
 void MeasureObjects(const std::string& programs, int rounds, int count) {
-    const Server server(programs);
+    const PpsServer server(programs);
     for (int i = 1; i < count; ++i) {
-        const UniqueFd other = Open("/pps/scale/other" + std::to_string(i) + "?ack,wait", kCreate);
+        const UniqueFd other = OpenObject("/pps/scale/other" + std::to_string(i) + "?ack,wait", kMake);
         if (::write(other.Get(), "a::1", 4) < 0) {
             throw std::runtime_error("the server takes no write");
         }
         ReadOne(other.Get());
     }
-    const UniqueFd writer = Open(std::string(kObject) + "?wait", kCreate);
-    const UniqueFd subscriber = Open(std::string(kObject) + "?delta,wait", kReadWrite);
+    const UniqueFd writer = OpenObject(std::string(kObject) + "?wait", kMake);
+    const UniqueFd subscriber = OpenObject(std::string(kObject) + "?delta,wait", kOpen);
     ReadOne(subscriber.Get());
     std::vector<long> times;
     for (int round = 0; round < rounds; ++round) {
@@ -173,12 +133,12 @@ void MeasureObjects(const std::string& programs, int rounds, int count) {
         ReadOne(subscriber.Get());
         times.push_back(Now() - begin);
     }
-    std::printf("| %d | %.1f | %.1f |\n", count, chain::Median(times) / 1000, chain::Quantile(times, 0.99) / 1000);
+    std::printf("| %d | %.1f | %.1f |\n", count, bench::Median(times) / 1000, bench::Quantile(times, 0.99) / 1000);
 }
 
 /// From the start of the service until the MCU has its seventh query.
 void MeasureStart(const std::string& programs, int rounds) {
-    const Server server(programs);
+    const PpsServer server(programs);
     std::vector<long> times;
     for (int round = 0; round < rounds; ++round) {
         host::Listener mcu;
@@ -187,8 +147,8 @@ void MeasureStart(const std::string& programs, int rounds) {
         }
         const long begin = Now();
         const Peer service([&] {
-            ::dup2(::open64("/dev/null", O_RDWR), STDERR_FILENO);
-            ::execl((programs + "/melvane").c_str(), "melvane", nullptr);
+            const int nothing = ::open64("/dev/null", O_RDWR); // open() looks below the root
+            bench::Become(programs + "/melvane", nothing, nothing);
         });
         pollfd newcomer{mcu.Fd(), POLLIN, 0};
         ::poll(&newcomer, 1, -1);
@@ -200,7 +160,7 @@ void MeasureStart(const std::string& programs, int rounds) {
         times.push_back(Now() - begin);
     }
     std::printf("\nFrom the start of the process to the seventh query: median %.1f ms, the slowest of %d %.1f ms\n",
-                chain::Median(times) / 1e6, rounds, chain::Quantile(times, 1) / 1e6);
+                bench::Median(times) / 1e6, rounds, bench::Quantile(times, 1) / 1e6);
 }
 
 void Run(const std::string& programs, int rounds) {
@@ -228,7 +188,7 @@ int main(int argc, char** argv) {
     app.add_option("--processors", processors, "how many processors all of it has")->capture_default_str();
     CLI11_PARSE(app, argc, argv);
     try {
-        chain::BindToProcessors(processors);
+        bench::BindToProcessors(processors);
         Run(std::filesystem::read_symlink("/proc/self/exe").parent_path(), rounds);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "scale_benchmark: %s\n", error.what());

@@ -41,6 +41,12 @@ TEST(EqctlTest, SaysWhyASettingDoesNotCome) {
     Order("clear");
     ASSERT_EQ(Eqctl("alc 78", output), 0);
     EXPECT_TRUE(watch.WaitFor("{\"alc\":78}\n"));
+    bench.RestartServer(SIGTERM);
+    EXPECT_TRUE(watch.WaitFor("eqctl: the PPS server has ended; waiting until it is back\n"));
+    EXPECT_TRUE(WaitUntil("the watch is back", [&] {
+        return Eqctl("alc 79", output) == 0 && Eqctl("alc 78", output) == 0 &&
+               watch.Output().rfind("{\"alc\":78}\n") > watch.Output().find("until it is back");
+    }));
     bench.KillMcu();
     fails("the MCU is away; published is: alc 78");
     bench.StopService();

@@ -4,7 +4,6 @@
 #include <rapidjson/writer.h>
 
 #include <algorithm>
-#include <charconv>
 #include <iterator>
 #include <optional>
 #include <sstream>
@@ -12,6 +11,7 @@
 #include "model/EqTables.h"
 #include "model/RecordFields.h"
 #include "model/SourcesNameIdMap.h"
+#include "tools/common/Words.h"
 
 namespace eqctl {
 
@@ -21,16 +21,11 @@ constexpr const char* kVolume = "zovolume";
 constexpr const char* kSourceVolumes = "zosrc_vol";
 constexpr const char* kExtendedVolumes = "zoextra_vol";
 
-std::optional<int> NumberOf(std::string_view text) {
+/// A number of this range, perhaps with a plus sign; nothing where it is none.
+std::optional<int> NumberWithin(std::string_view text, int min, int max) {
     text.remove_prefix(!text.empty() && text[0] == '+' ? 1 : 0);
-    int number = 0;
-    const auto parsed = std::from_chars(text.begin(), text.end(), number);
-    return parsed.ec == std::errc() && parsed.ptr == text.end() ? std::optional(number) : std::nullopt;
-}
-
-std::optional<int> NumberIn(const std::string& text, int min, int max) {
-    const std::optional<int> number = NumberOf(text);
-    return number && *number >= min && *number <= max ? number : std::nullopt;
+    const std::optional<long> number = NumberIn(text, min, max);
+    return number ? std::optional(static_cast<int>(*number)) : std::nullopt;
 }
 
 /// A plan to write a value, given with its encoding: ":5", "json:{...}".
@@ -74,7 +69,7 @@ std::string JsonOf(const Parameter& parameter, const std::string& word) {
         const auto& words = parameter.words;
         return std::find(words.begin(), words.end(), word) == words.end() ? "" : Quoted(word);
     }
-    const std::optional<int> number = NumberIn(word, parameter.min, parameter.max);
+    const std::optional<int> number = NumberWithin(word, parameter.min, parameter.max);
     return number && *number % parameter.step == 0 ? std::to_string(*number) : "";
 }
 
@@ -124,18 +119,17 @@ auto Object(const std::vector<Parameter>& parameters) {
 Plan PlanVolume(const Setting& setting, const Arguments& arguments, const Published& published) {
     constexpr int kMostSteps = 255;
     const std::string word = arguments.words.size() == 1 ? arguments.words[0] : "";
-    const bool isStep = NumberIn(word, -kMostSteps, kMostSteps).has_value();
-    const int step = NumberOf(word).value_or(0);
+    const std::optional<int> step = NumberWithin(word, -kMostSteps, kMostSteps);
     const int current = published.Number(kVolume, "current");
     const int max = published.Number(kVolume, "max");
-    if (!isStep || !arguments.options.empty()) {
+    if (!step || !arguments.options.empty()) {
         return WrongArguments(setting);
     }
     if (current < 0 || max < 0) {
         return Wrong("the volume is not published yet");
     }
-    Plan plan = PlanFor(setting, ":" + std::to_string(step));
-    plan.hasCome = [level = std::clamp(current + step, 0, max)](const Published& now) {
+    Plan plan = PlanFor(setting, ":" + std::to_string(*step));
+    plan.hasCome = [level = std::clamp(current + *step, 0, max)](const Published& now) {
         return now.Number(kVolume, "current") == level;
     };
     return plan;
@@ -165,7 +159,7 @@ Plan PlanSourceVolume(const Setting& setting, const Arguments& arguments, const 
     const auto type = static_cast<int>(name - kNames.begin());
     const bool isExtended = type >= kVolumeCount;
     const int max = isExtended ? kLevelMask : published.Number(kVolume, "max");
-    const std::optional<int> level = NumberIn(words[1], 0, max);
+    const std::optional<int> level = NumberWithin(words[1], 0, max);
     if (!level) {
         return Wrong("the level is a number from 0 to " + std::to_string(max));
     }
@@ -180,7 +174,7 @@ Plan PlanSourceVolume(const Setting& setting, const Arguments& arguments, const 
 
 Plan PlanMaxPower(const Setting& setting, const Arguments& arguments, const Published& published) {
     const int max = published.Number(kVolume, "max");
-    const auto level = arguments.words.size() == 1 ? NumberIn(arguments.words[0], 0, max) : std::nullopt;
+    const auto level = arguments.words.size() == 1 ? NumberWithin(arguments.words[0], 0, max) : std::nullopt;
     if (!level || !arguments.options.empty()) {
         return Wrong("the level is a number from 0 to " + std::to_string(max));
     }
@@ -199,7 +193,7 @@ Plan PlanSourceGains(const Setting& setting, const Arguments& arguments, const P
         const std::string name = word.substr(0, equal);
         unsigned char id = 0;
         const auto gain =
-            equal == std::string::npos ? std::nullopt : NumberIn(word.substr(equal + 1), 0, kMaxSourceGain);
+            equal == std::string::npos ? std::nullopt : NumberWithin(word.substr(equal + 1), 0, kMaxSourceGain);
         if (!gain || !sources.GetSrcIdByName(name, id)) {
             return Wrong("'" + word + "' is no NAME=GAIN: " + setting.meaning);
         }
@@ -245,10 +239,10 @@ std::string WrongInBand(int band, const std::string& freq, const std::string& ga
     const int lowest = EQ_BAND_FC_MIN[band];
     const int highest = EQ_BAND_FC_MAX[band];
     const std::string name = "band " + std::to_string(band + 1);
-    if (!NumberIn(freq, lowest, highest)) {
+    if (!NumberWithin(freq, lowest, highest)) {
         return name + ": the frequency index is " + std::to_string(lowest) + " to " + std::to_string(highest);
     }
-    if (!NumberIn(gain, 0, 255)) {
+    if (!NumberWithin(gain, 0, 255)) {
         return name + ": the gain is 0 to 255";
     }
     char* end = nullptr;
@@ -263,7 +257,8 @@ std::string WrongInBand(int band, const std::string& freq, const std::string& ga
 }
 
 Plan PlanCurve(const Setting& setting, const Arguments& arguments, const Published& /*published*/) {
-    const auto type = arguments.words.size() == 1 ? NumberIn(arguments.words[0], 0, kEqTypeCount - 1) : std::nullopt;
+    const auto type =
+        arguments.words.size() == 1 ? NumberWithin(arguments.words[0], 0, kEqTypeCount - 1) : std::nullopt;
     const std::vector<std::string> freqs = Five(arguments, "--freqs");
     const std::vector<std::string> gains = Five(arguments, "--gains");
     std::vector<std::string> qs = Five(arguments, "--qs");
@@ -332,14 +327,9 @@ const std::vector<Setting>& Settings() {
 }
 
 std::vector<std::string> ChoicesOf(const Setting& setting, std::size_t place) {
-    std::istringstream arguments(setting.arguments);
-    std::string argument;
-    for (std::size_t i = 0; i <= place; ++i) {
-        arguments >> argument;
-        argument = arguments ? argument : "";
-    }
+    const Words arguments = WordsOf(setting.arguments);
     std::vector<std::string> choices;
-    std::istringstream words(argument);
+    std::istringstream words(place < arguments.size() ? arguments[place] : "");
     for (std::string word; std::getline(words, word, '|');) {
         const std::size_t dots = word.find("..");
         if (dots == std::string::npos) {
@@ -352,8 +342,7 @@ std::vector<std::string> ChoicesOf(const Setting& setting, std::size_t place) {
         }
     }
     choices = choices.size() > 1 ? choices : std::vector<std::string>();
-    std::istringstream options(setting.arguments);
-    std::copy_if(std::istream_iterator<std::string>(options), {}, std::back_inserter(choices),
+    std::copy_if(arguments.begin(), arguments.end(), std::back_inserter(choices),
                  [](const std::string& word) { return word.compare(0, 2, "--") == 0; });
     return choices;
 }

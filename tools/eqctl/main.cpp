@@ -13,7 +13,6 @@
 #include <iostream>
 #include <iterator>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -22,6 +21,7 @@
 #include "tools/common/CommandLine.h"
 #include "tools/common/Output.h"
 #include "tools/common/StopSignals.h"
+#include "tools/common/Words.h"
 #include "tools/eqctl/Presence.h"
 #include "tools/eqctl/Settings.h"
 
@@ -156,12 +156,11 @@ int ApplyLines(const std::string& path, double timeout) {
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
-        std::istringstream words(line);
-        std::string name;
-        if (!(words >> name) || name[0] == '#') {
+        const Words words = WordsOf(line);
+        if (words.empty() || words[0][0] == '#') {
             continue;
         }
-        if (ApplyWords(name, {std::istream_iterator<std::string>(words), {}}, timeout) != 0) {
+        if (ApplyWords(words[0], {words.begin() + 1, words.end()}, timeout) != 0) {
             return Fail(path + ", line " + std::to_string(number) + ": the lines from here on are not written");
         }
     }

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/mcusim/Words.h"
+#include "tools/common/Words.h"
 
 namespace mcusim {
 

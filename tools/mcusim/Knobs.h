@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/common/Words.h"
 #include "tools/mcusim/Settings.h"
-#include "tools/mcusim/Words.h"
 
 namespace mcusim {
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <filesystem>
 #include <iterator>
+#include <limits>
 
 #include "platform/host/PpsConnection.h"
 #include "platform/host/Root.h"

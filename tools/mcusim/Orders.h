@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "tools/mcusim/Words.h"
+#include "tools/common/Words.h"
 
 namespace mcusim {
 

@@ -115,13 +115,15 @@ void AddWatchOptions(CLI::App& watch, ppsctl::WatchOptions& options) {
         ->type_name("SECONDS");
 }
 
-/// The objects, where one may come.
+/// The objects, where one may come: first after a command, and anywhere in the patterns of watch.
 std::vector<std::string> NextWords(const std::vector<std::string>& before) {
+    const std::string command = before.empty() ? "list" : before[0];
+    const bool isValue = !before.empty() && before.back().compare(0, 1, "-") == 0;
+    if (command == "list" || isValue || (command != "watch" && before.size() > 1)) {
+        return {};
+    }
     std::string error;
-    const bool isList = before.empty() || before[0] == "list" || before.back()[0] == '-';
-    const bool isFirst = before.size() == 1 || (!isList && before[0] == "watch");
-    return isList || !isFirst ? std::vector<std::string>()
-                              : ppsctl::ListObjects(error).value_or(std::vector<std::string>());
+    return ppsctl::ListObjects(error).value_or(std::vector<std::string>());
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-#ifndef TLG_BENCHMARKS_CHAIN_PEER_H
-#define TLG_BENCHMARKS_CHAIN_PEER_H
+#ifndef TLG_BENCHMARKS_COMMON_PEER_H
+#define TLG_BENCHMARKS_COMMON_PEER_H
 
 #include <sched.h>
 #include <sys/prctl.h>
@@ -10,7 +10,7 @@
 #include <functional>
 #include <stdexcept>
 
-namespace chain {
+namespace bench {
 
 /// Binds the calling thread, and the processes that it makes, to the first processors.
 inline void BindToProcessors(int count) {
@@ -50,6 +50,6 @@ private:
     pid_t m_pid;
 };
 
-} // namespace chain
+} // namespace bench
 
 #endif

@@ -1,5 +1,5 @@
-#ifndef TLG_TOOLS_MCUSIM_WORDS_H
-#define TLG_TOOLS_MCUSIM_WORDS_H
+#ifndef TLG_TOOLS_COMMON_WORDS_H
+#define TLG_TOOLS_COMMON_WORDS_H
 
 #include <charconv>
 #include <iterator>
@@ -8,8 +8,6 @@
 #include <string>
 #include <string_view>
 #include <vector>
-
-namespace mcusim {
 
 using Words = std::vector<std::string>;
 
@@ -26,11 +24,10 @@ inline std::optional<long> NumberOf(std::string_view text) {
     return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
+/// A whole text as a number of this range; nothing where it is none.
 inline std::optional<long> NumberIn(std::string_view text, long min, long max) {
     const std::optional<long> number = NumberOf(text);
     return number && *number >= min && *number <= max ? number : std::nullopt;
 }
-
-} // namespace mcusim
 
 #endif

@@ -1,11 +1,11 @@
-#ifndef TLG_BENCHMARKS_CHAIN_STATISTICS_H
-#define TLG_BENCHMARKS_CHAIN_STATISTICS_H
+#ifndef TLG_BENCHMARKS_COMMON_STATISTICS_H
+#define TLG_BENCHMARKS_COMMON_STATISTICS_H
 
 #include <algorithm>
 #include <cstddef>
 #include <vector>
 
-namespace chain {
+namespace bench {
 
 /// The value below which this share (0 to 1) of the values is.
 template <typename Number>
@@ -41,6 +41,6 @@ struct Series {
     }
 };
 
-} // namespace chain
+} // namespace bench
 
 #endif

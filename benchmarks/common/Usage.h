@@ -1,11 +1,12 @@
-#ifndef TLG_BENCHMARKS_CHAIN_USAGE_H
-#define TLG_BENCHMARKS_CHAIN_USAGE_H
+#ifndef TLG_BENCHMARKS_COMMON_USAGE_H
+#define TLG_BENCHMARKS_COMMON_USAGE_H
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 
-namespace chain {
+namespace bench {
 
 struct Process {
     std::string name;
@@ -22,8 +23,8 @@ struct Usage {
 Usage UsageOf(pid_t process);
 
 /// The system calls that the process makes until @p during has returned; -1 where strace is missing. They are slow.
-long SystemCallsOf(pid_t process, void (*during)(void* context), void* context);
+long SystemCallsOf(pid_t process, const std::function<void()>& during);
 
-} // namespace chain
+} // namespace bench
 
 #endif

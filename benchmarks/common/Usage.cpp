@@ -1,4 +1,4 @@
-#include "benchmarks/chain/Usage.h"
+#include "benchmarks/common/Usage.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,10 +7,9 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
-namespace chain {
+namespace bench {
 
 namespace {
 
@@ -46,7 +45,7 @@ Usage UsageOf(pid_t process) {
     return usage;
 }
 
-long SystemCallsOf(pid_t process, void (*during)(void* context), void* context) {
+long SystemCallsOf(pid_t process, const std::function<void()>& during) {
     std::string file = (std::filesystem::temp_directory_path() / "calls.XXXXXX").string();
     ::close(::mkstemp(file.data()));
     const pid_t tracer = ::fork();
@@ -60,7 +59,7 @@ long SystemCallsOf(pid_t process, void (*during)(void* context), void* context) 
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    during(context);
+    during();
     ::kill(tracer, SIGINT);
     ::waitpid(tracer, nullptr, 0);
     long calls = 0;
@@ -72,4 +71,4 @@ long SystemCallsOf(pid_t process, void (*during)(void* context), void* context) 
     return calls;
 }
 
-} // namespace chain
+} // namespace bench

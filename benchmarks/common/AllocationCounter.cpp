@@ -1,6 +1,6 @@
 // Stands in front of the C library's allocations and counts them. Where it is loaded into a program that is measured,
 // the count is kept in a file of one number, TLG_ALLOCATIONS.PROGRAM.
-#include "benchmarks/chain/AllocationCounter.h"
+#include "benchmarks/common/AllocationCounter.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

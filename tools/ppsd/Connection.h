@@ -23,13 +23,8 @@ public:
     Sent Send(std::string_view packet) noexcept override;
     void WatchForRoom(bool watch) noexcept override;
 
-    enum class Received { Content, Nothing, Empty, Ended };
-
-    /// Receives the next packet. Nothing: there is none now. Empty: there was one, but nothing is to be done for it.
-    ///
-    /// @param buffer receives the packet, cut at the buffer's size
-    /// @param hungUp whether the other side is known to have ended; set when this call finds that
-    Received Receive(std::string& buffer, std::string_view& packet, bool& hungUp) const;
+    /// Whether the other side has ended; what it wrote before may still be there.
+    bool HasHungUp() const noexcept;
 
 private:
     UniqueFd m_socket;

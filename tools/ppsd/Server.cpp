@@ -21,10 +21,10 @@ constexpr std::string_view kSavedObjects = "/var/pps/objects";
 constexpr std::uint64_t kListenerId = ~std::uint64_t{0};
 constexpr std::uint64_t kStopId = kListenerId - 1;
 
-/// When one client has caused this much work, as Broker::Work() measures it, or sent this number of packets, the other
+/// When one client has caused this much work, as Broker::Work() measures it, or filled the inbox so often, the other
 /// clients have their turn.
 constexpr std::uint64_t kTurnWork = 64U * 1024U;
-constexpr int kTurnPackets = 64;
+constexpr int kTurnReads = 32;
 constexpr int kNewcomersPerTurn = 64;
 /// At the end the server handles what clients wrote before, in at most this number of turns.
 constexpr int kLastTurns = 2000;
@@ -59,7 +59,7 @@ bool Server::Start(std::string& error) {
         return false;
     }
     // The memory that the server itself needs is allocated now, before clients can use it up.
-    m_receiveBuffer.resize(kMaxWrite + 1);
+    m_inbox.Allocate(kMaxWrite + 1);
     m_saveBuffer.reserve(kSaveScratch);
     ReserveDescriptors();
     return Load(error);
@@ -200,20 +200,37 @@ void Server::Handle(std::uint64_t id, std::uint32_t events) {
 /// Handles what a client wrote, up to the end of its turn. False when the connection is to end.
 bool Server::Receive(Connection& connection, bool hungUp) {
     const std::uint64_t end = m_broker.Work() + kTurnWork;
-    for (int i = 0; i < kTurnPackets && m_broker.Work() < end; ++i) {
-        std::string_view packet;
-        switch (connection.Receive(m_receiveBuffer, packet, hungUp)) {
-        case Connection::Received::Content:
+    for (int reads = 0; reads < kTurnReads && m_broker.Work() < end; ++reads) {
+        if (m_inbox.Receive(connection.Fd())) {
+            if (!HandleInbox(connection, hungUp)) {
+                return false;
+            }
+            if (!m_inbox.IsFull()) {
+                return true;
+            }
+        } else if (errno == ECONNRESET) {
+            // The client ended without reading everything. What it wrote before can still be read.
+            hungUp = true;
+        } else {
+            return errno == EAGAIN || errno == EINTR;
+        }
+    }
+    return true;
+}
+
+/// Handles the packets in the inbox. False when the connection is to end.
+bool Server::HandleInbox(Connection& connection, bool& hungUp) {
+    for (const std::string_view packet : m_inbox) {
+        if (!packet.empty()) {
             if (!m_broker.Receive(connection.Client(), packet)) {
                 return false;
             }
-            break;
-        case Connection::Received::Empty:
-            break;
-        case Connection::Received::Nothing:
-            return true;
-        case Connection::Received::Ended:
+        } else if (hungUp) {
             return false;
+        } else {
+            // Either the end or an empty packet, for which nothing is to be done. When a last packet and the end come
+            // at the same moment, the kernel may report the end first. Then the packet is there, and is read next.
+            hungUp = connection.HasHungUp();
         }
     }
     return true;

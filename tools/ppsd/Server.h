@@ -11,6 +11,7 @@
 #include "platform/host/UnixSocket.h"
 #include "tools/ppsd/Broker.h"
 #include "tools/ppsd/Connection.h"
+#include "tools/ppsd/Inbox.h"
 
 namespace ppsd {
 
@@ -44,6 +45,7 @@ private:
     void NoteRoom(bool isFull, int reason);
     void Handle(std::uint64_t id, std::uint32_t events);
     bool Receive(Connection& connection, bool hungUp);
+    bool HandleInbox(Connection& connection, bool& hungUp);
     void Drop(std::uint64_t id);
     bool Load(std::string& error);
     bool Save();
@@ -55,7 +57,7 @@ private:
     Broker m_broker;
     std::unordered_map<std::uint64_t, std::unique_ptr<Connection>> m_connections; // by their number
     bool m_accepting = true;
-    std::string m_receiveBuffer;
+    Inbox m_inbox;
     std::string m_saveBuffer;
     std::array<UniqueFd, 2> m_spares; // closed while saving, which opens the file and its directory
 };

@@ -40,15 +40,20 @@ LogLine::LogLine(int severity, int opcode, std::string_view text) {
     m_length = WriteTime(m_bytes.data());
     m_length += static_cast<std::size_t>(std::snprintf(m_bytes.data() + m_length, kMaxLength - m_length, "%d 0x%x ",
                                                        severity, static_cast<unsigned int>(opcode)));
-    for (const char c : text) {
-        const char shown[] = {'\\', 'x', kDigits[c >> 4 & 0xF], kDigits[c & 0xF]};
-        const std::string_view piece = IsControl(c) ? std::string_view(shown, sizeof shown) : std::string_view(&c, 1);
-        // One byte stays free for the line feed.
-        if (m_length + piece.size() > kMaxLength - 1) {
+    while (!text.empty()) {
+        const auto control = std::find_if(text.begin(), text.end(), IsControl);
+        const auto plain = static_cast<std::size_t>(control - text.begin());
+        const std::size_t room = kMaxLength - 1 - m_length; // one byte stays free for the line feed
+        std::copy_n(text.data(), std::min(plain, room), m_bytes.data() + m_length);
+        m_length += std::min(plain, room);
+        constexpr std::size_t kShown = 4;
+        if (plain == text.size() || room < plain + kShown) {
             break;
         }
-        std::copy(piece.begin(), piece.end(), m_bytes.begin() + static_cast<std::ptrdiff_t>(m_length));
-        m_length += piece.size();
+        const char shown[kShown] = {'\\', 'x', kDigits[*control >> 4 & 0xF], kDigits[*control & 0xF]};
+        std::copy_n(shown, kShown, m_bytes.data() + m_length);
+        m_length += kShown;
+        text.remove_prefix(plain + 1);
     }
     m_bytes[m_length++] = '\n';
 }

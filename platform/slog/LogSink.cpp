@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <utility>
 
 namespace {
@@ -26,6 +27,12 @@ ssize_t Uninterrupted(Attempt attempt) {
     return result;
 }
 
+long NowMs() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return now.tv_sec * 1000 + now.tv_nsec / 1'000'000;
+}
+
 bool WritePlain(std::string_view line) {
     return Uninterrupted([line] { return ::write(STDERR_FILENO, line.data(), line.size()); }) ==
            static_cast<ssize_t>(line.size());
@@ -34,15 +41,12 @@ bool WritePlain(std::string_view line) {
 } // namespace
 
 bool LogSink::Write(std::string_view line) noexcept {
-    struct stat standardError {};
+    Follow();
     bool isWritten = false;
-    if (::fstat(STDERR_FILENO, &standardError) != 0) {
-        isWritten = false;
-    } else if (S_ISREG(standardError.st_mode)) {
+    if (m_way == Way::Plain) {
         isWritten = ReportLoss(WritePlain) && WritePlain(line);
     } else {
         const MutexLock lock(m_mutex);
-        Follow(standardError);
         const auto write = [this](std::string_view each) {
             m_mutex.AssumeHeld();
             return WriteWhole(each);
@@ -53,16 +57,31 @@ bool LogSink::Write(std::string_view line) noexcept {
     return isWritten;
 }
 
-/// Resets the members when standard error is another file than before.
-void LogSink::Follow(const struct stat& standardError) noexcept {
-    if (standardError.st_dev == m_device && standardError.st_ino == m_inode) {
+/// Looks at standard error, unless that was done just now.
+void LogSink::Follow() noexcept {
+    const long now = NowMs();
+    if (now < m_nextLookMs) {
         return;
     }
+    struct stat standardError {};
+    const MutexLock lock(m_mutex);
+    if (::fstat(STDERR_FILENO, &standardError) != 0) {
+        m_way = Way::Plain; // every write fails
+        m_device = 0;
+        m_inode = 0;
+    } else if (standardError.st_dev != m_device || standardError.st_ino != m_inode) {
+        Choose(standardError);
+    }
+    m_nextLookMs = now + kFollowMs;
+}
+
+/// Resets the members, as standard error is another file than before.
+void LogSink::Choose(const struct stat& standardError) noexcept {
     m_device = standardError.st_dev;
     m_inode = standardError.st_ino;
     m_restLength = 0;
     m_own.Reset();
-    m_way = S_ISSOCK(standardError.st_mode) ? Way::Socket : Way::Asking;
+    m_way = S_ISREG(standardError.st_mode) ? Way::Plain : S_ISSOCK(standardError.st_mode) ? Way::Socket : Way::Asking;
     if (!S_ISFIFO(standardError.st_mode) && !S_ISCHR(standardError.st_mode)) {
         return;
     }
@@ -80,13 +99,15 @@ void LogSink::Follow(const struct stat& standardError) noexcept {
 
 /// Writes as much as there is room for now. Returns the number of bytes, or -1 for none.
 ssize_t LogSink::TryWrite(std::string_view bytes) const noexcept {
-    return Uninterrupted([way = m_way, own = m_own.Get(), bytes]() -> ssize_t {
+    return Uninterrupted([way = m_way.load(), own = m_own.Get(), bytes]() -> ssize_t {
         pollfd standardError{STDERR_FILENO, POLLOUT, 0};
         switch (way) {
         case Way::Own:
             return ::write(own, bytes.data(), bytes.size());
         case Way::Socket:
             return ::send(STDERR_FILENO, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        case Way::Plain:
+            return ::write(STDERR_FILENO, bytes.data(), bytes.size());
         case Way::Asking:
             break;
         }

@@ -25,7 +25,8 @@
 ///
 /// A line that finds no room is dropped and counted. Before the next line that finds room, a separate line reports
 /// the number. A terminal or stream socket may accept only part of a line. The rest is kept and written first, so that
-/// lines stay whole. The kind of standard error is looked up for each line, as it may be redirected at any time.
+/// lines stay whole. As standard error may be redirected at any time, it is looked at again for a line that comes
+/// kFollowMs or later after the last look, but not for each line: that would take as long as the write itself.
 ///
 /// Any thread may call it. No call waits while it holds the lock, except in the last case of the table.
 class LogSink {
@@ -40,9 +41,11 @@ public:
     void Flush() noexcept TLG_EXCLUDES(m_mutex) { Write({}); }
 
 private:
-    enum class Way { Own, Socket, Asking };
+    enum class Way { Own, Socket, Plain, Asking };
+    static constexpr long kFollowMs = 10;
 
-    void Follow(const struct stat& standardError) noexcept TLG_REQUIRES(m_mutex);
+    void Follow() noexcept TLG_EXCLUDES(m_mutex);
+    void Choose(const struct stat& standardError) noexcept TLG_REQUIRES(m_mutex);
     bool WriteWhole(std::string_view line) noexcept TLG_REQUIRES(m_mutex);
     ssize_t TryWrite(std::string_view bytes) const noexcept TLG_REQUIRES(m_mutex);
     bool WriteRest() noexcept TLG_REQUIRES(m_mutex);
@@ -54,10 +57,11 @@ private:
     std::atomic<unsigned long> m_dropped{0}; // since the number was last reported
     Mutex m_mutex;
 
-    // About the file that standard error was at the last line.
+    // About the file that standard error was when it was last looked at.
+    std::atomic<long> m_nextLookMs{0};
+    std::atomic<Way> m_way{Way::Asking};
     dev_t m_device TLG_GUARDED_BY(m_mutex) = 0;
     ino_t m_inode TLG_GUARDED_BY(m_mutex) = 0;
-    Way m_way TLG_GUARDED_BY(m_mutex) = Way::Asking;
     UniqueFd m_own TLG_GUARDED_BY(m_mutex); // standard error opened a second time, if it is
     std::array<char, LogLine::kMaxLength> m_rest TLG_GUARDED_BY(m_mutex){}; // of a line that was written in part
     std::size_t m_restLength TLG_GUARDED_BY(m_mutex) = 0;

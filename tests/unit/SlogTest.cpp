@@ -35,6 +35,10 @@ public:
         EXPECT_EQ(error, 0);
         m_read.Reset(ends[0]);
         ::dup2(UniqueFd(ends[1]).Get(), STDERR_FILENO);
+        // The logger notices it within a moment.
+        do {
+            slogf(0, _SLOG_ERROR, "redirected");
+        } while (Drain().empty());
     }
     ~StandardError() { ::dup2(m_former.Get(), STDERR_FILENO); }
     StandardError(const StandardError&) = delete;

@@ -1,8 +1,10 @@
 // What the service does in its own process, without any input or output: a command's text to a record, a report and an
-// acknowledgement into the store. The floors are copying the packet, and parsing the command's JSON without using it.
+// acknowledgement into the store, and a report with the update cycle after it, whose messages find no open object. The
+// floors are copying the packet, and parsing the command's JSON without using it.
 #include <benchmark/benchmark.h>
 #include <sys/pps.h>
 
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -11,6 +13,7 @@
 #include "benchmarks/common/AllocationCounter.h"
 #include "control/CEQControlPPSModule.h"
 #include "mcu/CEQMcuFile.h"
+#include "service/CEQMidController.h"
 #include "tools/mcusim/Settings.h"
 
 namespace {
@@ -31,13 +34,17 @@ private:
     long m_before;
 };
 
-/// Two reports by turns, so that each changes the store.
+/// Two reports of the MCU, to be sent by turns, so that each changes the store.
+std::array<mculink::Bytes, 2> ReportsOf(RecordType type) {
+    return {mculink::MakePacket(mcusim::Settings::ReportOf(mcusim::Settings(1).Get(type), ""), 0),
+            mculink::MakePacket(mcusim::Settings::ReportOf(mcusim::Settings(2).Get(type), ""), 0)};
+}
+
 void ReportToStore(benchmark::State& state, RecordType type) {
     CEQData data;
     CEQMcuFile link(nullptr);
     link.AttachData(&data);
-    mculink::Bytes packets[] = {mculink::MakePacket(mcusim::Settings::ReportOf(mcusim::Settings(1).Get(type), ""), 0),
-                                mculink::MakePacket(mcusim::Settings::ReportOf(mcusim::Settings(2).Get(type), ""), 0)};
+    std::array<mculink::Bytes, 2> packets = ReportsOf(type);
     const CountedAllocations counted(state);
     std::size_t next = 0;
     for ([[maybe_unused]] auto _ : state) {
@@ -45,6 +52,17 @@ void ReportToStore(benchmark::State& state, RecordType type) {
         if (!link.ProcessDataPacket(packet.data(), static_cast<int>(packet.size()))) {
             state.SkipWithError("the report was not understood");
         }
+    }
+}
+
+void ReportAndUpdate(benchmark::State& state, RecordType type) {
+    CEQMidController controller;
+    std::array<mculink::Bytes, 2> packets = ReportsOf(type);
+    const CountedAllocations counted(state);
+    std::size_t next = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        mculink::Bytes& packet = packets[next ^= 1];
+        controller.OnRecvData(packet.data(), static_cast<int>(packet.size()));
     }
 }
 
@@ -121,6 +139,8 @@ const bool kRegistered = [] {
     ::setenv("TLG_SLOG_LEVEL", "0", 1);
     for (const RecordLayout& layout : kRecordLayouts) {
         benchmark::RegisterBenchmark((std::string("ReportToStore/") + layout.name).c_str(), ReportToStore, layout.type);
+        benchmark::RegisterBenchmark((std::string("ReportAndUpdate/") + layout.name).c_str(), ReportAndUpdate,
+                                     layout.type);
     }
     for (const chain::Kind& kind : chain::Kinds()) {
         if (*kind.first != '\0') {

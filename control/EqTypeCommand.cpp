@@ -24,13 +24,21 @@ struct Curve {
     std::array<int, kEqBandCount> qIndexes{};
 };
 
-void AppendBand(std::vector<unsigned char>& payload, int gain, int freq, int qIndex) {
+/// Where a curve begins in the payload.
+constexpr std::size_t PlaceOf(int type) {
+    return static_cast<std::size_t>(kRecord.FixedSize() - kRecordTypeByte + type * kRecord.entries.GroupSize());
+}
+
+/// Writes a band at its place in a curve's bytes.
+void WriteBand(unsigned char* curve, std::size_t band, int gain, int freq, int qIndex) {
     constexpr FieldList kBand = kRecord.entries.fields;
-    std::array<unsigned char, kBand.EndByte()> bytes{};
-    bytes[kBand["gain"].byte] = static_cast<unsigned char>(gain);
-    bytes[kBand["freq"].byte] = static_cast<unsigned char>(freq);
-    bytes[kBand["q"].byte] = static_cast<unsigned char>(qIndex);
-    payload.insert(payload.end(), bytes.begin(), bytes.end());
+    constexpr RecordField kGain = kBand["gain"];
+    constexpr RecordField kFreq = kBand["freq"];
+    constexpr RecordField kQ = kBand["q"];
+    unsigned char* const bytes = curve + band * kRecord.entries.EntrySize();
+    bytes[kGain.byte] = static_cast<unsigned char>(gain);
+    bytes[kFreq.byte] = static_cast<unsigned char>(freq);
+    bytes[kQ.byte] = static_cast<unsigned char>(qIndex);
 }
 
 /// Reads an array of exactly one value for each band; @p name is the array's in the message.
@@ -99,10 +107,13 @@ bool FindType(const char* name, int typeCount, int& index) {
 
 /// The record of all stored types; type 0 stands as the selected one.
 void WriteStoredTypes(const tagEQType& stored, std::vector<unsigned char>& payload) {
+    payload.reserve(PlaceOf(stored.TypeNum));
     WriteRecord(EQ, {}, payload);
+    payload.resize(PlaceOf(stored.TypeNum));
     for (int type = 0; type < stored.TypeNum; ++type) {
-        for (const tagEQBand& band : stored.Band[type]) {
-            AppendBand(payload, band.Gain, band.Freq, QIndexOf(band.Q));
+        for (std::size_t at = 0; at < kEqBandCount; ++at) {
+            const tagEQBand& band = stored.Band[type][at];
+            WriteBand(&payload[PlaceOf(type)], at, band.Gain, band.Freq, QIndexOf(band.Q));
         }
     }
 }
@@ -132,11 +143,8 @@ bool CEQControlPPSModule::OnCmdEqtype(char* encoding, char* value, Payload& payl
     }
     constexpr std::size_t kSelectedType = PayloadIndex(kRecord.fields["type"]);
     payload[kSelectedType] = static_cast<unsigned char>(selected);
-    Payload bands;
     for (std::size_t band = 0; band < kEqBandCount; ++band) {
-        AppendBand(bands, curve.gains[band], curve.freqs[band], curve.qIndexes[band]);
+        WriteBand(&payload[PlaceOf(selected)], band, curve.gains[band], curve.freqs[band], curve.qIndexes[band]);
     }
-    std::copy(bands.begin(), bands.end(),
-              payload.begin() + kRecord.FixedSize() - kRecordTypeByte + selected * kRecord.entries.GroupSize());
     return true;
 }

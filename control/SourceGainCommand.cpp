@@ -28,9 +28,11 @@ struct NamedGain {
 
 void AppendSource(std::vector<unsigned char>& payload, unsigned char id, int gain) {
     constexpr FieldList kSource = kRecord.entries.fields;
+    constexpr RecordField kId = kSource["id"];
+    constexpr RecordField kGain = kSource["gain"];
     std::array<unsigned char, kSource.EndByte()> bytes{};
-    bytes[kSource["id"].byte] = id;
-    bytes[kSource["gain"].byte] = static_cast<unsigned char>(gain);
+    bytes[kId.byte] = id;
+    bytes[kGain.byte] = static_cast<unsigned char>(gain);
     payload.insert(payload.end(), bytes.begin(), bytes.end());
 }
 

@@ -56,8 +56,7 @@ bool CEQMcuFile::DealEqDataByIndex(int index, const unsigned char* data, int siz
     if (!FieldIsThere(__FUNCTION__, data, size, kBytesPerEqType, consumed)) {
         return false;
     }
-    static thread_local std::vector<tagEQBand> bands; // its memory is kept for the next EQ type
-    bands.clear();
+    static thread_local std::vector<tagEQBand> bands(kEqBandCount); // kept for the next EQ type
     for (int band = 0; band < kEqBandCount; ++band) {
         const unsigned char* bytes = data + band * kBands.EntrySize();
         const int freq = bytes[kFreq.byte];
@@ -73,7 +72,7 @@ bool CEQMcuFile::DealEqDataByIndex(int index, const unsigned char* data, int siz
                     qIndex);
             return false;
         }
-        bands.push_back({bytes[kGain.byte], freq, qIndex, EQ_Q[qIndex]});
+        bands[static_cast<std::size_t>(band)] = {bytes[kGain.byte], freq, qIndex, EQ_Q[qIndex]};
     }
     m_pEQData->SetEqDataByIndex(index, bands);
     return true;

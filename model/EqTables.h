@@ -2,6 +2,8 @@
 #ifndef TLG_MODEL_EQTABLES_H
 #define TLG_MODEL_EQTABLES_H
 
+#include <iterator>
+
 #include "model/SettingRecords.h"
 
 constexpr int kAllowedQCount = 4;
@@ -27,14 +29,20 @@ constexpr bool IsFreqAllowed(int band, int freq) {
     return freq >= EQ_BAND_FC_MIN[band] && freq <= EQ_BAND_FC_MAX[band];
 }
 
+/// The allowed Q indexes of a band (0 to 4) as bits.
+constexpr unsigned AllowedQBits(int band) {
+    unsigned bits = 0;
+    for (const int allowed : AllowedQIndexes(band)) {
+        bits |= 1U << allowed;
+    }
+    return bits;
+}
+
 /// Whether a band (0 to 4) may have the Q index.
 constexpr bool IsQIndexAllowed(int band, int qIndex) {
-    for (const int allowed : AllowedQIndexes(band)) {
-        if (allowed == qIndex) {
-            return true;
-        }
-    }
-    return false;
+    constexpr unsigned kBits[] = {AllowedQBits(0), AllowedQBits(1), AllowedQBits(2), AllowedQBits(3), AllowedQBits(4)};
+    static_assert(std::size(kBits) == kEqBandCount);
+    return static_cast<unsigned>(qIndex) < std::size(EQ_Q) && (kBits[band] >> qIndex & 1U) != 0;
 }
 
 /// The Q index that a band (0 to 4) takes for exactly this quality factor; -1 where it has none.

@@ -26,7 +26,9 @@ struct Curve {
 
 /// Where a curve begins in the payload.
 constexpr std::size_t PlaceOf(int type) {
-    return static_cast<std::size_t>(kRecord.FixedSize() - kRecordTypeByte + type * kRecord.entries.GroupSize());
+    constexpr auto kFirst = static_cast<std::size_t>(kRecord.FixedSize() - kRecordTypeByte);
+    constexpr auto kSize = static_cast<std::size_t>(kRecord.entries.GroupSize());
+    return kFirst + static_cast<std::size_t>(type) * kSize;
 }
 
 /// Writes a band at its place in a curve's bytes.

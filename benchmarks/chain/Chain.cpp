@@ -125,6 +125,7 @@ long Chain::PassMany(const Kind& kind, int count, int underWay) {
 }
 
 std::vector<Hop> Chain::HopsOf(const Kind& kind) {
+    Pass(kind); // which may find what another kind's command has left unread
     Pass(kind);
     std::vector<Hop> hops;
     if (*kind.first != '\0') {

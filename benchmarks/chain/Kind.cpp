@@ -1,5 +1,7 @@
 #include "benchmarks/chain/Kind.h"
 
+#include <stdexcept>
+
 namespace chain {
 
 namespace {
@@ -39,6 +41,15 @@ const std::vector<Kind>& Kinds() {
     };
     // clang-format on
     return kinds;
+}
+
+const Kind& KindOf(const std::string& name) {
+    for (const Kind& kind : Kinds()) {
+        if (kind.name == name) {
+            return kind;
+        }
+    }
+    throw std::runtime_error("no command is called " + name);
 }
 
 } // namespace chain

@@ -26,6 +26,9 @@ struct Kind {
 /// All of them, the commands in the order of their page.
 const std::vector<Kind>& Kinds();
 
+/// The one of that name. Throws where there is none.
+const Kind& KindOf(const std::string& name);
+
 } // namespace chain
 
 #endif

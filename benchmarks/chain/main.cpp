@@ -1,7 +1,5 @@
 // How long the chain takes for each kind of command, beside the floor: see docs/benchmarks.md.
 #include <CLI/CLI.hpp>
-#include <rapidjson/prettywriter.h>
-#include <rapidjson/stringbuffer.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -14,10 +12,14 @@
 
 #include "benchmarks/chain/Chain.h"
 #include "benchmarks/common/Statistics.h"
+#include "benchmarks/common/Table.h"
 
 namespace {
 
+using bench::Json;
+using bench::Row;
 using bench::Series;
+using bench::Table;
 using chain::Chain;
 using chain::Floor;
 using chain::Kind;
@@ -34,48 +36,6 @@ struct Options {
     std::string json;
     std::string programs = std::filesystem::read_symlink("/proc/self/exe").parent_path();
 };
-
-using Json = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
-
-/// A row of results: printed as one of a table, and kept as JSON.
-class Row {
-public:
-    explicit Row(Json& json) : m_json(json) { m_json.StartObject(); }
-    ~Row() {
-        std::puts((m_text + "|").c_str());
-        std::fflush(stdout);
-        m_json.EndObject();
-    }
-    Row(const Row&) = delete;
-    Row& operator=(const Row&) = delete;
-
-    void Text(const char* name, const std::string& value) {
-        m_json.Key(name);
-        m_json.String(value.c_str());
-        m_text += "| " + value + " ";
-    }
-    void Number(const char* name, double value, int digits) {
-        m_json.Key(name);
-        m_json.Double(value);
-        char text[40];
-        std::snprintf(text, sizeof text, "| %.*f ", digits, value);
-        m_text += text;
-    }
-
-private:
-    Json& m_json;
-    std::string m_text;
-};
-
-void Heading(Json& json, const char* name, const std::string& columns) {
-    std::string line = "|";
-    for (const char c : columns) {
-        line += c == '|' ? "---|" : "";
-    }
-    std::printf("\n%s\n%s\n", columns.c_str(), line.c_str());
-    json.Key(name);
-    json.StartArray();
-}
 
 bool IsChosen(const Options& options, const Kind& kind) {
     return options.kinds.empty() ||
@@ -101,9 +61,10 @@ std::vector<Series> Measure(const Kind& kind, std::vector<std::unique_ptr<Chain>
 }
 
 void MeasureTimes(const Options& options, int processors, std::vector<std::unique_ptr<Chain>>& chains, Json& json) {
-    Heading(json, "times",
-            "| command | processors | log | median us | 99th percentile us | floor us | floor 99th us | ratio | "
-            "quartiles |");
+    const Table table(
+        json, "times",
+        "| command | processors | log | median us | 99th percentile us | floor us | floor 99th us | ratio | "
+        "lower quartile | upper quartile |");
     for (const Kind& kind : chain::Kinds()) {
         if (!IsChosen(options, kind)) {
             continue;
@@ -119,36 +80,25 @@ void MeasureTimes(const Options& options, int processors, std::vector<std::uniqu
             row.Number("p99_us", bench::Quantile(series[i].times, 0.99) / 1000, 1);
             row.Number("floor_us", bench::Median(series[i].floor) / 1000, 1);
             row.Number("floor_p99_us", bench::Quantile(series[i].floor, 0.99) / 1000, 1);
-            row.Number("ratio", bench::Median(series[i].times) / bench::Median(series[i].floor), 2);
+            row.Number("ratio", bench::Median(ratios), 2);
             row.Number("ratio_q1", bench::Quantile(ratios, 0.25), 2);
             row.Number("ratio_q3", bench::Quantile(ratios, 0.75), 2);
         }
     }
-    json.EndArray();
-}
-
-const Kind& KindOf(const std::string& name) {
-    for (const Kind& kind : chain::Kinds()) {
-        if (kind.name == name) {
-            return kind;
-        }
-    }
-    throw std::runtime_error("no command is called " + name);
 }
 
 constexpr const char* kGain = "zosubwoofer_gain";
 
 void MeasureThroughput(const Options& options, int processors, Chain& chain, Json& json) {
-    Heading(json, "throughput", "| processors | under way | commands a second |");
+    const Table table(json, "throughput", "| processors | under way | commands a second |");
     for (const int underWay : {1, 4, 16, 64}) {
         const int count = options.rounds * 5;
-        const long time = chain.PassMany(KindOf(kGain), count, underWay);
+        const long time = chain.PassMany(chain::KindOf(kGain), count, underWay);
         Row row(json);
         row.Number("processors", processors, 0);
         row.Number("under_way", underWay, 0);
         row.Number("per_second", count * 1e9 / static_cast<double>(time), 0);
     }
-    json.EndArray();
 }
 
 /// A number that AllocationCounter.cpp keeps.
@@ -187,21 +137,21 @@ void MeasureProcess(std::size_t process, const Kind& kind, int rounds, Chain& ch
 }
 
 void MeasureUsage(const Options& options, Chain& chain, Json& json) {
-    Heading(json, "usage",
-            "| command | process | processor us | context switches | system calls | allocations | resident KB |");
+    const Table table(
+        json, "usage",
+        "| command | process | processor us | context switches | system calls | allocations | resident KB |");
     const std::string allocations =
         (std::filesystem::temp_directory_path() / "allocations").string() + std::to_string(::getpid());
     ::setenv("TLG_ALLOCATIONS", allocations.c_str(), 1);
     Chain counted(options.programs, kLogModes[0], options.programs + "/../lib/liballocation_counter.so");
     for (const char* name : {kGain, "zovolume", "zofade_balance", "zoeqtype", "report"}) {
         for (std::size_t process = 0; process < chain.Processes().size(); ++process) {
-            MeasureProcess(process, KindOf(name), options.rounds, chain, counted, allocations, json);
+            MeasureProcess(process, chain::KindOf(name), options.rounds, chain, counted, allocations, json);
         }
     }
     for (const bench::Process& process : counted.Processes()) {
         std::filesystem::remove(allocations + "." + process.name);
     }
-    json.EndArray();
 }
 
 void Run(const Options& options, Json& json) {

@@ -10,13 +10,14 @@
 
 namespace ppsd {
 
-/// Room for the packets that are read at once. It asks for two, so that the same system call also tells whether more
-/// may wait: a client that wrote one packet costs one call, not a second one that finds nothing.
+/// Room for the packets that are read at once. It asks for more than one, so that the same system call also tells
+/// whether more may wait: a client that wrote one packet costs one call, not a second one that finds nothing.
 class Inbox {
 public:
-    static constexpr std::size_t kPackets = 2;
+    static constexpr std::size_t kPackets = 4;
 
     Inbox() = default;
+    ~Inbox() = default;
     Inbox(const Inbox&) = delete;
     Inbox& operator=(const Inbox&) = delete;
 

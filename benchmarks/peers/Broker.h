@@ -1,0 +1,60 @@
+// What other message systems are asked to do: carry commands from the HMI to the service, and values back.
+#ifndef TLG_BENCHMARKS_PEERS_BROKER_H
+#define TLG_BENCHMARKS_PEERS_BROKER_H
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace peers {
+
+using Values = std::vector<int>;
+/// Is given the name of a setting, and the values that it is to have or has.
+using Handler = std::function<void(const std::string& name, const Values& values)>;
+
+enum class Role { kHmi, kService };
+
+/// A connection to a broker. Errors are thrown as std::runtime_error.
+class Endpoint {
+public:
+    Endpoint() = default;
+    virtual ~Endpoint() = default;
+    Endpoint(const Endpoint&) = delete;
+    Endpoint& operator=(const Endpoint&) = delete;
+
+    /// Becomes readable when something has come.
+    virtual int Fd() const = 0;
+    /// Sends values to the other role: the HMI a command, the service what it publishes.
+    virtual void Send(const std::string& name, const Values& values) = 0;
+    /// Has the handler called for all that has come, and does not wait.
+    virtual void Receive(const Handler& handler) = 0;
+};
+
+/// A running broker, ended by the destructor.
+class Broker {
+public:
+    Broker() = default;
+    virtual ~Broker() = default;
+    Broker(const Broker&) = delete;
+    Broker& operator=(const Broker&) = delete;
+
+    virtual const char* Name() const = 0;
+    virtual std::unique_ptr<Endpoint> Connect(Role role) = 0;
+};
+
+// Each starts the broker with its socket in a directory. It throws where the program is missing.
+std::unique_ptr<Broker> StartDbusDaemon(const std::string& directory);
+std::unique_ptr<Broker> StartDbusBroker(const std::string& directory);
+std::unique_ptr<Broker> StartMosquitto(const std::string& directory);
+std::unique_ptr<Broker> StartRedis(const std::string& directory);
+
+/// Becomes a program in this process, silently. Does not return.
+[[noreturn]] void BecomeProgram(const std::vector<std::string>& command);
+
+/// Calls @p connect(), which returns whether that worked, until it does. Throws after some seconds.
+void RetryUntilServed(const std::function<bool()>& connect);
+
+} // namespace peers
+
+#endif

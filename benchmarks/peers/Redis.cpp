@@ -1,0 +1,122 @@
+// redis: a channel for each role. A value is also kept in a hash, as what is published is not.
+#include <hiredis/hiredis.h>
+
+#include <optional>
+#include <stdexcept>
+
+#include "benchmarks/common/Peer.h"
+#include "benchmarks/peers/Broker.h"
+#include "benchmarks/peers/ValuesText.h"
+
+namespace peers {
+
+namespace {
+
+using Context = std::unique_ptr<redisContext, decltype(&redisFree)>;
+using Reply = std::unique_ptr<redisReply, decltype(&freeReplyObject)>;
+
+const char* Channel(Role receiver) {
+    return receiver == Role::kService ? "command" : "value";
+}
+
+/// Takes the next reply, or message, that has come or comes.
+Reply Next(redisContext* context) {
+    void* reply = nullptr;
+    if (redisGetReply(context, &reply) != REDIS_OK) {
+        throw std::runtime_error(std::string("redis: ") + context->errstr);
+    }
+    return {static_cast<redisReply*>(reply), &freeReplyObject};
+}
+
+/// A connection that has subscribed can't publish, so there are two.
+class RedisEndpoint : public Endpoint {
+public:
+    RedisEndpoint(const std::string& socket, Role role) : m_role(role), m_in(Connect(socket)), m_out(Connect(socket)) {
+        redisAppendCommand(m_in.get(), "SUBSCRIBE %s", Channel(role));
+        Next(m_in.get());
+    }
+
+    int Fd() const override { return m_in->fd; }
+
+    /// The server answers each command; the answers are read before the next one, when they have come.
+    void Send(const std::string& name, const Values& values) override {
+        for (; m_unanswered > 0; --m_unanswered) {
+            Next(m_out.get());
+        }
+        const std::string text = TextOf(values);
+        if (m_role == Role::kService) {
+            Append("HSET values %s %s", name.c_str(), text.c_str());
+        }
+        Append("PUBLISH %s %s:%s", Channel(m_role == Role::kHmi ? Role::kService : Role::kHmi), name.c_str(),
+               text.c_str());
+        int isDone = 0;
+        while (isDone == 0) {
+            if (redisBufferWrite(m_out.get(), &isDone) != REDIS_OK) {
+                throw std::runtime_error(std::string("redis: ") + m_out->errstr);
+            }
+        }
+    }
+
+    void Receive(const Handler& handler) override {
+        if (redisBufferRead(m_in.get()) != REDIS_OK) {
+            throw std::runtime_error(std::string("redis: ") + m_in->errstr);
+        }
+        for (Reply reply = Buffered(); reply; reply = Buffered()) {
+            const std::string text(reply->element[2]->str, reply->element[2]->len);
+            const std::size_t colon = text.find(':');
+            handler(text.substr(0, colon), ValuesIn(std::string_view(text).substr(colon + 1)));
+        }
+    }
+
+private:
+    static Context Connect(const std::string& socket) {
+        Context context(nullptr, &redisFree);
+        RetryUntilServed([&] {
+            context.reset(redisConnectUnix(socket.c_str()));
+            return context && context->err == 0;
+        });
+        return context;
+    }
+
+    template <typename... Arguments>
+    void Append(const char* format, Arguments... arguments) {
+        redisAppendCommand(m_out.get(), format, arguments...);
+        ++m_unanswered;
+    }
+
+    Reply Buffered() const {
+        void* reply = nullptr;
+        redisGetReplyFromReader(m_in.get(), &reply);
+        return {static_cast<redisReply*>(reply), &freeReplyObject};
+    }
+
+    Role m_role;
+    Context m_in;
+    Context m_out;
+    int m_unanswered = 0;
+};
+
+class Redis : public Broker {
+public:
+    explicit Redis(const std::string& directory) : m_socket(directory + "/redis") {
+        m_process.emplace([&] {
+            BecomeProgram(
+                {"redis-server", "--port", "0", "--unixsocket", m_socket, "--save", "", "--appendonly", "no"});
+        });
+    }
+
+    const char* Name() const override { return "redis"; }
+    std::unique_ptr<Endpoint> Connect(Role role) override { return std::make_unique<RedisEndpoint>(m_socket, role); }
+
+private:
+    std::string m_socket;
+    std::optional<bench::Peer> m_process;
+};
+
+} // namespace
+
+std::unique_ptr<Broker> StartRedis(const std::string& directory) {
+    return std::make_unique<Redis>(directory);
+}
+
+} // namespace peers

@@ -37,7 +37,7 @@
 
 #include "framework/FileBase.h"
 #include "framework/Reopener.h"
-#include "platform/host/Epoll.h"
+#include "platform/posix/Epoll.h"
 #include "platform/posix/Mutex.h"
 
 namespace TLG::ZOCAR {
@@ -122,7 +122,7 @@ private:
     bool UpdateWatch(int key, Entry& entry) const TLG_REQUIRES(m_mutex);
     void RunTimer() TLG_EXCLUDES(m_mutex);
 
-    host::Epoll m_epoll;
+    Epoll m_epoll;
     UniqueFd m_wake; // an eventfd
     std::thread m_dispatcher;
     std::atomic<std::thread::id> m_dispatcherId{};

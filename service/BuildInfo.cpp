@@ -1,10 +1,10 @@
 // The information record of the executable, in a section of its own for the target's tools.
 
-#ifndef TLG_BUILD_HOST
-#define TLG_BUILD_HOST "unknown"
+#ifndef TLG_INFO_HOST
+#define TLG_INFO_HOST "unknown"
 #endif
-#ifndef TLG_BUILD_USER
-#define TLG_BUILD_USER "unknown"
+#ifndef TLG_INFO_USER
+#define TLG_INFO_USER "unknown"
 #endif
 
 extern const char g_buildInfo[];
@@ -13,8 +13,8 @@ __attribute__((section("QNX_info"), used)) const char g_buildInfo[] = "NAME=Melv
                                                                       "DESCRIPTION=Melvane\n"
                                                                       "DATE=" __DATE__ " " __TIME__ "\n"
                                                                       "STATE=release\n"
-                                                                      "HOST=" TLG_BUILD_HOST "\n"
-                                                                      "USER=" TLG_BUILD_USER "\n"
+                                                                      "HOST=" TLG_INFO_HOST "\n"
+                                                                      "USER=" TLG_INFO_USER "\n"
                                                                       "VERSION=v1.00.00\n"
                                                                       "CHANGE=none\n"
                                                                       "PATCH=none\n";

@@ -51,7 +51,7 @@ void Chain::StartMcu() {
 
 void Chain::StartService(const std::string& programs, const LogMode& log, const std::string& preload) {
     // Not open(), which looks below the root.
-    const UniqueFd nothing(::open64("/dev/null", O_RDWR | O_CLOEXEC));
+    const UniqueFd nothing(::openat(AT_FDCWD, "/dev/null", O_RDWR | O_CLOEXEC));
     const bench::Pipe logged;
     if (log.hasReader) {
         m_logReader.emplace([&] {

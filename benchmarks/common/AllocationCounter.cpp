@@ -29,7 +29,7 @@ struct Teller {
             return;
         }
         const std::string file = std::string(path) + "." + program_invocation_short_name;
-        const int fd = ::open64(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        const int fd = ::openat(AT_FDCWD, file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
         if (fd < 0 || ::ftruncate(fd, sizeof(long)) != 0) {
             return;
         }

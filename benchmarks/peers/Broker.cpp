@@ -10,7 +10,7 @@
 namespace peers {
 
 void BecomeProgram(const std::vector<std::string>& command) {
-    const int nothing = ::open64("/dev/null", O_RDWR); // open() looks below the root
+    const int nothing = ::openat(AT_FDCWD, "/dev/null", O_RDWR); // open() looks below the root
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         ::dup2(nothing, fd);
     }

@@ -147,7 +147,7 @@ void MeasureStart(const std::string& programs, int rounds) {
         }
         const long begin = Now();
         const Peer service([&] {
-            const int nothing = ::open64("/dev/null", O_RDWR); // open() looks below the root
+            const int nothing = ::openat(AT_FDCWD, "/dev/null", O_RDWR); // open() looks below the root
             bench::Become(programs + "/melvane", nothing, nothing);
         });
         pollfd newcomer{mcu.Fd(), POLLIN, 0};

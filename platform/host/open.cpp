@@ -1,5 +1,5 @@
 // The system's sources call the plain open(path, flags, mode) with the target's paths and flag numbers.
-// Programs that link this library have those calls wrapped (linker option --wrap=open): PPS objects are
+// Programs that link this library have those calls wrapped (linker options --wrap=open,--wrap=open64): PPS objects are
 // opened from the PPS server, sockets that stand in for devices are connected to, everything else is a
 // file below the root.
 #include <fcntl.h>
@@ -77,9 +77,11 @@ int Open(const char* path, int oflag, mode_t mode) {
 
 } // namespace host
 
-extern "C" int __wrap_open(const char* path, int oflag, ...); // NOLINT(bugprone-reserved-identifier)
+// NOLINTBEGIN(bugprone-reserved-identifier): the linker gives these names
+extern "C" int __wrap_open(const char* path, int oflag, ...);
+extern "C" int __wrap_open64(const char* path, int oflag, ...) __attribute__((alias("__wrap_open")));
 
-extern "C" int __wrap_open(const char* path, int oflag, ...) { // NOLINT(bugprone-reserved-identifier)
+extern "C" int __wrap_open(const char* path, int oflag, ...) {
     mode_t mode = 0;
     if ((oflag & host::target_flags::kCreate) != 0) {
         va_list arguments;
@@ -89,3 +91,4 @@ extern "C" int __wrap_open(const char* path, int oflag, ...) { // NOLINT(bugpron
     }
     return host::Open(path, oflag, mode);
 }
+// NOLINTEND(bugprone-reserved-identifier)

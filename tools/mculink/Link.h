@@ -14,8 +14,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/host/Epoll.h"
 #include "platform/host/UnixSocket.h"
+#include "platform/posix/Epoll.h"
 #include "tools/mculink/LinkPacket.h"
 #include "tools/mculink/McuPort.h"
 #include "tools/mculink/PacketStream.h"
@@ -77,7 +77,7 @@ private:
     std::function<void(const LinkPacket&)> m_observe;
     std::function<void()> m_ready; // empty after it was called
     std::function<void(const std::string&)> m_notice;
-    host::Epoll m_epoll;
+    Epoll m_epoll;
     std::optional<host::Listener> m_listener; // while the MCU is there
     Side m_service;
     Side m_mcu;

@@ -9,8 +9,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/host/Epoll.h"
 #include "platform/host/UnixSocket.h"
+#include "platform/posix/Epoll.h"
 #include "tools/mcusim/Console.h"
 #include "tools/mcusim/Orders.h"
 
@@ -28,7 +28,7 @@ public:
     static constexpr std::uint64_t kFirstId = std::uint64_t{1} << 62;
 
     /// @param descriptorIsFree called when one is; newcomers may wait for it
-    OrderDesk(const host::Epoll& epoll, std::function<OrderResult(std::string_view)> obey,
+    OrderDesk(const Epoll& epoll, std::function<OrderResult(std::string_view)> obey,
               std::function<void()> descriptorIsFree)
         : m_epoll(epoll), m_obey(std::move(obey)), m_descriptorIsFree(std::move(descriptorIsFree)) {}
 
@@ -81,7 +81,7 @@ private:
     void ObeyLines(Lines& lines);
     void ObeyLine(Lines& lines);
 
-    const host::Epoll& m_epoll;
+    const Epoll& m_epoll;
     std::function<OrderResult(std::string_view)> m_obey;
     std::function<void()> m_descriptorIsFree;
     host::Listener m_listener;

@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "platform/host/Epoll.h"
 #include "platform/host/UnixSocket.h"
+#include "platform/posix/Epoll.h"
 #include "tools/mcusim/Faults.h"
 #include "tools/mcusim/Knobs.h"
 #include "tools/mcusim/OrderDesk.h"
@@ -110,7 +110,7 @@ private:
     Faults m_faults;
     Counts m_counts;
     bool m_cutNext = true; // how the next corrupt answer is damaged
-    host::Epoll m_epoll;
+    Epoll m_epoll;
     host::Listener m_listener;
     OrderDesk m_desk;
     std::map<std::uint64_t, Connection> m_connections; // by number, which is never used again

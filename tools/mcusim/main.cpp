@@ -30,7 +30,7 @@ int Order(const std::vector<std::string>& words) {
 void OpenStandardStreams() {
     int last = STDIN_FILENO;
     while (last >= 0 && last <= STDERR_FILENO) {
-        last = ::open64("/dev/null", O_RDWR);
+        last = ::openat(AT_FDCWD, "/dev/null", O_RDWR);
     }
     ::close(last);
 }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "platform/host/Epoll.h"
+#include "platform/posix/Epoll.h"
 #include "platform/posix/UniqueFd.h"
 #include "tools/ppsd/Client.h"
 
@@ -13,7 +13,7 @@ namespace ppsd {
 class Connection : public Channel {
 public:
     /// @param epoll watches the socket; outlives the connection
-    Connection(UniqueFd socket, Identity who, const host::Epoll& epoll)
+    Connection(UniqueFd socket, Identity who, const Epoll& epoll)
         : m_socket(std::move(socket)), m_epoll(epoll), m_client(std::move(who), *this) {}
 
     int Fd() const { return m_socket.Get(); }
@@ -28,7 +28,7 @@ public:
 
 private:
     UniqueFd m_socket;
-    const host::Epoll& m_epoll;
+    const Epoll& m_epoll;
     ppsd::Client m_client;
 };
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <unordered_map>
 
-#include "platform/host/Epoll.h"
 #include "platform/host/UnixSocket.h"
+#include "platform/posix/Epoll.h"
 #include "tools/ppsd/Broker.h"
 #include "tools/ppsd/Connection.h"
 #include "tools/ppsd/Inbox.h"
@@ -52,7 +52,7 @@ private:
     void ReserveDescriptors();
 
     ServerOptions m_options;
-    host::Epoll m_epoll;
+    Epoll m_epoll;
     host::Listener m_listener;
     Broker m_broker;
     std::unordered_map<std::uint64_t, std::unique_ptr<Connection>> m_connections; // by their number

@@ -1,5 +1,5 @@
-#ifndef TLG_PLATFORM_HOST_EPOLL_H
-#define TLG_PLATFORM_HOST_EPOLL_H
+#ifndef TLG_PLATFORM_POSIX_EPOLL_H
+#define TLG_PLATFORM_POSIX_EPOLL_H
 
 #include <sys/epoll.h>
 
@@ -7,8 +7,6 @@
 #include <cstdint>
 
 #include "platform/posix/UniqueFd.h"
-
-namespace host {
 
 /// An epoll set. The caller gives each descriptor a number, which comes with its events.
 class Epoll {
@@ -46,7 +44,5 @@ private:
 
     UniqueFd m_fd;
 };
-
-} // namespace host
 
 #endif

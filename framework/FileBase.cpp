@@ -7,6 +7,13 @@
 
 namespace TLG::ZOCAR {
 
+FileBase::FileBase(const fileTagInfo& info) : FileBase(info, Reading{}) {}
+
+FileBase::FileBase(const fileTagInfo& info, Reading reading)
+    : m_info(info), m_reading(reading), m_connection(std::make_shared<Connection>(info)) {}
+
+FileBase::~FileBase() = default;
+
 bool FileBase::Init() {
     return true;
 }

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "framework/Connection.h"
+#include "framework/Export.h"
 #include "framework/fileTagInfo.h"
 
 namespace TLG::ZOCAR {
@@ -12,13 +13,13 @@ namespace TLG::ZOCAR {
 /// Base of every file of the process. Its owner is the controller; a multiplexer that watches it keeps a
 /// plain pointer. Opening, closing and writing may happen on any thread; input is delivered on the
 /// multiplexer's thread alone.
-class FileBase {
+class TLG_API FileBase {
 public:
     /// @param info must outlive the file
-    explicit FileBase(const fileTagInfo& info) : FileBase(info, Reading{}) {}
+    explicit FileBase(const fileTagInfo& info);
     FileBase(const FileBase&) = delete;
     FileBase& operator=(const FileBase&) = delete;
-    virtual ~FileBase() = default;
+    virtual ~FileBase();
 
     /// Whether the file can deliver input; called when it is registered with a multiplexer.
     virtual bool Init();
@@ -46,8 +47,7 @@ protected:
         bool (*reportsObjectGone)(const unsigned char* data, std::size_t length) = nullptr;
     };
 
-    FileBase(const fileTagInfo& info, Reading reading)
-        : m_info(info), m_reading(reading), m_connection(std::make_shared<Connection>(info)) {}
+    FileBase(const fileTagInfo& info, Reading reading);
 
     /// Opens as Open() does; @p what names the kind of file in the log line.
     bool OpenLogged(const char* what);

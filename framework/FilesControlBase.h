@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "framework/Export.h"
 #include "framework/IPPSOnChange.h"
 
 namespace TLG::ZOCAR {
@@ -15,7 +16,7 @@ class Multiplexer;
 
 /// The file multiplexer, base of a controller: watches registered files and delivers their input, all
 /// of it on one thread of its own. It keeps plain pointers to the files.
-class FilesControlBase : public IPPSOnChange {
+class TLG_API FilesControlBase : public IPPSOnChange {
 public:
     FilesControlBase();
     FilesControlBase(const FilesControlBase&) = delete;

@@ -1,10 +1,12 @@
 #ifndef TLG_FRAMEWORK_IMCURECVDATA_H
 #define TLG_FRAMEWORK_IMCURECVDATA_H
 
+#include "framework/Export.h"
+
 namespace TLG::ZOCAR {
 
 /// Through this the MCU file delivers received bytes, on the multiplexer's thread.
-class IMcuRecvData {
+class TLG_API IMcuRecvData {
 public:
     virtual ~IMcuRecvData() = default;
 

@@ -3,10 +3,12 @@
 
 #include <sys/pps.h>
 
+#include "framework/Export.h"
+
 namespace TLG::ZOCAR {
 
 /// Through this a PPS object reports changes, on the multiplexer's thread.
-class IPPSOnChange {
+class TLG_API IPPSOnChange {
 public:
     virtual ~IPPSOnChange() = default;
 

@@ -1,6 +1,7 @@
 #ifndef TLG_FRAMEWORK_MCUFILEBASE_H
 #define TLG_FRAMEWORK_MCUFILEBASE_H
 
+#include "framework/Export.h"
 #include "framework/FileBase.h"
 #include "framework/IMcuRecvData.h"
 #include "framework/McuPacket.h"
@@ -8,7 +9,7 @@
 namespace TLG::ZOCAR {
 
 /// The MCU device: blocks read from it go to the receiver as they are, packets are written whole.
-class McuFileBase : public FileBase {
+class TLG_API McuFileBase : public FileBase {
 public:
     /// @param info     must outlive the file
     /// @param receiver receives the blocks; not owned

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "framework/Export.h"
 #include "framework/FileBase.h"
 #include "framework/IPPSOnChange.h"
 
@@ -15,7 +16,7 @@ namespace TLG::ZOCAR {
 /// text. Writing may happen on any thread and does not block. When the server has gone away, a write makes the
 /// multiplexer open the object again. Without a multiplexer the write opens it itself, and then it may wait for the
 /// server.
-class PPSFileBase : public FileBase {
+class TLG_API PPSFileBase : public FileBase {
 public:
     /// @param info     must outlive the object
     /// @param callback receives the changes; not owned

@@ -1,10 +1,12 @@
 #ifndef TLG_FRAMEWORK_RUNSERVICE_H
 #define TLG_FRAMEWORK_RUNSERVICE_H
 
+#include "framework/Export.h"
+
 namespace TLG::ZOCAR {
 
 /// The frame of a service: starts it, waits for its end, and stops it.
-class RunService {
+class TLG_API RunService {
 public:
     RunService() = default;
     RunService(const RunService&) = delete;

@@ -9,6 +9,7 @@
 //
 // Everything taken is accounted for, nobody reads what the owner does not allow, and a subscriber that has read
 // everything knows the object's state.
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <memory>

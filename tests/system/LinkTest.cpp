@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <pty.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>

@@ -1,6 +1,7 @@
 // How files deliver their input, and what becomes of those whose peer takes nothing, goes away or comes back.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 
 #include "framework/McuFileBase.h"

@@ -11,6 +11,7 @@
 #include "platform/host/Root.h"
 #include "tools/common/CommandLine.h"
 #include "tools/common/Output.h"
+#include "tools/common/Ready.h"
 #include "tools/common/StopSignals.h"
 #include "tools/mculink/Link.h"
 #include "tools/mculink/PacketPrinter.h"
@@ -50,7 +51,7 @@ int Relay(const RelayOptions& options, const mculink::PrintOptions& printOptions
         }
     };
     mculink::Link link(
-        options.link, observe, [] { PrintLine("mculink: ready"); }, [](const std::string& line) { Fail(line); });
+        options.link, observe, [] { SayReady("mculink"); }, [](const std::string& line) { Fail(line); });
     return link.Run(stop.Get(), error) ? 0 : Fail(error);
 }
 
@@ -90,7 +91,7 @@ int PlayAgain(const std::string& path, const mculink::ReplayOptions& options) {
     if (!replay.Start(error)) {
         return Fail(error);
     }
-    PrintLine("mculink: ready");
+    SayReady("mculink");
     const int differences = replay.Run(stop.Get());
     if (differences == 0) {
         PrintLine(std::to_string(count) + " packets, no difference");

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/common/CommandLine.h"
+#include "tools/common/Ready.h"
 #include "tools/common/StopSignals.h"
 #include "tools/mcusim/Orders.h"
 #include "tools/mcusim/Simulator.h"
@@ -46,8 +47,7 @@ int Simulate(const mcusim::Options& options) {
         std::fprintf(stderr, "mcusim: %s\n", error.c_str());
         return 1;
     }
-    std::puts("mcusim: ready");
-    std::fflush(stdout);
+    SayReady("mcusim");
     return simulator.Run(stop.Get(), STDIN_FILENO) ? 0 : 1;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "tools/common/CommandLine.h"
+#include "tools/common/Ready.h"
 #include "tools/common/StopSignals.h"
 #include "tools/ppsd/Server.h"
 
@@ -44,7 +45,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "ppsd: %s\n", error.c_str());
         return 1;
     }
-    std::puts("ppsd: ready");
-    std::fflush(stdout);
+    SayReady("ppsd");
     return server.Run(stop.Get()) ? 0 : 1;
 }

@@ -27,10 +27,10 @@ ssize_t Uninterrupted(Attempt attempt) {
     return result;
 }
 
-long NowMs() {
+std::int64_t NowMs() {
     timespec now{};
     ::clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return now.tv_sec * 1000 + now.tv_nsec / 1'000'000;
+    return std::int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
 }
 
 bool WritePlain(std::string_view line) {
@@ -59,7 +59,7 @@ bool LogSink::Write(std::string_view line) noexcept {
 
 /// Looks at standard error, unless that was done just now.
 void LogSink::Follow() noexcept {
-    const long now = NowMs();
+    const std::int64_t now = NowMs();
     if (now < m_nextLookMs) {
         return;
     }

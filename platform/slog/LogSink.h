@@ -5,6 +5,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <string_view>
 
 #include "platform/posix/Mutex.h"
@@ -42,7 +43,7 @@ public:
 
 private:
     enum class Way { Own, Socket, Plain, Asking };
-    static constexpr long kFollowMs = 10;
+    static constexpr std::int64_t kFollowMs = 10;
 
     void Follow() noexcept TLG_EXCLUDES(m_mutex);
     void Choose(const struct stat& standardError) noexcept TLG_REQUIRES(m_mutex);
@@ -58,7 +59,7 @@ private:
     Mutex m_mutex;
 
     // About the file that standard error was when it was last looked at.
-    std::atomic<long> m_nextLookMs{0};
+    std::atomic<std::int64_t> m_nextLookMs{0};
     std::atomic<Way> m_way{Way::Asking};
     dev_t m_device TLG_GUARDED_BY(m_mutex) = 0;
     ino_t m_inode TLG_GUARDED_BY(m_mutex) = 0;

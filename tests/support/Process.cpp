@@ -35,7 +35,7 @@ Process::Process(const std::string& program, const std::vector<std::string>& arg
     }
     m_input.Reset(input[1]);
     const UniqueFd theirInput(input[0]);
-    std::string path = std::string(TLG_BIN_DIR "/") + program;
+    std::string path = (program.front() == '/' ? "" : TLG_BIN_DIR "/") + program;
     std::vector<char*> argv{path.data()};
     for (const std::string& argument : arguments) {
         argv.push_back(const_cast<char*>(argument.c_str()));

@@ -16,7 +16,7 @@
 /// where the thread that started it ends first.
 class Process {
 public:
-    /// @param program its name in the build's bin directory
+    /// @param program its name in the build's bin directory, or its whole path
     explicit Process(const std::string& program, const std::vector<std::string>& arguments = {});
     ~Process() { Stop(SIGKILL); }
     Process(const Process&) = delete;

@@ -287,6 +287,31 @@ std::vector<std::string> Dissected(const std::string& recording, const std::stri
     return lines;
 }
 
+/// docs/examples/mcu.py, which the page about the link shows as a whole MCU.
+TEST(LinkTest, TheMcuOfThePageIsEnough) {
+    Chain chain;
+    const std::string device = chain.root.Path() + TLG::ZOCAR::g_eqMCU.path;
+    std::filesystem::create_directories(std::filesystem::path(device).parent_path());
+    Process mcu("/usr/bin/python3", {TLG_SOURCE_DIR "/docs/examples/mcu.py", device});
+    ASSERT_TRUE(mcu.WaitFor("mcu: ready"));
+    chain.StartService();
+    const std::pair<std::vector<std::string>, const char*> settings[] = {
+        {{"volume", "+3"}, "current=15"},
+        {{"subgain", "9"}, "subgain 9"},
+        {{"mute", "source", "on"}, "source_mute=mute"},
+        {{"mute", "source", "off"}, "source_mute=unmute"},
+        {{"eq", "2", "--freqs", "0,3,6,9,12", "--gains", "1,2,3,4,5", "--qs", "1,1,1,1,1"}, "gains=1,2,3,4,5"},
+        {{"srcgain", "usb=6"}, "usb=6"},
+        {{"mix", "on"}, "mix on"}};
+    for (const auto& [words, shown] : settings) {
+        std::string output;
+        EXPECT_EQ(RunProgram("eqctl", words, output), 0) << output;
+        EXPECT_NE(output.find(shown), std::string::npos) << output;
+    }
+    mcu.Stop(SIGTERM);
+    chain.StopService();
+}
+
 TEST(LinkTest, WiresharkNamesAndLinksThePackets) {
     if (std::system("command -v tshark > /dev/null") != 0) {
         GTEST_SKIP() << "no tshark";

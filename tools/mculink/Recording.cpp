@@ -35,8 +35,9 @@ bool RecordingWriter::Open(const std::string& path, std::string& error) {
 bool RecordingWriter::Write(const LinkPacket& packet) {
     const std::string record = std::string(1, static_cast<char>(packet.direction)) + packet.block;
     pcap_pkthdr header{};
-    header.ts.tv_sec = packet.time.count() / kNanoseconds;
-    header.ts.tv_usec = packet.time.count() % kNanoseconds; // nanoseconds, as the precision is
+    header.ts.tv_sec = static_cast<time_t>(packet.time.count() / kNanoseconds);
+    header.ts.tv_usec =
+        static_cast<suseconds_t>(packet.time.count() % kNanoseconds); // nanoseconds, as the precision is
     header.caplen = header.len = static_cast<bpf_u_int32>(record.size());
     pcap_dump(reinterpret_cast<u_char*>(m_dumper.get()), &header, reinterpret_cast<const u_char*>(record.data()));
     return pcap_dump_flush(m_dumper.get()) == 0;

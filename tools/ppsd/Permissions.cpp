@@ -9,16 +9,14 @@ namespace ppsd {
 
 namespace {
 
-/// The supplementary groups of a connection's peer.
-std::optional<std::vector<gid_t>> GroupsOf(int connection) {
-    std::vector<gid_t> groups;
-    socklen_t bytes = 0;
+/// The supplementary groups of a connection's peer; none where the kernel can't tell them.
+std::vector<gid_t> GroupsOf(int connection) {
+    constexpr std::size_t kUsual = 32;
+    std::vector<gid_t> groups(kUsual);
+    auto bytes = static_cast<socklen_t>(groups.size() * sizeof(gid_t));
     while (::getsockopt(connection, SOL_SOCKET, SO_PEERGROUPS, groups.data(), &bytes) != 0) {
-        if (errno == ENODATA) {
-            return std::vector<gid_t>();
-        }
         if (errno != ERANGE || bytes <= groups.size() * sizeof(gid_t)) {
-            return std::nullopt;
+            return {};
         }
         groups.resize(bytes / sizeof(gid_t));
     }
@@ -34,11 +32,7 @@ std::optional<Identity> PeerOf(int connection) {
     if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) {
         return std::nullopt;
     }
-    std::optional<std::vector<gid_t>> groups = GroupsOf(connection);
-    if (!groups) {
-        return std::nullopt;
-    }
-    return Identity{peer.uid, peer.gid, std::move(*groups)};
+    return Identity{peer.uid, peer.gid, GroupsOf(connection)};
 }
 
 bool Allows(const Permissions& permissions, const Identity& who, Access wanted) noexcept {

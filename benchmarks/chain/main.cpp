@@ -52,7 +52,7 @@ std::vector<Series> Measure(const Kind& kind, std::vector<std::unique_ptr<Chain>
         for (std::size_t i = 0; i < chains.size(); ++i) {
             const long time = chains[i]->Pass(kind);
             if (round >= 0) {
-                series[i].floor.push_back(least);
+                series[i].base.push_back(least);
                 series[i].times.push_back(time);
             }
         }
@@ -78,8 +78,8 @@ void MeasureTimes(const Options& options, int processors, std::vector<std::uniqu
             row.Text("log", kLogModes[i].name);
             row.Number("median_us", bench::Median(series[i].times) / 1000, 1);
             row.Number("p99_us", bench::Quantile(series[i].times, 0.99) / 1000, 1);
-            row.Number("floor_us", bench::Median(series[i].floor) / 1000, 1);
-            row.Number("floor_p99_us", bench::Quantile(series[i].floor, 0.99) / 1000, 1);
+            row.Number("floor_us", bench::Median(series[i].base) / 1000, 1);
+            row.Number("floor_p99_us", bench::Quantile(series[i].base, 0.99) / 1000, 1);
             row.Number("ratio", bench::Median(ratios), 2);
             row.Number("ratio_q1", bench::Quantile(ratios, 0.25), 2);
             row.Number("ratio_q3", bench::Quantile(ratios, 0.75), 2);

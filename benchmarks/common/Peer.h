@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
+#include <exception>
 #include <functional>
 #include <stdexcept>
 
@@ -30,7 +32,12 @@ public:
     explicit Peer(const std::function<void()>& run) : m_pid(::fork()) {
         if (m_pid == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            run();
+            try {
+                run();
+            } catch (const std::exception& error) {
+                std::fprintf(stderr, "%s\n", error.what());
+                ::_exit(1);
+            }
             ::_exit(0);
         }
         if (m_pid < 0) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <stdexcept>
 #include <vector>
 
 namespace bench {
@@ -10,6 +11,9 @@ namespace bench {
 /// The value below which this share (0 to 1) of the values is.
 template <typename Number>
 double Quantile(std::vector<Number> values, double share) {
+    if (values.empty()) {
+        throw std::runtime_error("too few values");
+    }
     const auto index =
         std::min(values.size() - 1, static_cast<std::size_t>(share * static_cast<double>(values.size())));
     std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(index), values.end());
@@ -21,9 +25,9 @@ double Median(const std::vector<Number>& values) {
     return Quantile(values, 0.5);
 }
 
-/// Times and the floor's, measured in turns, in nanoseconds.
+/// Times and those that they are compared with, measured in turns, in nanoseconds.
 struct Series {
-    std::vector<long> floor;
+    std::vector<long> base;
     std::vector<long> times;
 
     /// The ratios of medians, each of so many turns in a row.
@@ -35,7 +39,7 @@ struct Series {
             const auto block = [at](const std::vector<long>& all) {
                 return std::vector<long>(all.begin() + at, all.begin() + at + static_cast<std::ptrdiff_t>(kBlock));
             };
-            ratios.push_back(Median(block(times)) / Median(block(floor)));
+            ratios.push_back(Median(block(times)) / Median(block(base)));
         }
         return ratios;
     }

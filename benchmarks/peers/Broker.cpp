@@ -24,7 +24,7 @@ void BecomeProgram(const std::vector<std::string>& command) {
     ::_exit(127);
 }
 
-void RetryUntilServed(const std::function<bool()>& connect) {
+void RetryUntilServed(const std::string& program, const std::function<bool()>& connect) {
     constexpr int kTries = 300;
     for (int i = 0; i < kTries; ++i) {
         if (connect()) {
@@ -32,7 +32,7 @@ void RetryUntilServed(const std::function<bool()>& connect) {
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    throw std::runtime_error("is not there; is it installed?");
+    throw std::runtime_error(program + " can't be reached; is it installed?");
 }
 
 } // namespace peers

@@ -26,7 +26,8 @@ public:
     /// Becomes readable when something has come.
     virtual int Fd() const = 0;
     /// Sends values to the other role: the HMI a command, the service what it publishes.
-    virtual void Send(const std::string& name, const Values& values) = 0;
+    /// @param isHeard whether the other role has subscribed to it
+    virtual void Send(const std::string& name, const Values& values, bool isHeard) = 0;
     /// Has the handler called for all that has come, and does not wait.
     virtual void Receive(const Handler& handler) = 0;
 };
@@ -53,7 +54,8 @@ std::unique_ptr<Broker> StartRedis(const std::string& directory);
 [[noreturn]] void BecomeProgram(const std::vector<std::string>& command);
 
 /// Calls @p connect(), which returns whether that worked, until it does. Throws after some seconds.
-void RetryUntilServed(const std::function<bool()>& connect);
+/// @param program what it connects to
+void RetryUntilServed(const std::string& program, const std::function<bool()>& connect);
 
 } // namespace peers
 

@@ -20,6 +20,7 @@ namespace {
 
 constexpr const char* kService = "bench.Audio";
 constexpr const char* kPath = "/bench/audio";
+constexpr const char* kUnheardPath = "/bench/other";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 
 int Check(int result) {
@@ -41,7 +42,7 @@ Bus NewBus() {
 class DbusEndpoint : public Endpoint {
 public:
     DbusEndpoint(const std::string& socket, Role role) : m_role(role), m_bus(NewBus()) {
-        RetryUntilServed([&] {
+        RetryUntilServed(socket, [&] {
             m_bus = NewBus();
             Check(sd_bus_set_address(m_bus.get(), ("unix:path=" + socket).c_str()));
             Check(sd_bus_set_bus_client(m_bus.get(), 1));
@@ -58,12 +59,13 @@ public:
 
     int Fd() const override { return sd_bus_get_fd(m_bus.get()); }
 
-    void Send(const std::string& name, const Values& values) override {
+    void Send(const std::string& name, const Values& values, bool isHeard) override {
         sd_bus_message* made = nullptr;
         if (m_role == Role::kHmi) {
             Check(sd_bus_message_new_method_call(m_bus.get(), &made, kService, kPath, kProperties, "Set"));
         } else {
-            Check(sd_bus_message_new_signal(m_bus.get(), &made, kPath, kProperties, "PropertiesChanged"));
+            Check(sd_bus_message_new_signal(m_bus.get(), &made, isHeard ? kPath : kUnheardPath, kProperties,
+                                            "PropertiesChanged"));
         }
         const Message message(made, &sd_bus_message_unref);
         Check(sd_bus_message_append(made, "s", kService));
@@ -154,12 +156,13 @@ public:
     explicit DbusBroker(const std::string& directory) : m_socket(directory + "/dbus-broker"), m_controller(NewBus()) {
         int ends[2] = {-1, -1};
         Check(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0 ? 0 : -errno);
-        const UniqueFd theirs(ends[1]);
+        UniqueFd theirs(ends[1]);
         m_process.emplace([&] {
             ::close(ends[0]);
             BecomeProgram({"dbus-broker", "--controller", std::to_string(ends[1]), "--machine-id",
                            "00000000000000000000000000000001"});
         });
+        theirs.Reset(); // so that it is noticed where the program is missing
         Check(sd_bus_set_fd(m_controller.get(), ends[0], ends[0]));
         Check(sd_bus_start(m_controller.get()));
         Listen();

@@ -18,7 +18,8 @@ struct Job {
     std::array<Values, 2> values; ///< that the HMI gives in turns; empty: the MCU reports on its own
     mculink::Bytes payload;       ///< of the command to the MCU
     std::size_t place;            ///< where the values stand in the payload, a byte each
-    int messages;                 ///< that the service publishes
+    int messages;                 ///< that the service publishes and the HMI reads
+    int unheard;                  ///< that the service publishes besides, to nobody
 };
 
 const std::vector<Job>& Jobs();

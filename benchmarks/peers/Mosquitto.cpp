@@ -30,7 +30,7 @@ public:
     MosquittoEndpoint(const std::string& socket, Role role)
         : m_role(role), m_client(mosquitto_new(nullptr, true, this), &mosquitto_destroy) {
         mosquitto_message_callback_set(m_client.get(), OnMessage);
-        RetryUntilServed([&] {
+        RetryUntilServed(socket, [&] {
             return mosquitto_connect(m_client.get(), socket.c_str(), 0, kKeepAliveSeconds) == MOSQ_ERR_SUCCESS;
         });
         Check(mosquitto_subscribe(m_client.get(), nullptr, Topic(role, "#").c_str(), 0));
@@ -46,11 +46,11 @@ public:
 
     int Fd() const override { return mosquitto_socket(m_client.get()); }
 
-    void Send(const std::string& name, const Values& values) override {
+    void Send(const std::string& name, const Values& values, bool isHeard) override {
         const std::string text = TextOf(values);
         const Role receiver = m_role == Role::kHmi ? Role::kService : Role::kHmi;
-        Check(mosquitto_publish(m_client.get(), nullptr, Topic(receiver, name).c_str(), static_cast<int>(text.size()),
-                                text.data(), 0, receiver == Role::kHmi));
+        Check(mosquitto_publish(m_client.get(), nullptr, (isHeard ? Topic(receiver, name) : "other/" + name).c_str(),
+                                static_cast<int>(text.size()), text.data(), 0, receiver == Role::kHmi));
     }
 
     /// The handler is called after the library's callback, as that can only queue what is sent in it.

@@ -1,4 +1,5 @@
-// redis: a channel for each role. A value is also kept in a hash, as what is published is not.
+// redis: a channel for each role. A value is also kept in a hash, as what is published is not. The server is told not
+// to answer what is written.
 #include <hiredis/hiredis.h>
 
 #include <optional>
@@ -34,27 +35,20 @@ public:
     RedisEndpoint(const std::string& socket, Role role) : m_role(role), m_in(Connect(socket)), m_out(Connect(socket)) {
         redisAppendCommand(m_in.get(), "SUBSCRIBE %s", Channel(role));
         Next(m_in.get());
+        redisAppendCommand(m_out.get(), "CLIENT REPLY OFF");
+        Flush();
     }
 
     int Fd() const override { return m_in->fd; }
 
-    /// The server answers each command; the answers are read before the next one, when they have come.
-    void Send(const std::string& name, const Values& values) override {
-        for (; m_unanswered > 0; --m_unanswered) {
-            Next(m_out.get());
-        }
+    void Send(const std::string& name, const Values& values, bool isHeard) override {
         const std::string text = TextOf(values);
         if (m_role == Role::kService) {
-            Append("HSET values %s %s", name.c_str(), text.c_str());
+            redisAppendCommand(m_out.get(), "HSET values %s %s", name.c_str(), text.c_str());
         }
-        Append("PUBLISH %s %s:%s", Channel(m_role == Role::kHmi ? Role::kService : Role::kHmi), name.c_str(),
-               text.c_str());
-        int isDone = 0;
-        while (isDone == 0) {
-            if (redisBufferWrite(m_out.get(), &isDone) != REDIS_OK) {
-                throw std::runtime_error(std::string("redis: ") + m_out->errstr);
-            }
-        }
+        const char* const channel = Channel(m_role == Role::kHmi ? Role::kService : Role::kHmi);
+        redisAppendCommand(m_out.get(), "PUBLISH %s %s:%s", isHeard ? channel : "other", name.c_str(), text.c_str());
+        Flush();
     }
 
     void Receive(const Handler& handler) override {
@@ -71,17 +65,20 @@ public:
 private:
     static Context Connect(const std::string& socket) {
         Context context(nullptr, &redisFree);
-        RetryUntilServed([&] {
+        RetryUntilServed(socket, [&] {
             context.reset(redisConnectUnix(socket.c_str()));
             return context && context->err == 0;
         });
         return context;
     }
 
-    template <typename... Arguments>
-    void Append(const char* format, Arguments... arguments) {
-        redisAppendCommand(m_out.get(), format, arguments...);
-        ++m_unanswered;
+    void Flush() {
+        int isDone = 0;
+        while (isDone == 0) {
+            if (redisBufferWrite(m_out.get(), &isDone) != REDIS_OK) {
+                throw std::runtime_error(std::string("redis: ") + m_out->errstr);
+            }
+        }
     }
 
     Reply Buffered() const {
@@ -93,7 +90,6 @@ private:
     Role m_role;
     Context m_in;
     Context m_out;
-    int m_unanswered = 0;
 };
 
 class Redis : public Broker {

@@ -55,11 +55,11 @@ private:
         if (packet.header.Cmd == kAcknowledgement) {
             const auto [job, values] = m_pending.front();
             m_pending.pop_front();
-            for (int i = 0; i < job.messages; ++i) {
-                m_endpoint.Send(job.name, values);
+            for (int i = 0; i < job.messages + job.unheard; ++i) {
+                m_endpoint.Send(job.name, values, i < job.messages);
             }
         } else {
-            m_endpoint.Send("report", {packet.payload.back()});
+            m_endpoint.Send("report", {packet.payload.back()}, true);
         }
         return true;
     }
@@ -105,7 +105,7 @@ long System::Pass(const Job& job) {
         }
     } else {
         m_isSecond = !m_isSecond;
-        m_hmi->Send(job.name, job.values[m_isSecond ? 1 : 0]);
+        m_hmi->Send(job.name, job.values[m_isSecond ? 1 : 0], true);
     }
     pollfd ready{m_hmi->Fd(), POLLIN, 0};
     for (int heard = 0; heard < job.messages;) {

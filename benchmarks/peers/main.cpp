@@ -25,26 +25,27 @@ struct Options {
 
 constexpr chain::LogMode kQuiet{"level 2", 2, false};
 
-/// Measures a job on the chain and on all systems, which take turns. The series' floor is the chain.
+/// Measures a job on the chain and on all systems, which take turns. The series' base is the chain.
 std::vector<bench::Series> Measure(const Job& job, chain::Chain& chain, std::vector<std::unique_ptr<System>>& systems,
                                    const Options& options) {
     const chain::Kind& kind = chain::KindOf(job.kind);
     std::vector<bench::Series> series(systems.size());
     std::vector<long> ours(static_cast<std::size_t>(options.turn));
-    constexpr int kWarmUp = 50;
-    for (int done = -kWarmUp; done < options.rounds; done += options.turn) {
+    bool isWarm = false;
+    while (series[0].times.size() < static_cast<std::size_t>(options.rounds)) {
         for (long& time : ours) {
             time = chain.Pass(kind);
         }
         for (std::size_t i = 0; i < systems.size(); ++i) {
             for (const long time : ours) {
                 const long theirs = systems[i]->Pass(job);
-                if (done >= 0) {
-                    series[i].floor.push_back(time);
+                if (isWarm) {
+                    series[i].base.push_back(time);
                     series[i].times.push_back(theirs);
                 }
             }
         }
+        isWarm = true;
     }
     return series;
 }
@@ -61,11 +62,19 @@ void PrintRow(const Job& job, const std::string& system, const std::vector<long>
     row.Number("ratio_q3", bench::Quantile(ratios, 0.75), 2);
 }
 
+/// Those of them that are installed.
 std::vector<std::unique_ptr<System>> StartAll(const std::string& directory) {
     std::vector<std::unique_ptr<System>> systems;
     for (const auto& start :
          {peers::StartDbusBroker, peers::StartDbusDaemon, peers::StartMosquitto, peers::StartRedis}) {
-        systems.push_back(std::make_unique<System>(start(directory), directory));
+        try {
+            systems.push_back(std::make_unique<System>(start(directory), directory));
+        } catch (const std::exception& error) {
+            std::cerr << "skipped: " << error.what() << "\n";
+        }
+    }
+    if (systems.empty()) {
+        throw std::runtime_error("none of the other systems is installed");
     }
     return systems;
 }
@@ -80,7 +89,7 @@ void Run(const Options& options, const std::string& directory, bench::Json& json
                                  "upper quartile |");
         for (const Job& job : peers::Jobs()) {
             const std::vector<bench::Series> series = Measure(job, chain, systems, options);
-            PrintRow(job, "ppsd and melvane", series[0].floor, {1.0}, json);
+            PrintRow(job, "ppsd and melvane", series[0].base, {1.0}, json);
             for (std::size_t i = 0; i < systems.size(); ++i) {
                 PrintRow(job, systems[i]->Name(), series[i].times, series[i].Ratios(), json);
             }
@@ -111,7 +120,8 @@ int main(int argc, char** argv) {
     try {
         bench::BindToProcessors(options.processors);
         // Where Debian puts mosquitto, which users may not have in their paths.
-        ::setenv("PATH", (std::string(::getenv("PATH")) + ":/usr/sbin").c_str(), 1);
+        const char* const path = ::getenv("PATH");
+        ::setenv("PATH", (std::string(path == nullptr ? "/usr/bin" : path) + ":/usr/sbin").c_str(), 1);
         Run(options, ::mkdtemp(directory.data()), json);
     } catch (const std::exception& error) {
         std::cerr << "peers_benchmark: " << error.what() << "\n";

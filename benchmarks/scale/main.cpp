@@ -95,7 +95,7 @@ void MeasureSubscribers(const std::string& programs, int rounds, int count, bool
     bench::Series series;
     for (int round = 0; round < rounds; ++round) {
         const std::string line = "value:n:" + std::to_string(round);
-        series.floor.push_back(loop.Pass("@object\n" + line + "\n"));
+        series.base.push_back(loop.Pass("@object\n" + line + "\n"));
         const long begin = Now();
         if (::write(writer.Get(), line.data(), line.size()) < 0) {
             throw std::runtime_error("the server takes no write");
@@ -106,8 +106,8 @@ void MeasureSubscribers(const std::string& programs, int rounds, int count, bool
         series.times.push_back(Now() - begin);
     }
     std::printf("| %d | %s | %.1f | %.1f | %.2f |\n", count, hasSilentReader ? "yes" : "no",
-                bench::Median(series.times) / 1000, bench::Median(series.floor) / 1000,
-                bench::Median(series.times) / bench::Median(series.floor));
+                bench::Median(series.times) / 1000, bench::Median(series.base) / 1000,
+                bench::Median(series.times) / bench::Median(series.base));
 }
 
 /// From a write until a subscriber has read it, beside so many other objects.

@@ -53,14 +53,17 @@ bool LogSink::Write(std::string_view line) noexcept {
         };
         isWritten = ReportLoss(write) && WriteWhole(line);
     }
+    if (!isWritten && errno != EAGAIN) {
+        m_nextLookMs = 0; // the file may be gone
+    }
     m_dropped += isWritten || line.empty() ? 0 : 1;
     return isWritten;
 }
 
-/// Looks at standard error, unless that was done just now.
+/// Looks at standard error, unless that was done just now and a wrong way to write could not wait.
 void LogSink::Follow() noexcept {
     const std::int64_t now = NowMs();
-    if (now < m_nextLookMs) {
+    if (m_way != Way::Plain && now < m_nextLookMs) {
         return;
     }
     struct stat standardError {};
@@ -69,6 +72,8 @@ void LogSink::Follow() noexcept {
         m_way = Way::Plain; // every write fails
         m_device = 0;
         m_inode = 0;
+        m_own.Reset();
+        m_restLength = 0;
     } else if (standardError.st_dev != m_device || standardError.st_ino != m_inode) {
         Choose(standardError);
     }

@@ -21,13 +21,15 @@
 ///   pipe, terminal   opened a second time through /proc, non-blocking; where that is not allowed, as for anything
 ///                    else. A pipe is made as large as allowed, so that a burst is not lost
 ///   socket           a send that does not wait
-///   regular file     a plain write, without the lock: it does not wait for a reader
+///   regular file     a plain write, without the lock: it does not wait for a reader. For each line it is looked up
+///                    whether standard error still is one
 ///   anything else    under the lock, a write if poll() reports room; only another process could still fill it
 ///
 /// A line that finds no room is dropped and counted. Before the next line that finds room, a separate line reports
 /// the number. A terminal or stream socket may accept only part of a line. The rest is kept and written first, so that
-/// lines stay whole. As standard error may be redirected at any time, it is looked at again for a line that comes
-/// kFollowMs or later after the last look, but not for each line: that would take as long as the write itself.
+/// lines stay whole. Standard error may be redirected at any time. It is looked at again for a line that comes
+/// kFollowMs or later after the last look, but not for each line, which would take as long as the write itself: lines
+/// of that time may still go to the file that it was.
 ///
 /// Any thread may call it. No call waits while it holds the lock, except in the last case of the table.
 class LogSink {

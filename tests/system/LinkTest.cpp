@@ -12,6 +12,7 @@
 #include <mutex>
 #include <thread>
 
+#include "framework/SystemFiles.h"
 #include "tests/support/FaultBench.h"
 #include "tools/mculink/PacketStream.h"
 #include "tools/mculink/Record.h"

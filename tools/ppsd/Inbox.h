@@ -25,7 +25,7 @@ public:
     void Allocate(std::size_t size);
 
     /// Reads what waits at a socket, and does not wait for more. False with errno where there is nothing, or the
-    /// connection is broken. At the end of a connection the packets are empty.
+    /// connection is broken. At the end of a connection empty packets fill the rest of the room, so that it is full.
     bool Receive(int fd) noexcept;
 
     /// Whether more may wait.

@@ -21,10 +21,10 @@ constexpr std::string_view kSavedObjects = "/var/pps/objects";
 constexpr std::uint64_t kListenerId = ~std::uint64_t{0};
 constexpr std::uint64_t kStopId = kListenerId - 1;
 
-/// When one client has caused this much work, as Broker::Work() measures it, or filled the inbox so often, the other
-/// clients have their turn.
+/// When one client has caused this much work, as Broker::Work() measures it, or was read so often, the other clients
+/// have their turn. The work is looked at before each read, which may bring a few packets.
 constexpr std::uint64_t kTurnWork = 64U * 1024U;
-constexpr int kTurnReads = 32;
+constexpr int kTurnReads = 16;
 constexpr int kNewcomersPerTurn = 64;
 /// At the end the server handles what clients wrote before, in at most this number of turns.
 constexpr int kLastTurns = 2000;

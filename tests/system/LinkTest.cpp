@@ -302,7 +302,7 @@ TEST(LinkTest, TheMcuOfThePageIsEnough) {
         {{"mute", "source", "on"}, "source_mute=mute"},
         {{"mute", "source", "off"}, "source_mute=unmute"},
         {{"eq", "2", "--freqs", "0,3,6,9,12", "--gains", "1,2,3,4,5", "--qs", "1,1,1,1,1"}, "eq type_2"},
-        {{"srcgain", "src=usb gain=6"}, "usb=6"},
+        {{"srcgain", "usb=6"}, "src=usb gain=6"},
         {{"mix", "on"}, "mix on"}};
     for (const auto& [words, shown] : settings) {
         std::string output;

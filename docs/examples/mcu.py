@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
 """A complete MCU: mcu.py SOCKET. It answers queries, accepts every command, and reports a mute that is asked for."""
+import pathlib
 import socket
 import struct
 import sys
@@ -20,6 +21,7 @@ records = {
     7: bytes([7, 10, 11, 12, 13]),
 }
 
+pathlib.Path(sys.argv[1]).unlink(missing_ok=True)  # what an earlier run has left
 listener = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
 listener.bind(sys.argv[1])
 listener.listen()

@@ -18,7 +18,7 @@ install_pages(service 8 melvane.8)
 install_pages(service 5 melvane-pps.5 melvane-link.5)
 
 set(tools ppsd ppsctl mcusim mculink eqctl)
-set_target_properties(melvane TLGPublicLib ${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+set_target_properties(melvane ${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(TLGPublicLib PROPERTIES INSTALL_RPATH "$ORIGIN")
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     # The loader finds them.

@@ -1,4 +1,4 @@
-# The .deb packages: "cmake --preset package && cmake --build --preset package && (cd build/package && cpack)".
+# The .deb packages, which scripts/package makes.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME melvane)
 set(CPACK_PACKAGE_VENDOR "the Melvane developers")

@@ -61,7 +61,7 @@ void Chain::StartService(const std::string& programs, const LogMode& log, const 
         });
     }
     const int error = log.hasReader ? logged.write.Get() : nothing.Get();
-    m_service.emplace([&] { bench::Become(programs + "/melvane", nothing.Get(), error, preload); });
+    m_service.emplace([&] { bench::Become({programs + "/melvane"}, nothing.Get(), error, preload); });
     // It has taken all settings when it has published the last group's.
     const UniqueFd status = bench::OpenObject(std::string(kStatus) + "?delta,wait", bench::kMake);
     std::string text;

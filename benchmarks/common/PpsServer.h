@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "benchmarks/common/Peer.h"
 #include "platform/host/PpsProtocol.h"
@@ -14,8 +15,10 @@ constexpr int kOpen = host::target_flags::kReadWrite;
 constexpr int kMake = kOpen | host::target_flags::kCreate;
 
 /// Becomes a program in this process. Does not return.
+/// @param command the program, a path or a name that is looked up, and its arguments
 /// @param preload a library that is loaded into it; empty: none
-[[noreturn]] void Become(const std::string& program, int output, int error, const std::string& preload = "");
+[[noreturn]] void Become(const std::vector<std::string>& command, int output, int error,
+                         const std::string& preload = "");
 
 /// A PPS server below a root of its own, which TLG_ROOT names from then on.
 class PpsServer {

@@ -7,22 +7,16 @@
 #include <stdexcept>
 #include <thread>
 
+#include "benchmarks/common/PpsServer.h"
+
 namespace peers {
 
-void BecomeProgram(const std::vector<std::string>& command) {
-    const int nothing = ::openat(AT_FDCWD, "/dev/null", O_RDWR); // open() looks below the root
-    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        ::dup2(nothing, fd);
-    }
-    std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const std::string& argument : command) {
-        arguments.push_back(const_cast<char*>(argument.c_str())); // execvp does not change them
-    }
-    arguments.push_back(nullptr);
-    ::execvp(arguments[0], arguments.data());
-    ::_exit(127);
-}
+BrokerProcess::BrokerProcess(const std::vector<std::string>& command)
+    : m_process([&command] {
+          const int nothing = ::openat(AT_FDCWD, "/dev/null", O_RDWR); // open() looks below the root
+          ::dup2(nothing, STDIN_FILENO);
+          bench::Become(command, nothing, nothing);
+      }) {}
 
 void RetryUntilServed(const std::string& program, const std::function<bool()>& connect) {
     constexpr int kTries = 300;

@@ -5,7 +5,10 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "benchmarks/common/Peer.h"
 
 namespace peers {
 
@@ -50,8 +53,31 @@ std::unique_ptr<Broker> StartDbusBroker(const std::string& directory);
 std::unique_ptr<Broker> StartMosquitto(const std::string& directory);
 std::unique_ptr<Broker> StartRedis(const std::string& directory);
 
-/// Becomes a program in this process, silently. Does not return.
-[[noreturn]] void BecomeProgram(const std::vector<std::string>& command);
+/// A broker's program, which prints nothing; ended by the destructor.
+class BrokerProcess {
+public:
+    explicit BrokerProcess(const std::vector<std::string>& command);
+
+private:
+    bench::Peer m_process;
+};
+
+/// A broker that is a program with a socket of its own and needs nothing else. Its endpoints are made of the socket's
+/// path and their role.
+template <typename EndpointKind>
+class PlainBroker : public Broker {
+public:
+    PlainBroker(const char* name, std::string socket, const std::vector<std::string>& command)
+        : m_name(name), m_socket(std::move(socket)), m_process(command) {}
+
+    const char* Name() const override { return m_name; }
+    std::unique_ptr<Endpoint> Connect(Role role) override { return std::make_unique<EndpointKind>(m_socket, role); }
+
+private:
+    const char* m_name;
+    std::string m_socket;
+    BrokerProcess m_process;
+};
 
 /// Calls @p connect(), which returns whether that worked, until it does. Throws after some seconds.
 /// @param program what it connects to

@@ -1,5 +1,6 @@
 // dbus-daemon and dbus-broker. A command sets a property without asking for a reply, and a value is published as the
 // signal that the property has changed, both as arrays of integers.
+#include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <systemd/sd-bus.h>
@@ -10,7 +11,6 @@
 #include <optional>
 #include <stdexcept>
 
-#include "benchmarks/common/Peer.h"
 #include "benchmarks/peers/Broker.h"
 #include "platform/posix/UniqueFd.h"
 
@@ -129,27 +129,6 @@ private:
     const Handler* m_handler = nullptr;
 };
 
-class DbusDaemon : public Broker {
-public:
-    explicit DbusDaemon(const std::string& directory) : m_socket(directory + "/dbus-daemon") {
-        const std::string configuration = m_socket + ".conf";
-        std::ofstream(configuration)
-            << "<busconfig><type>session</type><listen>unix:path=" << m_socket
-            << R"(</listen><policy context="default"><allow send_destination="*"/><allow receive_sender="*"/>)"
-            << R"(<allow own="*"/></policy></busconfig>)";
-        m_process.emplace([&] {
-            BecomeProgram({"dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + configuration});
-        });
-    }
-
-    const char* Name() const override { return "dbus-daemon"; }
-    std::unique_ptr<Endpoint> Connect(Role role) override { return std::make_unique<DbusEndpoint>(m_socket, role); }
-
-private:
-    std::string m_socket;
-    std::optional<bench::Peer> m_process;
-};
-
 /// dbus-broker is told by its controller, usually systemd's launcher, where to listen and what is allowed.
 class DbusBroker : public Broker {
 public:
@@ -157,11 +136,9 @@ public:
         int ends[2] = {-1, -1};
         Check(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) == 0 ? 0 : -errno);
         UniqueFd theirs(ends[1]);
-        m_process.emplace([&] {
-            ::close(ends[0]);
-            BecomeProgram({"dbus-broker", "--controller", std::to_string(ends[1]), "--machine-id",
-                           "00000000000000000000000000000001"});
-        });
+        ::fcntl(ends[0], F_SETFD, FD_CLOEXEC);
+        m_process.emplace(std::vector<std::string>{"dbus-broker", "--controller", std::to_string(ends[1]),
+                                                   "--machine-id", "00000000000000000000000000000001"});
         theirs.Reset(); // so that it is noticed where the program is missing
         Check(sd_bus_set_fd(m_controller.get(), ends[0], ends[0]));
         Check(sd_bus_start(m_controller.get()));
@@ -210,13 +187,21 @@ private:
 
     std::string m_socket;
     Bus m_controller;
-    std::optional<bench::Peer> m_process;
+    std::optional<BrokerProcess> m_process;
 };
 
 } // namespace
 
 std::unique_ptr<Broker> StartDbusDaemon(const std::string& directory) {
-    return std::make_unique<DbusDaemon>(directory);
+    const std::string socket = directory + "/dbus-daemon";
+    const std::string configuration = socket + ".conf";
+    std::ofstream(configuration)
+        << "<busconfig><type>session</type><listen>unix:path=" << socket
+        << R"(</listen><policy context="default"><allow send_destination="*"/><allow receive_sender="*"/>)"
+        << R"(<allow own="*"/></policy></busconfig>)";
+    return std::make_unique<PlainBroker<DbusEndpoint>>(
+        "dbus-daemon", socket,
+        std::vector<std::string>{"dbus-daemon", "--nofork", "--nopidfile", "--config-file=" + configuration});
 }
 
 std::unique_ptr<Broker> StartDbusBroker(const std::string& directory) {

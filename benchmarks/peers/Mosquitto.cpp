@@ -2,10 +2,8 @@
 #include <mosquitto.h>
 
 #include <fstream>
-#include <optional>
 #include <stdexcept>
 
-#include "benchmarks/common/Peer.h"
 #include "benchmarks/peers/Broker.h"
 #include "benchmarks/peers/ValuesText.h"
 
@@ -78,30 +76,15 @@ private:
     std::vector<std::pair<std::string, Values>> m_received;
 };
 
-class Mosquitto : public Broker {
-public:
-    explicit Mosquitto(const std::string& directory) : m_socket(directory + "/mosquitto") {
-        mosquitto_lib_init();
-        const std::string configuration = m_socket + ".conf";
-        std::ofstream(configuration) << "listener 0 " << m_socket
-                                     << "\nallow_anonymous true\nuser root\nlog_type none\n";
-        m_process.emplace([&] { BecomeProgram({"mosquitto", "-c", configuration}); });
-    }
-
-    const char* Name() const override { return "mosquitto"; }
-    std::unique_ptr<Endpoint> Connect(Role role) override {
-        return std::make_unique<MosquittoEndpoint>(m_socket, role);
-    }
-
-private:
-    std::string m_socket;
-    std::optional<bench::Peer> m_process;
-};
-
 } // namespace
 
 std::unique_ptr<Broker> StartMosquitto(const std::string& directory) {
-    return std::make_unique<Mosquitto>(directory);
+    mosquitto_lib_init();
+    const std::string socket = directory + "/mosquitto";
+    const std::string configuration = socket + ".conf";
+    std::ofstream(configuration) << "listener 0 " << socket << "\nallow_anonymous true\nuser root\nlog_type none\n";
+    return std::make_unique<PlainBroker<MosquittoEndpoint>>("mosquitto", socket,
+                                                            std::vector<std::string>{"mosquitto", "-c", configuration});
 }
 
 } // namespace peers

@@ -2,10 +2,8 @@
 // to answer what is written.
 #include <hiredis/hiredis.h>
 
-#include <optional>
 #include <stdexcept>
 
-#include "benchmarks/common/Peer.h"
 #include "benchmarks/peers/Broker.h"
 #include "benchmarks/peers/ValuesText.h"
 
@@ -92,27 +90,14 @@ private:
     Context m_out;
 };
 
-class Redis : public Broker {
-public:
-    explicit Redis(const std::string& directory) : m_socket(directory + "/redis") {
-        m_process.emplace([&] {
-            BecomeProgram(
-                {"redis-server", "--port", "0", "--unixsocket", m_socket, "--save", "", "--appendonly", "no"});
-        });
-    }
-
-    const char* Name() const override { return "redis"; }
-    std::unique_ptr<Endpoint> Connect(Role role) override { return std::make_unique<RedisEndpoint>(m_socket, role); }
-
-private:
-    std::string m_socket;
-    std::optional<bench::Peer> m_process;
-};
-
 } // namespace
 
 std::unique_ptr<Broker> StartRedis(const std::string& directory) {
-    return std::make_unique<Redis>(directory);
+    const std::string socket = directory + "/redis";
+    return std::make_unique<PlainBroker<RedisEndpoint>>("redis", socket,
+                                                        std::vector<std::string>{"redis-server", "--port", "0",
+                                                                                 "--unixsocket", socket, "--save", "",
+                                                                                 "--appendonly", "no"});
 }
 
 } // namespace peers

@@ -148,7 +148,7 @@ void MeasureStart(const std::string& programs, int rounds) {
         const long begin = Now();
         const Peer service([&] {
             const int nothing = ::openat(AT_FDCWD, "/dev/null", O_RDWR); // open() looks below the root
-            bench::Become(programs + "/melvane", nothing, nothing);
+            bench::Become({programs + "/melvane"}, nothing, nothing);
         });
         pollfd newcomer{mcu.Fd(), POLLIN, 0};
         ::poll(&newcomer, 1, -1);

@@ -79,7 +79,8 @@ TEST(ExplainTest, ShowsForEachCommandWhatCameOfIt) {
     WriteObject(kControl, "zoaudiomix::on");
     follows({"status [n]zoaudiomix::on"});
     WriteObject(kNavigation, "navivolume:n:75");
-    follows({"\"val\":[12,30,15,20]", "status [n]zoextra_vol:json:{\"vol_type\":5", "[n]navivolume:n:75"});
+    follows({"\"val\":[12,30,15,20]", "status [n]zoextra_vol:json:{\"vol_type\":5"});
+    EXPECT_TRUE(watch.WaitFor("[n]navivolume:n:75", 2)); // the navigation's own line, and what is published
     Order("fade 1 2 3 4");
     follows({"zofade_balance:json:{\"ff\":1,"});
     chain.StopService();

@@ -22,6 +22,7 @@ bool ParseNumber(std::string_view& text, unsigned& number, int base) {
 } // namespace
 
 PpsOptions SplitOptions(std::string_view& path) {
+    constexpr std::string_view kAttributes = "f=";
     PpsOptions options;
     const std::size_t mark = path.find('?');
     if (mark == std::string_view::npos) {
@@ -37,6 +38,10 @@ PpsOptions SplitOptions(std::string_view& path) {
         options.notPersistent |= option == "nopersist";
         options.acknowledge |= option == "ack";
         options.isKept |= option == "kept";
+        options.isFile |= option == "file";
+        if (option.substr(0, kAttributes.size()) == kAttributes) {
+            options.attributes = option.substr(kAttributes.size());
+        }
         rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
     }
     return options;
@@ -72,13 +77,20 @@ std::optional<PpsOpen> ParseOpen(std::string_view text, PpsReply& refusal) {
 }
 
 std::string Render(const PpsReply& reply) {
-    return reply.error == 0 ? "ok" : "error " + std::to_string(reply.error) + " " + reply.reason;
+    if (reply.error == 0) {
+        return reply.reason.empty() ? "ok" : "ok " + reply.reason;
+    }
+    return "error " + std::to_string(reply.error) + " " + reply.reason;
 }
 
 PpsReply ParseReply(std::string_view text) {
+    constexpr std::string_view kOk = "ok ";
     constexpr std::string_view kError = "error ";
-    if (text == "ok") {
+    if (text == kOk.substr(0, 2)) {
         return {};
+    }
+    if (text.substr(0, kOk.size()) == kOk) {
+        return {0, std::string(text.substr(kOk.size()))};
     }
     PpsReply reply{EPROTO, "not the answer of a PPS server"};
     if (text.substr(0, kError.size()) == kError) {

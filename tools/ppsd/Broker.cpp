@@ -6,6 +6,8 @@
 //   attached          write   -> refused, with an answer where the client wants one
 //                             -> applied -> published to the others: appended to each backlog, and sent as far as
 //                                           their connections have room
+//   attached as a file          a write in the same way, always with an answer; a read is answered from the backlog,
+//                               which is not sent by itself
 //
 // Until a write is applied nothing has changed, so up to then a lack of memory makes the request fail. What comes after
 // can't fail: it needs no memory, or can do without. Where there is no memory for a group, the backlogs note it as
@@ -16,7 +18,9 @@
 #include "tools/ppsd/Broker.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -56,26 +60,25 @@ bool Broker::Receive(Client& client, std::string_view packet) {
     if (client.node == nullptr) {
         return Request(client, packet);
     }
-    Write(client, packet);
+    if (client.isFile) {
+        return Serve(client, packet);
+    }
+    const host::PpsReply reply = Write(client, packet);
+    if (client.acknowledge) {
+        Reply(client, reply);
+    }
     return true;
 }
 
 bool Broker::Request(Client& client, std::string_view request) {
-    host::PpsReply reply;
     if (request.size() > host::kMaxRequest) {
         Reply(client, Refusal(EMSGSIZE, "too long a request"));
     } else if (SkipWord(request, "open ")) {
-        const std::optional<host::PpsOpen> open = host::ParseOpen(request, reply);
-        reply = open ? Open(client, *open) : reply;
-        if (!Reply(client, reply) || reply.error != 0) {
-            return false;
-        }
-        if (client.granted.reads) {
-            client.delta ? Add(client, std::make_shared<const std::string>(client.node->object.State()), '@')
-                         : client.backlog.AddState();
-            Flush(client);
-        }
-        return true;
+        return OpenRequest(client, request);
+    } else if (SkipWord(request, "stat ")) {
+        return Reply(client, Describe(request));
+    } else if (SkipWord(request, "entries ")) {
+        return Reply(client, Entries(request));
     } else if (SkipWord(request, "list ")) {
         List(client, request);
     } else if (SkipWord(request, "delete ")) {
@@ -84,6 +87,44 @@ bool Broker::Request(Client& client, std::string_view request) {
         Reply(client, Refusal(EPROTO, "unknown request"));
     }
     return false;
+}
+
+bool Broker::OpenRequest(Client& client, std::string_view request) {
+    host::PpsReply reply;
+    const std::optional<host::PpsOpen> open = host::ParseOpen(request, reply);
+    reply = open ? Open(client, *open) : reply;
+    if (!Reply(client, reply) || reply.error != 0) {
+        return false;
+    }
+    if (client.granted.reads) {
+        client.delta ? Add(client, std::make_shared<const std::string>(client.node->object.State()), '@')
+                     : client.backlog.AddState();
+        Flush(client);
+    }
+    return true;
+}
+
+/// Handles a packet of a client that has an object open as a file. False when the connection is to end, also where the
+/// client does not take its answers.
+bool Broker::Serve(Client& client, std::string_view packet) {
+    if (packet[0] == host::kWriteRequest) {
+        return Reply(client, Write(client, packet.substr(1)));
+    }
+    if (packet == std::string_view(&host::kReadRequest, 1)) {
+        return AnswerRead(client);
+    }
+    Reply(client, Refusal(EPROTO, "unknown request"));
+    return false;
+}
+
+bool Broker::AnswerRead(Client& client) {
+    client.waitsForInput = true;
+    if (client.backlog.Empty()) {
+        return Send(client, host::kNothing) == Channel::Sent::Yes;
+    }
+    const Channel::Sent sent = SendNext(client);
+    Notify(client);
+    return sent == Channel::Sent::Yes;
 }
 
 /// Whether the client may open the node in the way it asks for.
@@ -114,8 +155,11 @@ host::PpsReply Broker::Open(Client& client, const host::PpsOpen& open) {
     }
     Attach(client, open);
     Node& node = *client.node;
-    if (!node.exists && !m_tree.HasRoom(node, client.identity.user)) {
-        return Refusal(ENOSPC, "the user has too many objects, or too large ones");
+    if (!node.exists) {
+        refusal = JudgeMaking(client, node);
+        if (refusal.error != 0) {
+            return refusal;
+        }
     }
     if (!node.exists && !client.acknowledge) {
         // For a client that wants acknowledgements, the first write that is not refused makes the object.
@@ -132,6 +176,7 @@ host::PpsReply Broker::Open(Client& client, const host::PpsOpen& open) {
 
 /// Adds the client to those that have the object open, and notes what it asked for.
 void Broker::Attach(Client& client, const host::PpsOpen& open) {
+    client.filter = AttributeFilter(open.options.attributes);
     Node& node = m_tree.Reach(open.path);
     client.node = &node;
     node.clients.push_back(&client);
@@ -142,6 +187,20 @@ void Broker::Attach(Client& client, const host::PpsOpen& open) {
     client.delta = open.options.delta;
     client.acknowledge = open.options.acknowledge;
     client.isKept = open.options.isKept;
+    client.isFile = open.options.isFile;
+}
+
+/// Whether the client may make the node an object: as among files, none is in the place of another's directory.
+host::PpsReply Broker::JudgeMaking(const Client& client, const Node& node) const {
+    if (m_tree.IsDirectory(node.path)) {
+        return Refusal(EISDIR);
+    }
+    if (m_tree.IsBelowObject(node.path)) {
+        return Refusal(ENOTDIR);
+    }
+    return m_tree.HasRoom(node, client.identity.user)
+               ? host::PpsReply()
+               : Refusal(ENOSPC, "the user has too many objects, or too large ones");
 }
 
 /// Makes the object for a client whose user has room for it. All clients that have it open are notified, except
@@ -180,6 +239,41 @@ host::PpsReply Broker::DeleteObject(const Client& client, std::string_view path)
     return {};
 }
 
+/// The reply to a "stat" request.
+host::PpsReply Broker::Describe(std::string_view path) const {
+    const Node* const node = m_tree.Find(path);
+    if (node == nullptr || !node->exists) {
+        return m_tree.IsDirectory(path) ? host::PpsReply{0, "directory"} : Refusal(ENOENT);
+    }
+    constexpr long kNanoseconds = 1000000000;
+    const Permissions& whose = node->permissions;
+    const auto changed = std::chrono::nanoseconds(node->changed.time_since_epoch()).count();
+    std::array<char, 160> text{};
+    std::snprintf(text.data(), text.size(), "object %lu %lu %lo %zu %lld %ld", static_cast<unsigned long>(whose.owner),
+                  static_cast<unsigned long>(whose.group), static_cast<unsigned long>(whose.mode),
+                  node->object.StateSize(), static_cast<long long>(changed / kNanoseconds),
+                  static_cast<long>(changed % kNanoseconds));
+    return {0, text.data()};
+}
+
+/// The reply to an "entries" request.
+host::PpsReply Broker::Entries(std::string_view directoryAndEntry) const {
+    const std::string_view path = directoryAndEntry.substr(0, directoryAndEntry.find(' '));
+    const std::string_view after = directoryAndEntry.substr(std::min(path.size() + 1, directoryAndEntry.size()));
+    if (!m_tree.IsDirectory(path)) {
+        return Refusal(m_tree.Find(path) == nullptr ? ENOENT : ENOTDIR);
+    }
+    host::PpsReply reply;
+    m_tree.ForEachEntry(path, after, [&reply](std::string_view name, bool isDirectory) {
+        if (reply.reason.size() + name.size() >= kMaxWrite) {
+            return false;
+        }
+        reply.reason.append(name).append(isDirectory ? "/\n" : "\n");
+        return true;
+    });
+    return reply;
+}
+
 void Broker::List(Client& client, std::string_view after) {
     if (!Reply(client, {})) {
         return;
@@ -197,14 +291,12 @@ void Broker::List(Client& client, std::string_view after) {
     }
 }
 
-void Broker::Write(Client& client, std::string_view text) {
-    const host::PpsReply reply = ApplyWrite(client, text);
+host::PpsReply Broker::Write(Client& client, std::string_view text) {
+    host::PpsReply reply = ApplyWrite(client, text);
     if (reply.error != 0) {
         m_report(client.node->path, "write refused: " + reply.reason);
     }
-    if (client.acknowledge) {
-        Reply(client, reply);
-    }
+    return reply;
 }
 
 host::PpsReply Broker::ApplyWrite(Client& client, std::string_view text) {
@@ -212,8 +304,11 @@ host::PpsReply Broker::ApplyWrite(Client& client, std::string_view text) {
     if (!client.granted.writes) {
         return client.asked.writes ? Refusal(EACCES) : Refusal(EBADF, "not open for writing");
     }
-    if (!node.exists && !m_tree.HasRoom(node, client.identity.user)) {
-        return Refusal(ENOSPC, "the user has too many objects, or too large ones");
+    if (!node.exists) {
+        host::PpsReply refusal = JudgeMaking(client, node);
+        if (refusal.error != 0) {
+            return refusal;
+        }
     }
     const ApplyResult result = m_tree.Apply(node, text, client.identity.user);
     if (!result.error.empty()) {
@@ -229,8 +324,9 @@ host::PpsReply Broker::ApplyWrite(Client& client, std::string_view text) {
 }
 
 void Broker::Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept {
-    const auto receives = [writer, mark](const Client* client) {
-        return client != writer && (client->granted.reads || (client->isKept && mark == "-"));
+    const auto receives = [writer, mark, changes](const Client* client) {
+        return client != writer && (client->granted.reads || (client->isKept && mark == "-")) &&
+               (!mark.empty() || client->filter.LetsThrough(changes));
     };
     Packet group;
     if (std::any_of(node.clients.begin(), node.clients.end(), receives)) {
@@ -278,16 +374,44 @@ Channel::Sent Broker::Send(Client& client, std::string_view packet) noexcept {
 }
 
 void Broker::Flush(Client& client) noexcept {
+    if (client.isFile) {
+        Notify(client);
+        return;
+    }
     while (!client.backlog.Empty()) {
-        if (Send(client, client.backlog.Next(client.node->object, m_scratch)) == Channel::Sent::NoRoom) {
+        if (SendNext(client) == Channel::Sent::NoRoom) {
             WatchForRoom(client, true);
             return;
         }
+    }
+    WatchForRoom(client, false);
+}
+
+/// Notifies a file, once, that there is something to read.
+void Broker::Notify(Client& client) noexcept {
+    if (client.waitsForInput && !client.backlog.Empty()) {
+        client.waitsForInput = Send(client, host::kReady) == Channel::Sent::NoRoom;
+        WatchForRoom(client, client.waitsForInput);
+    }
+}
+
+/// Sends the next packet of the client's backlog, and removes it where there was room.
+Channel::Sent Broker::SendNext(Client& client) noexcept {
+    std::string_view packet = client.backlog.Next(client.node->object, m_scratch);
+    if (!client.filter.LetsAllThrough()) {
+        if (packet.data() != m_scratch.data()) {
+            m_scratch.assign(packet);
+        }
+        client.filter.Apply(m_scratch);
+        packet = m_scratch;
+    }
+    const Channel::Sent sent = Send(client, packet);
+    if (sent != Channel::Sent::NoRoom) {
         const std::size_t before = client.backlog.Cost();
         client.backlog.RemoveNext();
         m_quota.Change(client.identity.user, Bound::Backlog, before, client.backlog.Cost());
     }
-    WatchForRoom(client, false);
+    return sent;
 }
 
 void Broker::WatchForRoom(Client& client, bool watch) noexcept {

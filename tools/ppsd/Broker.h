@@ -46,17 +46,25 @@ public:
 private:
     /// @param request a packet of a client that has no object open yet
     bool Request(Client& client, std::string_view request);
+    bool OpenRequest(Client& client, std::string_view request);
+    bool Serve(Client& client, std::string_view packet);
+    bool AnswerRead(Client& client);
     host::PpsReply Open(Client& client, const host::PpsOpen& open);
     host::PpsReply Judge(const Client& client, const host::PpsOpen& open, const Node* node, Access needed) const;
     void Attach(Client& client, const host::PpsOpen& open);
+    host::PpsReply JudgeMaking(const Client& client, const Node& node) const;
     host::PpsReply DeleteObject(const Client& client, std::string_view path);
+    host::PpsReply Describe(std::string_view path) const;
+    host::PpsReply Entries(std::string_view directoryAndEntry) const;
     void List(Client& client, std::string_view after);
-    void Write(Client& client, std::string_view text);
+    host::PpsReply Write(Client& client, std::string_view text);
     host::PpsReply ApplyWrite(Client& client, std::string_view text);
     void Make(Node& node, Client& creator, const Client* excluded);
     /// Sends a change to every subscriber but @p writer.
     void Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept;
     void Add(Client& client, const Packet& group, char mark) noexcept;
+    void Notify(Client& client) noexcept;
+    Channel::Sent SendNext(Client& client) noexcept;
     bool Reply(Client& client, const host::PpsReply& reply);
     Channel::Sent Send(Client& client, std::string_view packet) noexcept;
     void WatchForRoom(Client& client, bool watch) noexcept;

@@ -5,6 +5,7 @@
 
 #include <string_view>
 
+#include "tools/ppsd/AttributeFilter.h"
 #include "tools/ppsd/Backlog.h"
 #include "tools/ppsd/Permissions.h"
 
@@ -45,7 +46,10 @@ struct Client {
     bool notPersistent = false;
     bool delta = false;
     bool acknowledge = false;
-    bool isKept = false; ///< is notified when the object is deleted, though it does not read
+    bool isKept = false;       ///< is notified when the object is deleted, though it does not read
+    bool isFile = false;       ///< is sent what it asks for
+    bool waitsForInput = true; ///< whether a file is to be notified of the next thing to read
+    AttributeFilter filter;
     Backlog backlog;
     bool waitsForRoom = false; ///< whether the channel is watched for room to send
 };

@@ -162,6 +162,14 @@ void Object::AppendHead(std::string& text, std::string_view mark) const {
     text.append(mark).append(m_persistent ? "@" : "[n]@").append(m_name).append("\n");
 }
 
+std::size_t Object::StateSize() const noexcept {
+    std::size_t size = m_name.size() + (m_persistent ? 2 : 5);
+    for (const Attribute& attribute : m_attributes) {
+        size += attribute.TextSize() - (attribute.persistent ? 3 : 0);
+    }
+    return size;
+}
+
 std::string Object::State() const {
     std::string text;
     AppendState(text);

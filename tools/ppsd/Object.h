@@ -57,6 +57,9 @@ public:
     /// The approximate number of bytes of memory that the attributes take.
     std::size_t Footprint() const noexcept { return m_textSize + m_attributes.size() * kAttributeBytes; }
 
+    /// The number of bytes of State().
+    std::size_t StateSize() const noexcept;
+
     /// The object's text: its head and one line an attribute, in the order of their first writing.
     std::string State() const;
     void AppendState(std::string& text) const;

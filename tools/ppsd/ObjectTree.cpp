@@ -63,6 +63,7 @@ bool ObjectTree::Make(Node& node, const Permissions& permissions) {
     }
     node.exists = true;
     node.permissions = permissions;
+    node.changed = std::chrono::system_clock::now();
     Charge(node);
     return true;
 }
@@ -79,6 +80,7 @@ ApplyResult ObjectTree::Apply(Node& node, std::string_view text, uid_t writer) {
     const std::size_t base = node.exists ? 0 : BaseBytes(node);
     ApplyResult result = node.object.Apply(text, left - std::min(left, base));
     if (node.exists && result.error.empty()) {
+        node.changed = std::chrono::system_clock::now();
         Charge(node);
     }
     return result;
@@ -87,6 +89,7 @@ ApplyResult ObjectTree::Apply(Node& node, std::string_view text, uid_t writer) {
 void ObjectTree::Truncate(Node& node) noexcept {
     node.object.Truncate();
     if (node.exists) {
+        node.changed = std::chrono::system_clock::now();
         Charge(node);
     }
 }
@@ -102,6 +105,47 @@ void ObjectTree::Delete(Node& node) noexcept {
 void ObjectTree::DropIfUnused(const Node* node) noexcept {
     if (!node->exists && node->clients.empty()) {
         m_nodes.erase(m_nodes.find(node->path));
+    }
+}
+
+bool ObjectTree::IsDirectory(std::string_view path) const {
+    bool isDirectory = path == kDirectory.substr(0, kDirectory.size() - 1);
+    if (!isDirectory) {
+        ForEachEntry(path, {}, [&isDirectory](std::string_view /*name*/, bool /*isDirectory*/) {
+            isDirectory = true;
+            return false;
+        });
+    }
+    return isDirectory;
+}
+
+bool ObjectTree::IsBelowObject(std::string_view path) const {
+    for (std::size_t end = path.find('/', kDirectory.size()); end != std::string_view::npos;
+         end = path.find('/', end + 1)) {
+        const Node* const node = Find(path.substr(0, end));
+        if (node != nullptr && node->exists) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void ObjectTree::ForEachEntry(std::string_view directory, std::string_view after,
+                              const std::function<bool(std::string_view, bool)>& visit) const {
+    const std::string prefix = std::string(directory) + "/";
+    // What follows everything below a directory.
+    const auto past = [&prefix](std::string_view name) { return prefix + std::string(name) + char{'/' + 1}; };
+    const bool isAfterDirectory = !after.empty() && after.back() == '/';
+    auto at = isAfterDirectory ? m_nodes.lower_bound(past(after.substr(0, after.size() - 1)))
+                               : m_nodes.upper_bound(prefix + std::string(after));
+    while (at != m_nodes.end() && at->first.compare(0, prefix.size(), prefix) == 0) {
+        const std::string_view rest = std::string_view(at->first).substr(prefix.size());
+        const std::string_view name = rest.substr(0, rest.find('/'));
+        const bool isDirectory = name.size() < rest.size();
+        if (at->second->exists && !visit(name, isDirectory)) {
+            return;
+        }
+        at = at->second->exists && isDirectory ? m_nodes.lower_bound(past(name)) : std::next(at);
     }
 }
 

@@ -1,6 +1,7 @@
 #ifndef TLG_TOOLS_PPSD_OBJECTTREE_H
 #define TLG_TOOLS_PPSD_OBJECTTREE_H
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -24,8 +25,9 @@ struct Node {
     std::string path;
     Object object;
     bool exists = false;
-    Permissions permissions; ///< of the object; after its deletion, the last ones
-    std::size_t charged = 0; ///< the bytes that its owner is charged for
+    Permissions permissions;                       ///< of the object; after its deletion, the last ones
+    std::size_t charged = 0;                       ///< the bytes that its owner is charged for
+    std::chrono::system_clock::time_point changed; ///< when it was made, written or truncated last
     std::vector<Client*> clients;
 };
 
@@ -62,6 +64,18 @@ public:
 
     /// Drops the node if it neither exists as an object nor is open.
     void DropIfUnused(const Node* node) noexcept;
+
+    /// Whether the path is that of the root, or of a directory with an object below it. There are no others.
+    bool IsDirectory(std::string_view path) const;
+
+    /// Whether an object is at a part of the path.
+    bool IsBelowObject(std::string_view path) const;
+
+    /// Calls @p visit(name, isDirectory) for what a directory holds, as long as it returns true.
+    ///
+    /// @param after begins after this one, a directory with a slash after its name; empty: at the first
+    void ForEachEntry(std::string_view directory, std::string_view after,
+                      const std::function<bool(std::string_view, bool)>& visit) const;
 
     /// Calls @p visit for the existing objects with a path after @p path, in order, as long as it returns true.
     void ForEachAfter(std::string_view path, const std::function<bool(const Node&)>& visit) const;

@@ -59,7 +59,8 @@ bool Server::Start(std::string& error) {
         return false;
     }
     // The memory that the server itself needs is allocated now, before clients can use it up.
-    m_inbox.Allocate(kMaxWrite + 1);
+    // Room for a byte more than the largest write, so that a larger one is known, and for the mark of a file's write.
+    m_inbox.Allocate(kMaxWrite + 2);
     m_saveBuffer.reserve(kSaveScratch);
     ReserveDescriptors();
     return Load(error);

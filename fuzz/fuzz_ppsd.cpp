@@ -90,6 +90,13 @@ private:
         if (client && client->IsIn()) {
             client->MakeRoom(std::numeric_limits<std::size_t>::max());
             client->room = kRoom;
+            if (client->Client().isFile) {
+                client->room = std::numeric_limits<std::size_t>::max();
+                while (client->Ask("r") != host::kNothing) {
+                    Require(client->IsIn());
+                }
+                client->room = kRoom;
+            }
             if (client->Client().node != nullptr) {
                 CheckKnowledge(*client);
             }
@@ -126,15 +133,19 @@ private:
         }
         Require(client.backlog.Empty());
         Known known;
-        // After the answer to the open.
-        for (std::size_t i = 1; i < subscriber.received.size(); ++i) {
+        for (const std::string& packet : subscriber.received) {
+            if (packet[0] >= 'a' && packet[0] <= 'z') {
+                continue; // an answer or a notice
+            }
             if (!client.delta) {
                 known.lines.clear();
             }
-            known.Take(subscriber.received[i]);
+            known.Take(packet);
         }
+        std::string state = node.object.State();
+        client.filter.Apply(state);
         Known actual;
-        actual.Take(node.object.State());
+        actual.Take(state);
         Require(known.lines == actual.lines);
     }
 

@@ -1,13 +1,17 @@
 // The system's sources call the plain open(path, flags, mode) with the target's paths and flag numbers.
 // Programs that link this library have those calls wrapped (linker options --wrap=open,--wrap=open64): PPS objects are
 // opened from the PPS server, sockets that stand in for devices are connected to, everything else is a
-// file below the root.
+// file below the root. With TLG_PPS=files in the environment PPS objects are files below the root too, those of a
+// mounted ppsfs.
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -48,6 +52,28 @@ int OpenPps(const char* path, int oflag, mode_t mode) {
     return object.Release();
 }
 
+bool ArePpsObjectsFiles() {
+    const char* const way = std::getenv("TLG_PPS");
+    return way != nullptr && std::string_view(way) == "files";
+}
+
+/// Opens a file of a mounted ppsfs. As from the server itself, the directories of a new object need not be there.
+int OpenMounted(const std::string& path, int oflag, mode_t mode) {
+    constexpr long kFuse = 0x65735546;
+    struct statfs system {};
+    if (::statfs(BelowRoot(kPpsDirectory).c_str(), &system) != 0 || system.f_type != kFuse) {
+        errno = ECONNREFUSED; // nothing is mounted: the files would be nobody's objects
+        return -1;
+    }
+    const int file = ::open(path.c_str(), HostFlags(oflag), mode);
+    std::error_code failed;
+    if (file >= 0 || errno != ENOENT || (oflag & target_flags::kCreate) == 0 ||
+        !std::filesystem::create_directories(std::filesystem::path(path).parent_path(), failed)) {
+        return file;
+    }
+    return ::open(path.c_str(), HostFlags(oflag), mode);
+}
+
 int ConnectDevice(const std::string& path) {
     UniqueFd device = ConnectTo(path);
     if (device) {
@@ -58,7 +84,7 @@ int ConnectDevice(const std::string& path) {
 
 int Open(const char* path, int oflag, mode_t mode) {
     if (std::string_view(path).substr(0, kPpsDirectory.size()) == kPpsDirectory) {
-        return OpenPps(path, oflag, mode);
+        return ArePpsObjectsFiles() ? OpenMounted(BelowRoot(path), oflag, mode) : OpenPps(path, oflag, mode);
     }
     const std::string full = path[0] == '/' ? BelowRoot(path) : std::string(path);
     struct stat status {};

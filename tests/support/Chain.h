@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <memory>
 
 #include "tests/support/PpsObjectClient.h"
@@ -13,6 +14,24 @@
 constexpr const char* kControl = "/pps/tolvyn/eq/control";
 constexpr const char* kStatus = "/pps/tolvyn/eq/status";
 constexpr const char* kNavigation = "/pps/tolvyn/navigation/gps_status";
+
+/// Whether the service is to have its objects as files.
+inline bool AreObjectsFiles() {
+    const char* const way = std::getenv("TLG_PPS");
+    return way != nullptr && std::string(way) == "files";
+}
+
+/// The server's objects as files below the root. The mount must not outlive the test.
+class MountedObjects {
+public:
+    MountedObjects() : m_ppsfs(StartReady("ppsfs")) {}
+    MountedObjects(const MountedObjects&) = delete;
+    MountedObjects& operator=(const MountedObjects&) = delete;
+    ~MountedObjects() { EXPECT_EQ(m_ppsfs->Stop(SIGTERM), 0) << m_ppsfs->Output(); }
+
+private:
+    std::unique_ptr<Process> m_ppsfs;
+};
 
 /// One whole chain of real processes below a root of its own: a PPS server and, when started, the service
 /// and a simulated MCU.
@@ -28,6 +47,7 @@ struct Chain {
 
     TemporaryRoot root;
     std::unique_ptr<Process> ppsd = StartReady("ppsd");
+    std::unique_ptr<MountedObjects> mounted = AreObjectsFiles() ? std::make_unique<MountedObjects>() : nullptr;
     std::unique_ptr<Process> mcu;
     std::unique_ptr<Process> service;
 };

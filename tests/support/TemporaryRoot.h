@@ -18,7 +18,8 @@ public:
         // Reads until this process has ended, in whatever way. In a session of its own it is not killed with it. The
         // test's programs may need a moment to be gone.
         constexpr const char* kRemover =
-            R"(setsid -f sh -c 'read _; rm -rf "$TLG_ROOT" || { sleep 1; rm -rf "$TLG_ROOT"; }' > /dev/null 2>&1)";
+            R"(setsid -f sh -c 'read _; rm -rf "$TLG_ROOT" ||
+                { sleep 1; umount -l "$TLG_ROOT/pps"; rm -rf "$TLG_ROOT"; }' > /dev/null 2>&1)";
         m_remover = ::popen(kRemover, "we");
     }
     ~TemporaryRoot() {

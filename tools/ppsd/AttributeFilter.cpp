@@ -41,7 +41,8 @@ void AttributeFilter::Apply(std::string& packet) const {
         const std::string_view line(packet.data() + at, end - at);
         const std::string_view name = line.substr(0, line.find(':'));
         if (name.find('@') != std::string_view::npos || Wants(line.substr(0, line.size() - 1))) {
-            kept += line.copy(&packet[kept], line.size());
+            std::copy(line.begin(), line.end(), packet.begin() + static_cast<std::ptrdiff_t>(kept));
+            kept += line.size();
         }
         at = end;
     }

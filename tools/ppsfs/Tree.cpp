@@ -1,0 +1,163 @@
+#include "tools/ppsfs/Tree.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <sstream>
+
+#include "platform/host/PpsProtocol.h"
+#include "platform/pps/Line.h"
+#include "tools/ppsd/ObjectTree.h"
+
+namespace ppsfs {
+
+namespace {
+
+constexpr std::string_view kRoot = "/pps";
+constexpr blksize_t kBlock = 65536;      // the largest write
+constexpr mode_t kDirectoryMode = 01777; // anybody may make objects, and delete those of his own
+
+/// Parses the text of a reply to "stat" about an object; false where it is none.
+bool ParseObject(const std::string& text, struct stat& status) {
+    std::istringstream words(text);
+    std::string kind;
+    uid_t owner = 0;
+    gid_t group = 0;
+    mode_t mode = 0;
+    std::size_t size = 0;
+    timespec changed{};
+    words >> kind >> owner >> group >> std::oct >> mode >> std::dec >> size >> changed.tv_sec >> changed.tv_nsec;
+    if (kind != "object" || words.fail()) {
+        return false;
+    }
+    status.st_mode = S_IFREG | mode;
+    status.st_nlink = 1;
+    status.st_uid = owner;
+    status.st_gid = group;
+    status.st_size = static_cast<off_t>(size);
+    status.st_blksize = kBlock;
+    status.st_blocks = (status.st_size + 511) / 512;
+    status.st_mtim = changed;
+    status.st_atim = status.st_mtim;
+    status.st_ctim = status.st_mtim;
+    return true;
+}
+
+} // namespace
+
+struct stat Tree::Directory() const {
+    struct stat status {};
+    status.st_mode = S_IFDIR | kDirectoryMode;
+    status.st_nlink = 2;
+    status.st_uid = ::geteuid();
+    status.st_gid = ::getegid();
+    status.st_mtim = {m_begin, 0};
+    status.st_atim = status.st_mtim;
+    status.st_ctim = status.st_mtim;
+    return status;
+}
+
+/// Asks over the one connection that all such questions share, which is made anew after a loss.
+void Tree::Ask(const std::string& question, const ServerConnection::Answer& answer) {
+    if (question.size() > host::kMaxRequest) {
+        answer(ENAMETOOLONG, {});
+        return;
+    }
+    if (!m_connection || !m_connection->IsConnected()) {
+        m_connection = std::make_shared<ServerConnection>(m_loop);
+        const int error = m_connection->Connect();
+        if (error != 0) {
+            answer(error, {});
+            return;
+        }
+    }
+    m_connection->Ask(question, answer);
+}
+
+void Tree::Describe(const std::string& path, const Described& described) {
+    if (path == kRoot) {
+        described(0, Directory()); // is there without a server too
+        return;
+    }
+    Ask("stat " + path, [this, path, described](int error, std::string_view answer) {
+        const host::PpsReply reply = error == 0 ? host::ParseReply(answer) : host::PpsReply{error, {}};
+        struct stat status {};
+        if (reply.error == 0 && ParseObject(reply.reason, status)) {
+            described(0, status);
+        } else if (reply.error == 0 || (reply.error == ENOENT && m_made.count(path) != 0)) {
+            described(0, Directory());
+        } else {
+            described(reply.error, status);
+        }
+    });
+}
+
+void Tree::List(const std::string& directory, const Listed& listed) {
+    ListAfter(directory, std::make_shared<std::vector<std::string>>(), listed);
+}
+
+/// Lists what follows the names that are known.
+void Tree::ListAfter(const std::string& directory, const std::shared_ptr<std::vector<std::string>>& names,
+                     const Listed& listed) {
+    const std::string question = "entries " + directory + (names->empty() ? "" : " " + names->back());
+    Ask(question, [this, directory, names, listed](int error, std::string_view answer) {
+        const host::PpsReply reply = error == 0 ? host::ParseReply(answer) : host::PpsReply{error, {}};
+        // The last object of a directory may have been deleted meanwhile.
+        if (reply.error != 0 && reply.error != ENOENT) {
+            listed(reply.error, {});
+            return;
+        }
+        std::string_view rest = reply.error == 0 ? std::string_view(reply.reason) : std::string_view();
+        if (!rest.empty()) {
+            while (!rest.empty()) {
+                names->emplace_back(pps::NextLine(rest));
+            }
+            ListAfter(directory, names, listed);
+            return;
+        }
+        AddMade(directory, *names);
+        listed(0, *names);
+    });
+}
+
+void Tree::AddMade(const std::string& directory, std::vector<std::string>& names) const {
+    for (const std::string& made : m_made) {
+        const std::size_t slash = made.rfind('/');
+        const std::string name = made.substr(slash + 1);
+        const bool isThere = std::find(names.begin(), names.end(), name + "/") != names.end() ||
+                             std::find(names.begin(), names.end(), name) != names.end();
+        if (made.compare(0, slash, directory) == 0 && !isThere) {
+            names.push_back(name + "/");
+        }
+    }
+}
+
+int Tree::MakeDirectory(const std::string& path) {
+    if (!ppsd::ObjectTree::IsPath(path)) {
+        return EINVAL;
+    }
+    m_made.insert(path);
+    return 0;
+}
+
+/// Whether a directory that was made here is below the path.
+bool Tree::HoldsMade(const std::string& path) const {
+    const auto next = m_made.upper_bound(path + "/");
+    return next != m_made.end() && next->compare(0, path.size() + 1, path + "/") == 0;
+}
+
+void Tree::RemoveDirectory(const std::string& path, const std::function<void(int error)>& removed) {
+    Ask("stat " + path, [this, path, removed](int error, std::string_view answer) {
+        const int reason = error == 0 ? host::ParseReply(answer).error : error;
+        // Where the server has a directory, something is in it.
+        if (reason == ENOENT && !HoldsMade(path)) {
+            m_made.erase(path);
+            removed(0);
+        } else {
+            removed(reason == 0 || reason == ENOENT ? ENOTEMPTY : reason);
+        }
+    });
+}
+
+} // namespace ppsfs

@@ -29,7 +29,8 @@
 /// the number. A terminal or stream socket may accept only part of a line. The rest is kept and written first, so that
 /// lines stay whole. Standard error may be redirected at any time. It is looked at again for a line that comes
 /// kFollowMs or later after the last look, but not for each line, which would take as long as the write itself: lines
-/// of that time may still go to the file that it was.
+/// of that time may still go to the file that it was. That may be a pipe without a reader, so a program that redirects
+/// standard error ignores SIGPIPE.
 ///
 /// Any thread may call it. No call waits while it holds the lock, except in the last case of the table.
 class LogSink {

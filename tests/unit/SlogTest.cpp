@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -24,6 +25,8 @@ enum class Kind { Pipe, Terminal, Stream, Packets, File };
 class StandardError {
 public:
     explicit StandardError(Kind kind) : m_former(::dup(STDERR_FILENO)) {
+        // As in the service: for a moment the logger still writes into the former file, which nobody may read any more.
+        std::signal(SIGPIPE, SIG_IGN);
         int ends[2] = {-1, -1};
         termios raw{};
         ::cfmakeraw(&raw);

@@ -23,7 +23,7 @@ set(CPACK_COMPONENT_SERVICE_DESCRIPTION "audio settings service of a head unit
 set(CPACK_DEBIAN_BENCH_PACKAGE_NAME melvane-bench)
 set(CPACK_DEBIAN_BENCH_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_BENCH_PACKAGE_DEPENDS "melvane ${same}")
-set(CPACK_DEBIAN_BENCH_PACKAGE_RECOMMENDS "python3")
+set(CPACK_DEBIAN_BENCH_PACKAGE_RECOMMENDS "fuse3, python3")
 set(CPACK_DEBIAN_BENCH_PACKAGE_CONTROL_EXTRA
     "${CMAKE_SOURCE_DIR}/cmake/bench/postinst;${CMAKE_SOURCE_DIR}/cmake/bench/prerm;${CMAKE_SOURCE_DIR}/cmake/bench/postrm")
 set(CPACK_COMPONENT_BENCH_DESCRIPTION "test bench of the audio settings service

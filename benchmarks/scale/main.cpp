@@ -10,10 +10,14 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "benchmarks/common/Clock.h"
+#include "benchmarks/common/Peer.h"
+#include "benchmarks/common/Pipe.h"
 #include "benchmarks/common/PpsServer.h"
 #include "benchmarks/common/Statistics.h"
 #include "framework/SystemFiles.h"
@@ -163,6 +167,81 @@ void MeasureStart(const std::string& programs, int rounds) {
                 bench::Median(times) / 1e6, rounds, bench::Quantile(times, 1) / 1e6);
 }
 
+/// The server's objects as files, as long as it lives.
+class Mount {
+public:
+    Mount(const std::string& programs, std::string path) : m_path(std::move(path)) {
+        const bench::Pipe output;
+        m_ppsfs.emplace([&] { bench::Become({programs + "/ppsfs"}, output.write.Get(), STDERR_FILENO); });
+        std::array<char, 64> ready{};
+        pollfd either{output.read.Get(), POLLIN, 0};
+        m_isReady = ::poll(&either, 1, kMostMs) == 1 && ::read(output.read.Get(), ready.data(), ready.size()) > 0;
+    }
+    ~Mount() {
+        if (m_isReady && std::system(("fusermount3 -uzq '" + m_path + "'").c_str()) != 0) {
+            std::fprintf(stderr, "scale_benchmark: %s stays mounted\n", m_path.c_str());
+        }
+    }
+    Mount(const Mount&) = delete;
+    Mount& operator=(const Mount&) = delete;
+
+    explicit operator bool() const { return m_isReady; }
+
+private:
+    static constexpr int kMostMs = 3000;
+
+    std::string m_path;
+    std::optional<Peer> m_ppsfs;
+    bool m_isReady = false;
+};
+
+/// The median time in microseconds of so many calls.
+template <typename Call>
+double Measure(int rounds, Call call) {
+    std::vector<long> times;
+    for (int round = 0; round < rounds; ++round) {
+        const long begin = Now();
+        call();
+        times.push_back(Now() - begin);
+    }
+    return bench::Median(times) / 1000;
+}
+
+/// A write that is applied when the call returns, and one with its opening and closing, over the socket and as a file.
+void MeasureFiles(const std::string& programs, int rounds) {
+    const PpsServer server(programs);
+    const Mount mount(programs, server.Root() + "/pps");
+    if (!mount) {
+        std::puts("\nskipped: no /dev/fuse");
+        return;
+    }
+    constexpr std::string_view kLine = "value:n:1\n";
+    const auto write = [kLine](int fd) {
+        if (::write(fd, kLine.data(), kLine.size()) < 0) {
+            throw std::runtime_error("the server takes no write");
+        }
+    };
+    const auto openSocket = [] { return OpenObject(std::string(kObject) + "?ack,wait", kMake); };
+    const auto writeSocket = [&write](const UniqueFd& object) {
+        write(object.Get());
+        ReadOne(object.Get());
+    };
+    writeSocket(openSocket());
+    const std::string path = server.Root() + kObject;
+    const auto openFile = [&path] { return UniqueFd(::openat(AT_FDCWD, path.c_str(), O_WRONLY | O_APPEND)); };
+    const UniqueFd socket = openSocket();
+    const UniqueFd file = openFile();
+    const double base[] = {Measure(rounds, [&] { writeSocket(socket); }),
+                           Measure(rounds, [&] { writeSocket(openSocket()); })};
+    const double times[] = {Measure(rounds, [&] { write(file.Get()); }),
+                            Measure(rounds, [&] { write(openFile().Get()); })};
+    std::puts("\n| | over the socket us | as a file us | ratio |\n|---|---|---|---|");
+    for (const int kind : {0, 1}) {
+        std::printf("| %s | %.1f | %.1f | %.2f |\n", kind == 0 ? "write" : "open, write, close", base[kind],
+                    times[kind], times[kind] / base[kind]);
+    }
+}
+
 void Run(const std::string& programs, int rounds) {
     std::puts("| subscribers | a silent one | us | bare send loop us | ratio |\n|---|---|---|---|---|");
     for (const bool hasSilentReader : {false, true}) {
@@ -175,6 +254,7 @@ void Run(const std::string& programs, int rounds) {
         MeasureObjects(programs, rounds, count);
     }
     MeasureStart(programs, 20);
+    MeasureFiles(programs, rounds);
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 
 #include <cstring>
 #include <fstream>
-#include <regex>
 
 #include "tests/support/Chain.h"
 #include "tests/support/Patience.h"
@@ -80,7 +79,7 @@ TEST_F(FilesTest, ThePagesShellLinesDoWhatItSays) {
         if (line.substr(0, 3) == "```") {
             isShown = line == "```console";
         } else if (isShown && line.substr(0, 2) == "$ ") {
-            script += "echo '" + std::regex_replace(line, std::regex("'"), R"('\'')") + "'\n" + line.substr(2) + "\n";
+            script += "cat << 'SHOWN'\n" + line + "\nSHOWN\n" + line.substr(2) + "\n";
             expected += line + "\n";
         } else if (isShown) {
             expected += line + "\n";
@@ -88,7 +87,12 @@ TEST_F(FilesTest, ThePagesShellLinesDoWhatItSays) {
     }
     std::string output;
     RunProgram("/bin/bash", {"-c", script}, output);
-    EXPECT_EQ(std::regex_replace(output, std::regex("/bin/bash: line [0-9]+:"), "bash:"), expected);
+    // In a script the shell also names the line.
+    const std::string place = "/bin/bash: line ";
+    for (std::size_t at = 0; (at = output.find(place)) != std::string::npos;) {
+        output.replace(at, output.find(':', at + place.size()) - at, "bash");
+    }
+    EXPECT_EQ(output, expected);
     chain->StopService();
 }
 

@@ -10,6 +10,7 @@
 
 #include "framework/SystemFiles.h"
 #include "platform/host/Root.h"
+#include "tools/mcusim/OrderDesk.h"
 
 namespace eqctl {
 
@@ -29,6 +30,14 @@ bool IsLocked(const struct stat& file) {
     return false;
 }
 
+/// Whether a file is there, and where it is a socket with a lock beside it, somebody serves it.
+bool IsServed(const std::string& path) {
+    const std::size_t name = path.rfind('/') + 1;
+    const std::string lock = path.substr(0, name) + "." + path.substr(name) + ".lock";
+    struct stat file {};
+    return ::stat(path.c_str(), &file) == 0 && (::stat(lock.c_str(), &file) != 0 || IsLocked(file));
+}
+
 } // namespace
 
 bool IsServiceRunning() {
@@ -37,11 +46,11 @@ bool IsServiceRunning() {
 }
 
 bool IsMcuThere() {
-    const std::string path = host::BelowRoot(TLG::ZOCAR::g_eqMCU.path);
-    const std::size_t name = path.rfind('/') + 1;
-    const std::string lock = path.substr(0, name) + "." + path.substr(name) + ".lock";
-    struct stat file {};
-    return ::stat(path.c_str(), &file) == 0 && (::stat(lock.c_str(), &file) != 0 || IsLocked(file));
+    return IsServed(host::BelowRoot(TLG::ZOCAR::g_eqMCU.path));
+}
+
+bool IsSimulatorThere() {
+    return IsServed(host::BelowRoot(mcusim::kOrderSocket));
 }
 
 } // namespace eqctl

@@ -9,6 +9,9 @@ bool IsServiceRunning();
 /// Whether the device is there, and where it is a socket with a lock beside it, somebody serves it.
 bool IsMcuThere();
 
+/// Whether a simulator runs that takes orders.
+bool IsSimulatorThere();
+
 } // namespace eqctl
 
 #endif

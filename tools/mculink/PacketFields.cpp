@@ -51,7 +51,7 @@ void AddRecord(const Bytes& payload, PacketFields& packet) {
                                  field.name + (isOfBand     ? std::to_string(entry % perGroup + 1)
                                                : entry >= 0 ? std::to_string(entry)
                                                             : ""),
-                                 field.ValueIn(payload[byte]), field.IsMarked(payload[byte])});
+                                 field.ValueIn(payload[byte]), field.IsMarked(payload[byte]), byte});
     });
 }
 
@@ -61,7 +61,7 @@ void AddBytes(const Bytes& payload, const std::vector<const char*>& names, Packe
             packet.isCut = true;
             return;
         }
-        packet.fields.push_back({"", names[i], payload[i + 1], false});
+        packet.fields.push_back({"", names[i], payload[i + 1], false, i + 1});
     }
 }
 

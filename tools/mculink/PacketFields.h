@@ -1,6 +1,7 @@
 #ifndef TLG_TOOLS_MCULINK_PACKETFIELDS_H
 #define TLG_TOOLS_MCULINK_PACKETFIELDS_H
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,6 +16,7 @@ struct NamedField {
     std::string name;
     int value = 0;
     bool isMarked = false; ///< a volume with the change mark
+    std::size_t byte = 0;  ///< where in the payload
 
     std::string WholeName() const { return group.empty() ? name : group + "." + name; }
 };

@@ -49,6 +49,10 @@ bool RecordingReader::Open(const std::string& path, std::string& error) {
         error = std::strerror(errno);
         return false;
     }
+    return Open(file, error);
+}
+
+bool RecordingReader::Open(std::FILE* file, std::string& error) {
     std::array<char, PCAP_ERRBUF_SIZE> reason{};
     m_capture.reset(pcap_fopen_offline_with_tstamp_precision(file, PCAP_TSTAMP_PRECISION_NANO, reason.data()));
     if (!m_capture) {

@@ -5,6 +5,7 @@
 
 #include <pcap/pcap.h>
 
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,6 +37,9 @@ class RecordingReader {
 public:
     /// False, with the reason in @p error, where the file is no recording.
     bool Open(const std::string& path, std::string& error);
+
+    /// The same for an open file, which is then the reader's.
+    bool Open(std::FILE* file, std::string& error);
 
     /// The next packet; nothing at the end, and, with the reason in @p error, where the file is cut or damaged.
     std::optional<LinkPacket> Next(std::string& error);

@@ -18,6 +18,9 @@ install_pages(service 8 melvane.8)
 install_pages(service 5 melvane-pps.5 melvane-link.5)
 
 set(tools ppsd ppsctl ppsfs mcusim mculink eqctl)
+if(TARGET melvane-panel)
+    list(APPEND tools melvane-panel)
+endif()
 set_target_properties(melvane ${tools} PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 set_target_properties(TLGPublicLib PROPERTIES INSTALL_RPATH "$ORIGIN")
 if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
@@ -28,7 +31,7 @@ endif()
 install(TARGETS ${tools} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT bench)
 install(PROGRAMS scripts/explain RENAME melvane-explain DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT bench)
 install_pages(bench 8 ppsd.8)
-install_pages(bench 1 ppsctl.1 ppsfs.1 eqctl.1 mcusim.1 mculink.1 melvane-explain.1)
+install_pages(bench 1 ppsctl.1 ppsfs.1 melvane-panel.1 eqctl.1 mcusim.1 mculink.1 melvane-explain.1)
 install(FILES tools/wireshark/melvane.lua
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins COMPONENT bench)
 foreach(tool ${tools})
@@ -40,7 +43,7 @@ install(FILES tools/completion/_melvane-tools
 
 # The units of the bench, which run what is installed.
 file(READ units/hardening.conf hardening)
-foreach(unit melvane-bench.target melvane-ppsd.service melvane-ppsfs.service melvane-mcusim.service melvane-mculink.service melvane.service)
+foreach(unit melvane-bench.target melvane-ppsd.service melvane-ppsfs.service melvane-panel.service melvane-mcusim.service melvane-mculink.service melvane.service)
     configure_file(units/${unit}.in units/${unit} @ONLY)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/units/${unit} DESTINATION lib/systemd/system COMPONENT bench)
 endforeach()

@@ -58,14 +58,15 @@ const sockaddr* Generic(const sockaddr_un& address) {
 
 } // namespace
 
-UniqueFd ConnectTo(const std::string& path) {
+UniqueFd ConnectTo(const std::string& path, Waiting waiting) {
     const std::filesystem::path full(path);
     const UniqueFd directory = OpenDirectory(full.parent_path());
     sockaddr_un address{};
     if (!directory || !AddressIn(directory.Get(), full.filename(), address)) {
         return {};
     }
-    UniqueFd connection(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    const int type = SOCK_SEQPACKET | SOCK_CLOEXEC | (waiting == Waiting::No ? SOCK_NONBLOCK : 0);
+    UniqueFd connection(::socket(AF_UNIX, type, 0));
     if (!connection) {
         return {};
     }

@@ -8,9 +8,12 @@
 
 namespace host {
 
+enum class Waiting { Yes, No };
+
 /// Connects to the socket at @p path, which may be of any length. Gives up after two seconds with
 /// EAGAIN. Empty on failure, with errno set.
-UniqueFd ConnectTo(const std::string& path);
+/// @param waiting No: gives up at once, and neither reads nor writes of the connection wait
+UniqueFd ConnectTo(const std::string& path, Waiting waiting = Waiting::Yes);
 
 /// A listening socket at a path. It holds the lock of the file ".NAME.lock" beside the socket, so that only one process
 /// at a time serves the path. The destructor removes the socket. Not thread-safe.

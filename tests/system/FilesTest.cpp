@@ -3,6 +3,8 @@
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/uio.h>
 
 #include <cstring>
 #include <fstream>
@@ -161,6 +163,11 @@ TEST_F(FilesTest, BadNamesAndWritesAreRefusedAndChangeNothing) {
     for (const auto& [text, error] : writes) {
         EXPECT_EQ(WriteOnce(object.Get(), text), error) << text.substr(0, 9) << text.size();
     }
+    std::string line = "a:n:2\n";
+    std::string bad = "bad\n";
+    std::vector<iovec> pieces(200, {line.data(), line.size()});
+    pieces.back() = {bad.data(), bad.size()};
+    EXPECT_EQ(::writev(object.Get(), pieces.data(), static_cast<int>(pieces.size())), -1);
     EXPECT_EQ(StateOf("/pps/a").substr(0, 9) + "...", "@a\na:n:1\n...");
     EXPECT_TRUE(chain->ppsd->WaitFor("/pps/a: write refused: malformed line 'b'", 2));
     const UniqueFd whole(Open("a?f=b", O_RDONLY));
@@ -172,6 +179,11 @@ TEST_F(FilesTest, BadNamesAndWritesAreRefusedAndChangeNothing) {
     EXPECT_EQ(::ftruncate(object.Get(), 0), 0);
     EXPECT_EQ(StateOf("/pps/a"), "@a\n");
     EXPECT_EQ(::rename(PathOf("a").c_str(), PathOf("b").c_str()), -1);
+    // A directory in the place of a file that is open.
+    EXPECT_EQ(::unlink(PathOf("a").c_str()), 0);
+    EXPECT_EQ(::mkdir(PathOf("a").c_str(), 0777), 0);
+    EXPECT_EQ(ReadOnce(whole.Get()), "-@a\n");
+    EXPECT_EQ(::rmdir(PathOf("a").c_str()), 0);
 }
 
 TEST_F(FilesTest, AThousandFilesAndAReaderThatReadsNothingDisturbNobody) {
@@ -191,6 +203,31 @@ TEST_F(FilesTest, AThousandFilesAndAReaderThatReadsNothingDisturbNobody) {
     }
 }
 
+TEST_F(FilesTest, ASignalEndsNoWriteHalfDone) {
+    const UniqueFd reader(Open("a?delta", O_RDWR | O_CREAT));
+    const UniqueFd writer(Open("a", O_WRONLY));
+    struct sigaction ignoring {};
+    struct sigaction former {};
+    ignoring.sa_handler = [](int /*signal*/) {}; // a call that it ends is not begun again
+    ::sigaction(SIGALRM, &ignoring, &former);
+    const itimerval often{{0, 131}, {0, 131}};
+    ::setitimer(ITIMER_REAL, &often, nullptr);
+    std::string expected;
+    for (int i = 0; i < 500; ++i) {
+        const std::string line = "a:n:" + std::to_string(i) + "\n";
+        expected += line;
+        EXPECT_EQ(WriteOnce(writer.Get(), line), 0);
+    }
+    const itimerval never{};
+    ::setitimer(ITIMER_REAL, &never, nullptr);
+    ::sigaction(SIGALRM, &former, nullptr);
+    std::string seen;
+    for (std::string text = ReadOnce(reader.Get()); !text.empty(); text = ReadOnce(reader.Get())) {
+        seen += text.substr(3);
+    }
+    EXPECT_EQ(seen, expected);
+}
+
 TEST_F(FilesTest, WhateverEndsNothingHangs) {
     const UniqueFd writer(Open("a", O_RDWR | O_CREAT));
     Process reader("/bin/cat", {PathOf("a?delta,wait")});
@@ -205,6 +242,10 @@ TEST_F(FilesTest, WhateverEndsNothingHangs) {
     EXPECT_EQ(WriteOnce(nonBlocking.Get(), "a:n:1"), EAGAIN);
     EXPECT_EQ(EventsOf(nonBlocking.Get()) & POLLOUT, 0);
     EXPECT_EQ(WriteOnce(writer.Get(), "a:n:2"), ETIMEDOUT);
+    ::fcntl(nonBlocking.Get(), F_SETFL, 0);
+    EXPECT_EQ(ReadOnce(nonBlocking.Get()), std::strerror(ETIMEDOUT));
+    EXPECT_EQ(ReadOnce(nonBlocking.Get()), std::strerror(ETIMEDOUT)) << "the next one does not wait at all";
+    ::fcntl(nonBlocking.Get(), F_SETFL, O_NONBLOCK);
     EXPECT_TRUE(stuck.WaitFor("Connection timed out"));
     chain->ppsd->Signal(SIGCONT);
     EXPECT_TRUE(WaitUntil("there is room", [&] { return (EventsOf(nonBlocking.Get()) & POLLOUT) != 0; }));

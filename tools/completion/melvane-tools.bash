@@ -2,4 +2,4 @@
 _melvane_tools() {
     mapfile -t COMPREPLY < <("$1" --complete "${COMP_WORDS[@]:1:COMP_CWORD}" 2> /dev/null)
 }
-complete -o default -F _melvane_tools ppsd ppsctl ppsfs mcusim mculink eqctl
+complete -o default -F _melvane_tools ppsd ppsctl ppsfs mcusim mculink eqctl melvane-panel

@@ -10,7 +10,7 @@ AttributeFilter::AttributeFilter(std::string_view names) {
     while (!names.empty()) {
         const std::string_view name = names.substr(0, names.find('+'));
         if (!name.empty()) {
-            m_names.emplace_back(name);
+            m_names.emplace(name);
         }
         names.remove_prefix(std::min(name.size() + 1, names.size()));
     }
@@ -18,16 +18,15 @@ AttributeFilter::AttributeFilter(std::string_view names) {
 
 bool AttributeFilter::Wants(std::string_view line) const {
     const auto parsed = pps::ParseLine(line);
-    return parsed && std::find(m_names.begin(), m_names.end(), parsed->name) != m_names.end();
+    return parsed && m_names.find(parsed->name) != m_names.end();
 }
 
 bool AttributeFilter::LetsThrough(std::string_view lines) const {
-    while (!lines.empty()) {
-        if (Wants(pps::NextLine(lines))) {
-            return true;
-        }
+    bool isWanted = m_names.empty();
+    while (!isWanted && !lines.empty()) {
+        isWanted = Wants(pps::NextLine(lines));
     }
-    return m_names.empty();
+    return isWanted;
 }
 
 void AttributeFilter::Apply(std::string& packet) const {

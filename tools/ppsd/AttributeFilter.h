@@ -1,9 +1,10 @@
 #ifndef TLG_TOOLS_PPSD_ATTRIBUTEFILTER_H
 #define TLG_TOOLS_PPSD_ATTRIBUTEFILTER_H
 
+#include <functional>
+#include <set>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace ppsd {
 
@@ -27,7 +28,7 @@ public:
 private:
     bool Wants(std::string_view line) const;
 
-    std::vector<std::string> m_names;
+    std::set<std::string, std::less<>> m_names;
 };
 
 } // namespace ppsd

@@ -324,32 +324,38 @@ host::PpsReply Broker::ApplyWrite(Client& client, std::string_view text) {
 }
 
 void Broker::Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept {
-    const auto receives = [writer, mark, changes](const Client* client) {
-        return client != writer && (client->granted.reads || (client->isKept && mark == "-")) &&
-               (!mark.empty() || client->filter.LetsThrough(changes));
-    };
-    Packet group;
-    if (std::any_of(node.clients.begin(), node.clients.end(), receives)) {
-        try {
-            auto text = std::make_shared<std::string>(node.object.Head(mark));
-            text->append(changes);
-            group = std::move(text);
-        } catch (const std::bad_alloc&) {
-            // The backlogs note the group as lost.
-        }
-    }
+    std::optional<Packet> group; // made for the first who receives it
     for (Client* client : node.clients) {
-        if (!receives(client)) {
+        if (client == writer || !(client->granted.reads || (client->isKept && mark == "-")) ||
+            (mark.empty() && !Wants(*client, changes))) {
             continue;
         }
         if (client->delta || mark == "-") {
-            Add(*client, group, mark.empty() ? '@' : mark[0]);
+            group = group ? group : GroupOf(node, mark, changes);
+            Add(*client, *group, mark.empty() ? '@' : mark[0]);
         } else {
             client->backlog.AddState();
         }
         if (!client->waitsForRoom) {
             Flush(*client);
         }
+    }
+}
+
+/// Whether the client reads one of the attributes. To look for them is work too.
+bool Broker::Wants(const Client& client, std::string_view changes) noexcept {
+    m_work += client.filter.LetsAllThrough() ? 0 : changes.size();
+    return client.filter.LetsThrough(changes);
+}
+
+/// A group of lines for subscribers; an empty pointer where there is no memory for it.
+Packet Broker::GroupOf(const Node& node, std::string_view mark, std::string_view changes) noexcept {
+    try {
+        auto text = std::make_shared<std::string>(node.object.Head(mark));
+        text->append(changes);
+        return text;
+    } catch (const std::bad_alloc&) {
+        return {};
     }
 }
 

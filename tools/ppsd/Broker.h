@@ -62,6 +62,8 @@ private:
     void Make(Node& node, Client& creator, const Client* excluded);
     /// Sends a change to every subscriber but @p writer.
     void Publish(const Node& node, std::string_view mark, std::string_view changes, const Client* writer) noexcept;
+    bool Wants(const Client& client, std::string_view changes) noexcept;
+    static Packet GroupOf(const Node& node, std::string_view mark, std::string_view changes) noexcept;
     void Add(Client& client, const Packet& group, char mark) noexcept;
     void Notify(Client& client) noexcept;
     Channel::Sent SendNext(Client& client) noexcept;

@@ -7,7 +7,6 @@ namespace ppsd {
 namespace {
 
 constexpr std::string_view kDirectory = "/pps/";
-constexpr std::size_t kMaxPath = 1024;
 
 bool IsComponent(std::string_view text) {
     return !text.empty() && text[0] != '.' && std::all_of(text.begin(), text.end(), [](char c) {

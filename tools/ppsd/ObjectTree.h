@@ -34,6 +34,8 @@ struct Node {
 /// All objects by their path. What they take is charged to their owners. Not thread-safe.
 class ObjectTree {
 public:
+    static constexpr std::size_t kMaxPath = 1024; ///< in bytes
+
     /// @param quota what each user has acquired; outlives the tree
     explicit ObjectTree(Quota& quota) : m_quota(quota) {}
 

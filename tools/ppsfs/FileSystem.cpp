@@ -6,6 +6,7 @@
 #include <cerrno>
 
 #include "platform/host/PpsProtocol.h"
+#include "tools/ppsd/ObjectTree.h"
 #include "tools/ppsfs/Caller.h"
 
 namespace ppsfs {
@@ -20,33 +21,48 @@ std::string Bare(const std::string& path) {
     return path.substr(0, path.find('?'));
 }
 
-bool IsTooLong(std::string_view name) {
-    return name.substr(0, name.find('?')).size() > kMaxName;
+bool IsTooLong(const std::string& path) {
+    const std::size_t size = Bare(path).size();
+    return size > ppsd::ObjectTree::kMaxPath || size - path.rfind('/', size - 1) - 1 > kMaxName;
 }
 
 } // namespace
 
-FileSystem::FileSystem(Loop& loop) : m_loop(loop), m_nodes("/pps"), m_tree(loop) {}
+FileSystem::FileSystem(Loop& loop) : m_loop(loop), m_nodes("/pps/"), m_tree(loop) {}
 
-std::string FileSystem::PathIn(fuse_ino_t parent, std::string_view name) const {
-    return m_nodes.PathOf(parent) + "/" + std::string(name);
+void FileSystem::Close() {
+    for (const auto& [handle, file] : m_files) {
+        file->Close();
+    }
+    m_files.clear();
 }
 
-/// What is told of a file or directory that was found or made. The kernel keeps none of it.
+/// A file's path with its options, or a directory's.
+std::string FileSystem::PathOf(fuse_ino_t number) const {
+    const std::string& name = m_nodes.NameOf(number);
+    return name.substr(0, name.size() - (name.back() == '/' ? 1 : 0));
+}
+
+std::string FileSystem::PathIn(fuse_ino_t parent, std::string_view name) const {
+    return m_nodes.NameOf(parent) + std::string(name);
+}
+
+/// What is told of a file or directory that was found or made. The kernel keeps none of it. A directory in the place of
+/// a file has another number than that, as the kernel may still have the file.
 fuse_entry_param FileSystem::EntryOf(const std::string& path, struct stat status) {
     fuse_entry_param entry{};
-    entry.ino = m_nodes.Remember(path);
+    entry.ino = m_nodes.Remember(S_ISDIR(status.st_mode) ? path + "/" : path);
     status.st_ino = entry.ino;
     entry.attr = status;
     return entry;
 }
 
 void FileSystem::Lookup(const RequestPtr& request, fuse_ino_t parent, const char* name) {
-    if (IsTooLong(name)) {
+    const std::string path = PathIn(parent, name);
+    if (IsTooLong(path)) {
         request->Fail(ENAMETOOLONG);
         return;
     }
-    const std::string path = PathIn(parent, name);
     m_tree.Describe(Bare(path), [this, request, path](int error, const struct stat& status) {
         // Only objects have options.
         if (error == 0 && S_ISDIR(status.st_mode) && Bare(path) != path) {
@@ -65,9 +81,10 @@ void FileSystem::Lookup(const RequestPtr& request, fuse_ino_t parent, const char
 }
 
 void FileSystem::GetAttributes(const RequestPtr& request, fuse_ino_t number) {
-    m_tree.Describe(Bare(m_nodes.PathOf(number)), [request, number](int error, const struct stat& found) {
-        if (error != 0) {
-            request->Fail(error);
+    const bool isDirectory = m_nodes.NameOf(number).back() == '/';
+    m_tree.Describe(Bare(PathOf(number)), [request, number, isDirectory](int error, const struct stat& found) {
+        if (error != 0 || isDirectory != S_ISDIR(found.st_mode)) {
+            request->Fail(error != 0 ? error : ENOENT);
             return;
         }
         struct stat status = found;
@@ -91,11 +108,11 @@ void FileSystem::SetAttributes(const RequestPtr& request, fuse_ino_t number, con
 
 void FileSystem::Truncate(const RequestPtr& request, fuse_ino_t number) {
     const auto file = std::make_shared<OpenFile>(m_loop);
-    file->Open(CallerOf(request->Raw()), Bare(m_nodes.PathOf(number)), O_WRONLY | O_TRUNC, 0,
+    file->Open(CallerOf(request->Raw()), Bare(PathOf(number)), O_WRONLY | O_TRUNC, 0,
                [this, file, request, number](int error) {
                    if (error != 0) {
                        request->Fail(error);
-                   } else {
+                   } else if (!request->IsAnswered()) { // otherwise the kernel may have given up the number
                        GetAttributes(request, number);
                    }
                });
@@ -103,7 +120,7 @@ void FileSystem::Truncate(const RequestPtr& request, fuse_ino_t number) {
 
 void FileSystem::CheckAccess(const RequestPtr& request, fuse_ino_t number, int mask) {
     const ppsd::Identity caller = CallerOf(request->Raw());
-    m_tree.Describe(Bare(m_nodes.PathOf(number)), [request, mask, caller](int error, const struct stat& status) {
+    m_tree.Describe(Bare(PathOf(number)), [request, mask, caller](int error, const struct stat& status) {
         const ppsd::Permissions permissions{status.st_uid, status.st_gid, status.st_mode};
         const bool executes = (mask & X_OK) != 0 && S_ISREG(status.st_mode);
         const bool isAllowed = !executes && ppsd::Allows(permissions, caller, {(mask & R_OK) != 0, (mask & W_OK) != 0});
@@ -115,13 +132,16 @@ void FileSystem::CheckAccess(const RequestPtr& request, fuse_ino_t number, int m
 fuse_file_info FileSystem::Keep(const std::shared_ptr<OpenFile>& file, fuse_file_info info) {
     info.fh = ++m_lastHandle;
     info.direct_io = 1; // what is read is not the same twice
+#if FUSE_VERSION >= FUSE_MAKE_VERSION(3, 15)
+    info.parallel_direct_writes = 1; // each waits for the server alone
+#endif
     m_files[info.fh] = file;
     return info;
 }
 
 void FileSystem::Open(const RequestPtr& request, fuse_ino_t number, const fuse_file_info& info) {
     const auto file = std::make_shared<OpenFile>(m_loop);
-    file->Open(CallerOf(request->Raw()), m_nodes.PathOf(number), info.flags, 0, [this, request, file, info](int error) {
+    file->Open(CallerOf(request->Raw()), PathOf(number), info.flags, 0, [this, request, file, info](int error) {
         if (error == 0 && !request->IsAnswered()) {
             const fuse_file_info opened = Keep(file, info);
             request->Answer([&](fuse_req_t raw) {
@@ -169,25 +189,25 @@ void FileSystem::Release(const RequestPtr& request, const fuse_file_info& info) 
 
 void FileSystem::Remove(const RequestPtr& request, fuse_ino_t parent, const char* name) {
     const auto connection = std::make_shared<ServerConnection>(m_loop);
-    const int failure = ConnectAs(CallerOf(request->Raw()), *connection);
+    const ppsd::Identity caller = CallerOf(request->Raw());
+    const int failure = ConnectAs(caller, *connection);
     if (failure != 0) {
         request->Fail(failure);
         return;
     }
-    const std::string directory = m_nodes.PathOf(parent);
-    connection->Ask("delete " + Bare(PathIn(parent, name)),
-                    [this, connection, request, directory](int error, std::string_view answer) {
-                        const int reason = error == 0 ? host::ParseReply(answer).error : error;
-                        if (reason == 0) {
-                            m_tree.MakeDirectory(directory); // stays, though it may hold nothing now
-                        }
-                        request->Fail(reason);
-                    });
+    connection->Ask("delete " + Bare(PathIn(parent, name)), [this, connection, request, directory = PathOf(parent),
+                                                             caller](int error, std::string_view answer) {
+        const int reason = error == 0 ? host::ParseReply(answer).error : error;
+        if (reason == 0) {
+            m_tree.MakeDirectory(directory, caller); // stays, though it may hold nothing now
+        }
+        request->Fail(reason);
+    });
 }
 
 void FileSystem::MakeDirectory(const RequestPtr& request, fuse_ino_t parent, const char* name) {
     const std::string path = PathIn(parent, name);
-    const int error = IsTooLong(name) ? ENAMETOOLONG : m_tree.MakeDirectory(path);
+    const int error = IsTooLong(path) ? ENAMETOOLONG : m_tree.MakeDirectory(path, CallerOf(request->Raw()));
     if (error != 0) {
         request->Fail(error);
         return;
@@ -196,7 +216,8 @@ void FileSystem::MakeDirectory(const RequestPtr& request, fuse_ino_t parent, con
 }
 
 void FileSystem::RemoveDirectory(const RequestPtr& request, fuse_ino_t parent, const char* name) {
-    m_tree.RemoveDirectory(PathIn(parent, name), [request](int error) { request->Fail(error); });
+    m_tree.RemoveDirectory(PathIn(parent, name), CallerOf(request->Raw()),
+                           [request](int error) { request->Fail(error); });
 }
 
 void FileSystem::OpenDirectory(const RequestPtr& request, const fuse_file_info& info) {
@@ -217,7 +238,7 @@ void FileSystem::ReadDirectory(const RequestPtr& request, const fuse_file_info& 
         SendNames(request, m_directories[info.fh], size, offset);
         return;
     }
-    m_tree.List(m_nodes.PathOf(number), [this, request, handle = info.fh, size](int error, const Names& names) {
+    m_tree.List(PathOf(number), [this, request, handle = info.fh, size](int error, const Names& names) {
         const auto found = m_directories.find(handle);
         if (error != 0 || found == m_directories.end()) {
             request->Fail(error);

@@ -26,7 +26,7 @@ public:
     ~FileSystem() = default;
 
     /// Closes all files, so that what waits in them ends. To be called while it is still mounted.
-    void Close() { m_files.clear(); }
+    void Close();
 
     void Lookup(const RequestPtr& request, fuse_ino_t parent, const char* name);
     void Forget(fuse_ino_t number, std::uint64_t times) { m_nodes.Forget(number, times); }
@@ -51,6 +51,7 @@ public:
 private:
     using Names = std::vector<std::string>;
 
+    std::string PathOf(fuse_ino_t number) const;
     std::string PathIn(fuse_ino_t parent, std::string_view name) const;
     fuse_entry_param EntryOf(const std::string& path, struct stat status);
     fuse_file_info Keep(const std::shared_ptr<OpenFile>& file, fuse_file_info info);

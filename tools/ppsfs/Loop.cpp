@@ -47,6 +47,15 @@ void Loop::Turn() {
     HandleDue();
 }
 
+void Loop::End() {
+    const std::map<Id, Entry> entries = m_entries; // which the calls remove
+    for (const auto& [id, entry] : entries) {
+        if (const std::shared_ptr<Watched> watched = entry.watched.lock()) {
+            watched->OnEnd();
+        }
+    }
+}
+
 void Loop::HandleDue() {
     const Clock::time_point now = Clock::now();
     while (!m_dues.empty() && m_dues.begin()->first <= now) {

@@ -23,6 +23,8 @@ public:
     virtual void OnEvents(std::uint32_t events) = 0;
     /// The time set with Loop::SetDue() has come.
     virtual void OnDue() {}
+    /// The loop ends.
+    virtual void OnEnd() {}
 };
 
 /// The one loop of the program: everything happens on the thread that calls Turn().
@@ -47,6 +49,9 @@ public:
 
     /// Waits for something to happen, and handles it.
     void Turn();
+
+    /// Calls OnEnd() for all that it watches.
+    void End();
 
 private:
     struct Entry {

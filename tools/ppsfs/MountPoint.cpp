@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 
 namespace ppsfs {
@@ -47,6 +48,18 @@ bool Unmount(const std::string& path) {
     int status = 0;
     return ::posix_spawnp(&child, kHelper, nullptr, nullptr, argv, environ) == 0 &&
            ::waitpid(child, &status, 0) == child && status == 0;
+}
+
+/// Whether what is mounted there is a ppsfs.
+bool IsPpsfs(const std::string& path) {
+    std::ifstream mounts("/proc/self/mountinfo");
+    for (std::string line; std::getline(mounts, line);) {
+        // The sixth word is the mount point; after a hyphen comes the type.
+        if (line.find(" " + path + " ") != std::string::npos && line.find(" - fuse.ppsfs ") != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// The path with its links resolved but for the last component, which may be a mount that does not answer.
@@ -87,9 +100,12 @@ std::string MountPoint::Lock() {
     }
     // Where another is mounted already, this is its root; where it is about to be, it has the lock.
     constexpr long kFuse = 0x65735546;
-    const bool isMounted = system.f_type == kFuse && status.st_dev != parent.st_dev;
-    if (isMounted || ::flock(m_directory.Get(), LOCK_EX | LOCK_NB) != 0) {
-        return isMounted || errno == EWOULDBLOCK ? "another ppsfs serves it" : std::strerror(errno);
+    const std::string another = "another ppsfs serves it";
+    if (status.st_dev != parent.st_dev) {
+        return system.f_type == kFuse && IsPpsfs(m_path) ? another : "something else is mounted there";
+    }
+    if (::flock(m_directory.Get(), LOCK_EX | LOCK_NB) != 0) {
+        return errno == EWOULDBLOCK ? another : std::strerror(errno);
     }
     return {};
 }

@@ -6,16 +6,16 @@ namespace ppsfs {
 
 Nodes::Nodes(const std::string& root) : m_last(FUSE_ROOT_ID) {
     const Node& node = m_nodes[FUSE_ROOT_ID] = {root, 1};
-    m_numbers[node.path] = FUSE_ROOT_ID;
+    m_numbers[node.name] = FUSE_ROOT_ID;
 }
 
-Nodes::Number Nodes::Remember(const std::string& path) {
-    const auto found = m_numbers.find(path);
+Nodes::Number Nodes::Remember(const std::string& name) {
+    const auto found = m_numbers.find(name);
     const Number number = found == m_numbers.end() ? ++m_last : found->second;
     Node& node = m_nodes[number];
     if (node.known++ == 0) {
-        node.path = path;
-        m_numbers[node.path] = number;
+        node.name = name;
+        m_numbers[node.name] = number;
     }
     return number;
 }
@@ -27,7 +27,7 @@ void Nodes::Forget(Number number, std::uint64_t times) {
     }
     found->second.known -= std::min(times, found->second.known);
     if (found->second.known == 0) {
-        m_numbers.erase(found->second.path);
+        m_numbers.erase(found->second.name);
         m_nodes.erase(found);
     }
 }

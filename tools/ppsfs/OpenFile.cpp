@@ -7,6 +7,7 @@
 #include <cerrno>
 
 #include "platform/host/PpsProtocol.h"
+#include "tools/ppsd/Object.h"
 #include "tools/ppsfs/Caller.h"
 
 namespace ppsfs {
@@ -24,6 +25,16 @@ int TargetFlags(int flags) {
     namespace target = host::target_flags;
     return (flags & O_ACCMODE) | ((flags & O_CREAT) != 0 ? target::kCreate : 0) |
            ((flags & O_EXCL) != 0 ? target::kExclusive : 0) | ((flags & O_TRUNC) != 0 ? target::kTruncate : 0);
+}
+
+/// The request to open a path as a file: of its options, those that a file may have.
+std::string OpenRequest(std::string_view path, const host::PpsOptions& options, int flags, mode_t mode) {
+    std::string text(path);
+    text.append("?file").append(options.delta ? ",delta" : "").append(options.notPersistent ? ",nopersist" : "");
+    if (!options.attributes.empty()) {
+        text.append(",f=").append(options.attributes);
+    }
+    return host::RenderOpen(TargetFlags(flags), mode, text);
 }
 
 } // namespace
@@ -44,9 +55,8 @@ void OpenFile::Open(const ppsd::Identity& caller, const std::string& path, int f
         OnOpenReply(error, {}, false);
         return;
     }
-    const bool hasOptions = bare.size() < path.size();
-    m_connection->Ask(host::RenderOpen(TargetFlags(flags), mode, path + (hasOptions ? ",file" : "?file")),
-                      [self = shared_from_this(), reads = (flags & O_ACCMODE) != O_WRONLY && !options.acknowledge](
+    m_connection->Ask(OpenRequest(bare, options, flags, mode),
+                      [self = shared_from_this(), reads = (flags & O_ACCMODE) != O_WRONLY](
                           int result, std::string_view answer) { self->OnOpenReply(result, answer, reads); });
 }
 
@@ -108,8 +118,8 @@ bool OpenFile::Serve(Reader& reader) {
         return true;
     }
     if (m_isAsking) {
-        if (m_isLate && reader.isNonBlocking) {
-            reader.request->Fail(EAGAIN);
+        if (m_isLate) {
+            reader.request->Fail(reader.isNonBlocking ? EAGAIN : ETIMEDOUT);
         }
         return reader.request->IsAnswered();
     }
@@ -160,58 +170,75 @@ void OpenFile::Seek(off_t offset) {
 void OpenFile::AskForText(bool isNonBlocking) {
     m_isAsking = true;
     m_isLate = false;
+    m_lateAt = Loop::Clock::now() + kPatience;
     m_connection->Ask(
         std::string(1, host::kReadRequest),
         [self = shared_from_this()](int error, std::string_view text) { self->OnText(error, text); },
-        PatienceOf(isNonBlocking));
+        PatienceOf(isNonBlocking), [self = shared_from_this()] { self->OnTextLate(); });
 }
 
 void OpenFile::OnText(int error, std::string_view text) {
     if (error == ETIMEDOUT) {
-        m_isLate = true;
-        for (Reader& reader : m_readers) {
-            reader.request->Fail(reader.isNonBlocking ? EAGAIN : ETIMEDOUT);
-        }
-        m_readers.clear();
-        return;
+        OnTextLate();
     }
     m_isAsking = false;
     m_isReady = false;
     m_mayHaveText = error == 0 && text != host::kNothing;
     if (m_mayHaveText) {
+        // A text begins where a reader is who goes on; for one who has sought, a whole text begins at 0.
+        const auto here = m_begin + static_cast<off_t>(m_taken);
+        const off_t offset = m_readers.empty() ? here : m_readers.front().offset;
+        const bool beginsHere = m_isDelta || offset == here;
         m_text = text;
-        m_taken = 0;
+        m_begin = beginsHere ? offset : 0;
+        m_taken = std::min(static_cast<std::size_t>(offset - m_begin), m_text.size());
         m_isRewound = false;
-        m_begin = m_readers.empty() ? m_begin : m_readers.front().offset;
     }
     ServeReaders();
 }
 
-void OpenFile::Write(const RequestPtr& request, std::string_view text, int flags) {
+/// Readers who don't want to wait give up, and after a while the others too.
+void OpenFile::OnTextLate() {
+    m_isLate = Loop::Clock::now() >= m_lateAt;
+    for (const Reader& reader : m_readers) {
+        if (reader.isNonBlocking || m_isLate) {
+            reader.request->Fail(reader.isNonBlocking ? EAGAIN : ETIMEDOUT);
+        }
+    }
+    ServeReaders();
+}
+
+void OpenFile::Write(const RequestPtr& request, std::string_view text, off_t offset, int flags) {
+    const auto taken = static_cast<off_t>(m_taken);
+    if (offset == m_begin + taken || (flags & O_APPEND) != 0) {
+        m_begin = offset + static_cast<off_t>(text.size()) - taken;
+    }
     const bool isNonBlocking = (flags & O_NONBLOCK) != 0;
+    const int tooLate = isNonBlocking ? EAGAIN : ETIMEDOUT;
     if (isNonBlocking && m_lateWrites > 0) {
-        request->Fail(EAGAIN);
+        request->Fail(tooLate);
         return;
     }
-    const auto answer = [self = shared_from_this(), request, isNonBlocking, size = text.size(),
-                         isLate = std::make_shared<bool>(false)](int error, std::string_view reply) {
-        if (error == ETIMEDOUT) {
-            *isLate = true;
-            ++self->m_lateWrites;
-            request->Fail(isNonBlocking ? EAGAIN : ETIMEDOUT);
-            return;
-        }
+    const auto isLate = std::make_shared<bool>(false);
+    const auto answer = [self = shared_from_this(), request, size = text.size(), tooLate,
+                         isLate](int error, std::string_view reply) {
         if (*isLate) {
             --self->m_lateWrites;
             self->ReportEvents();
         }
-        const int reason = error == 0 ? host::ParseReply(reply).error : error;
+        const int reason = error == 0 ? host::ParseReply(reply).error : error == ETIMEDOUT ? tooLate : error;
         if (reason == 0) {
             request->Answer([size](fuse_req_t raw) { fuse_reply_write(raw, size); });
         }
         request->Fail(reason);
     };
-    m_connection->Ask(std::string(1, host::kWriteRequest).append(text), answer, PatienceOf(isNonBlocking));
+    const auto late = [self = shared_from_this(), request, tooLate, isLate] {
+        self->m_lateWrites += std::exchange(*isLate, true) ? 0 : 1;
+        request->Fail(tooLate);
+    };
+    // Of a text that is too large a part is enough for the server to refuse it.
+    m_connection->Ask(std::string(1, host::kWriteRequest).append(text.substr(0, ppsd::kMaxWrite + 1)), answer,
+                      PatienceOf(isNonBlocking), late);
 }
 
 unsigned OpenFile::Events() const {

@@ -37,7 +37,8 @@ public:
 
     /// @param offset where the reader is in the file
     void Read(const RequestPtr& request, std::size_t size, off_t offset, int flags);
-    void Write(const RequestPtr& request, std::string_view text, int flags);
+    /// @param offset where the writer is in the file, which means nothing but that a reader is there afterwards
+    void Write(const RequestPtr& request, std::string_view text, off_t offset, int flags);
 
     /// @param handle by which to report changes from now on; null: none. It is the file's then.
     void Poll(const RequestPtr& request, fuse_pollhandle* handle);
@@ -54,6 +55,7 @@ private:
         bool hasSought = false;
     };
 
+    void OnTextLate();
     void OnOpenReply(int error, std::string_view answer, bool reads);
     void OnNotice();
     void ServeReaders();
@@ -76,9 +78,10 @@ private:
     bool m_isRewound = false;     // it is to be read again, unless there is a newer one
     bool m_isAsking = false;      // for a text
     bool m_isLate = false;        // the answer is
-    bool m_mayHaveText = true;    // false: the server has nothing to read, and will notify
-    bool m_isReady = false;       // it has notified
-    int m_lateWrites = 0;         // those that had no answer in time, nor since
+    Loop::Clock::time_point m_lateAt;
+    bool m_mayHaveText = true; // false: the server has nothing to read, and will notify
+    bool m_isReady = false;    // it has notified
+    int m_lateWrites = 0;      // those that had no answer in time, nor since
     fuse_pollhandle* m_poll = nullptr;
 };
 

@@ -11,11 +11,16 @@
 namespace ppsfs {
 
 /// A request of the kernel, which gets one answer: the first that is given. Where its process takes a signal, that is
-/// EINTR, and where everybody forgets the request, EIO.
+/// EINTR, unless the request changes something: nobody would know whether it did. Where everybody forgets the request,
+/// it is EIO.
 class Request {
 public:
-    explicit Request(fuse_req_t request) {
-        fuse_req_interrupt_func(request, &Request::OnInterrupt, this);
+    enum class Kind { Asks, Changes };
+
+    Request(fuse_req_t request, Kind kind) {
+        if (kind == Kind::Asks) {
+            fuse_req_interrupt_func(request, &Request::OnInterrupt, this);
+        }
         m_request = request;
         if (m_isInterrupted) {
             Fail(EINTR);
@@ -26,7 +31,6 @@ public:
     ~Request() { Fail(EIO); }
 
     bool IsAnswered() const { return m_request == nullptr; }
-    const fuse_ctx& Caller() const { return *fuse_req_ctx(m_request); }
     fuse_req_t Raw() const { return m_request; }
 
     /// Answers with an errno number; 0 is a success without more to say.

@@ -1,6 +1,5 @@
 #include "tools/ppsfs/ServerConnection.h"
 
-#include <fcntl.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -15,11 +14,11 @@
 namespace ppsfs {
 
 int ServerConnection::Connect() {
-    UniqueFd socket = host::ConnectTo(host::BelowRoot(host::kPpsSocket));
+    UniqueFd socket = host::ConnectTo(host::BelowRoot(host::kPpsSocket), host::Waiting::No);
     if (!socket) {
-        return errno == ENOENT || errno == ENOTDIR ? ECONNREFUSED : errno;
+        // A server that does not take the thousands who wait already does not answer.
+        return errno == ENOENT || errno == ENOTDIR ? ECONNREFUSED : errno == EAGAIN ? ETIMEDOUT : errno;
     }
-    ::fcntl(socket.Get(), F_SETFL, O_NONBLOCK);
     m_id = m_loop.Add(socket.Get(), weak_from_this());
     if (m_id == 0) {
         return errno;
@@ -28,18 +27,23 @@ int ServerConnection::Connect() {
     return 0;
 }
 
-void ServerConnection::Ask(std::string question, Answer answer, std::chrono::milliseconds patience) {
+void ServerConnection::Ask(std::string question, Answer answer, std::chrono::milliseconds patience, Notice late) {
     if (!m_socket) {
         answer(ECONNRESET, {});
         return;
     }
-    m_questions.push_back({std::move(question), std::move(answer), Loop::Clock::now() + patience});
-    UpdateDue();
+    const auto now = Loop::Clock::now();
+    if (!late) {
+        late = [answer] { answer(ETIMEDOUT, {}); };
+    }
+    m_questions.push_back({std::move(question), std::move(answer), std::move(late), now + patience, now + kPatience});
+    m_due = std::min(m_due, now + patience);
+    m_loop.SetDue(m_id, m_due);
     SendUnsent();
 }
 
 void ServerConnection::SendUnsent() {
-    while (m_sent < m_questions.size()) {
+    while (m_sent < std::min(m_questions.size(), kMaxSent)) {
         std::string& text = m_questions[m_sent].unsent;
         if (::send(m_socket.Get(), text.data(), text.size(), MSG_NOSIGNAL) < 0) {
             // A broken connection shows itself when it is read.
@@ -80,8 +84,9 @@ void ServerConnection::TakeIn() {
 
 void ServerConnection::Handle(std::string_view packet) {
     if (packet == host::kReady) {
-        if (m_onNotice) {
-            m_onNotice();
+        const Notice notice = m_onNotice; // which the call may end
+        if (notice) {
+            notice();
         }
         return;
     }
@@ -91,7 +96,7 @@ void ServerConnection::Handle(std::string_view packet) {
     const Answer answer = std::move(m_questions.front().answer);
     m_questions.pop_front();
     --m_sent;
-    UpdateDue();
+    SendUnsent();
     answer(0, packet);
 }
 
@@ -115,31 +120,37 @@ void ServerConnection::Close() {
         m_socket.Reset();
     }
     m_sent = 0;
-    m_questions.clear();
+    std::deque<Question>().swap(m_questions);
     m_onNotice = nullptr;
 }
 
-void ServerConnection::UpdateDue() {
-    auto due = Loop::Clock::time_point::max();
-    for (const Question& question : m_questions) {
-        due = std::min(due, question.due);
+void ServerConnection::OnDue() {
+    for (const Notice& notice : TakeLate(Loop::Clock::now())) {
+        notice();
     }
-    m_loop.SetDue(m_id, due);
 }
 
-void ServerConnection::OnDue() {
-    const auto now = Loop::Clock::now();
-    std::vector<Answer> late;
-    for (Question& question : m_questions) {
-        if (question.due <= now) {
-            question.due = Loop::Clock::time_point::max();
-            late.push_back(question.answer);
+/// What is to be called for the questions that have waited long enough. Those that were not sent are withdrawn at last.
+std::vector<ServerConnection::Notice> ServerConnection::TakeLate(Loop::Clock::time_point now) {
+    std::vector<Notice> notices;
+    m_due = Loop::Clock::time_point::max();
+    for (std::size_t i = 0; i < m_questions.size();) {
+        Question& question = m_questions[i];
+        const bool isOver = question.lastDue <= now;
+        if (isOver && i >= m_sent) {
+            notices.emplace_back([answer = question.answer] { answer(ETIMEDOUT, {}); });
+            m_questions.erase(m_questions.begin() + static_cast<std::ptrdiff_t>(i));
+            continue;
         }
+        if (question.due <= now) {
+            notices.push_back(question.late);
+            question.due = isOver ? Loop::Clock::time_point::max() : question.lastDue;
+        }
+        m_due = std::min(m_due, question.due);
+        ++i;
     }
-    UpdateDue();
-    for (const Answer& answer : late) {
-        answer(ETIMEDOUT, {});
-    }
+    m_loop.SetDue(m_id, m_due);
+    return notices;
 }
 
 } // namespace ppsfs

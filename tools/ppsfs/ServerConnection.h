@@ -6,6 +6,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/posix/UniqueFd.h"
 #include "tools/ppsfs/Loop.h"
@@ -18,8 +19,8 @@ constexpr std::chrono::milliseconds kPatience(2000);
 /// A connection to the PPS server, which answers questions in their order. No call waits for the server.
 class ServerConnection : public Watched, public std::enable_shared_from_this<ServerConnection> {
 public:
-    /// What came of a question: 0 and the answer, or an errno number: ECONNRESET where the connection is lost. Where no
-    /// answer comes in time it is called with ETIMEDOUT, and once more when the answer comes or the connection is lost.
+    /// What came of a question: 0 and the answer, or an errno number: ECONNRESET where the connection is lost,
+    /// ETIMEDOUT where there was no room to send the question.
     using Answer = std::function<void(int error, std::string_view answer)>;
     using Notice = std::function<void()>;
 
@@ -36,7 +37,9 @@ public:
     void OnNotice(Notice notice) { m_onNotice = std::move(notice); }
 
     /// Asks. Where the connection is lost, the answer comes at once.
-    void Ask(std::string question, Answer answer, std::chrono::milliseconds patience = kPatience);
+    /// @param late is called when the patience is over, and after kPatience; the answer is still to come then. Without
+    ///             it, the answer is called with ETIMEDOUT, and once more later
+    void Ask(std::string question, Answer answer, std::chrono::milliseconds patience = kPatience, Notice late = {});
 
     bool IsConnected() const { return static_cast<bool>(m_socket); }
 
@@ -48,25 +51,32 @@ public:
 
     void OnEvents(std::uint32_t events) override;
     void OnDue() override;
+    void OnEnd() override { Close(); }
 
 private:
+    /// The server answers without waiting for us to read, and drops who does not, so no more are sent at a time.
+    static constexpr std::size_t kMaxSent = 64;
+
     struct Question {
         std::string unsent; // empty once it is sent
         Answer answer;
+        Notice late;
         Loop::Clock::time_point due;
+        Loop::Clock::time_point lastDue;
     };
 
     void SendUnsent();
     void Handle(std::string_view packet);
     void Lose();
-    void UpdateDue();
+    std::vector<Notice> TakeLate(Loop::Clock::time_point now);
 
     Loop& m_loop;
     Loop::Id m_id = 0;
     UniqueFd m_socket;
     Notice m_onNotice;
-    std::deque<Question> m_questions; // that the server has not answered
-    std::size_t m_sent = 0;           // how many of them it has
+    std::deque<Question> m_questions;                               // that the server has not answered
+    std::size_t m_sent = 0;                                         // how many of them it has
+    Loop::Clock::time_point m_due = Loop::Clock::time_point::max(); // not after the first one's
 };
 
 } // namespace ppsfs

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 #include <sstream>
 
 #include "platform/host/PpsProtocol.h"
@@ -17,6 +18,7 @@ namespace {
 constexpr std::string_view kRoot = "/pps";
 constexpr blksize_t kBlock = 65536;      // the largest write
 constexpr mode_t kDirectoryMode = 01777; // anybody may make objects, and delete those of his own
+constexpr std::size_t kMaxMade = 1024;   // directories that one user has made
 
 /// Parses the text of a reply to "stat" about an object; false where it is none.
 bool ParseObject(const std::string& text, struct stat& status) {
@@ -46,11 +48,12 @@ bool ParseObject(const std::string& text, struct stat& status) {
 
 } // namespace
 
-struct stat Tree::Directory() const {
+struct stat Tree::DirectoryAt(const std::string& path) const {
+    const auto made = m_made.find(path);
     struct stat status {};
     status.st_mode = S_IFDIR | kDirectoryMode;
     status.st_nlink = 2;
-    status.st_uid = ::geteuid();
+    status.st_uid = made == m_made.end() ? ::geteuid() : made->second;
     status.st_gid = ::getegid();
     status.st_mtim = {m_begin, 0};
     status.st_atim = status.st_mtim;
@@ -77,7 +80,7 @@ void Tree::Ask(const std::string& question, const ServerConnection::Answer& answ
 
 void Tree::Describe(const std::string& path, const Described& described) {
     if (path == kRoot) {
-        described(0, Directory()); // is there without a server too
+        described(0, DirectoryAt(path)); // is there without a server too
         return;
     }
     Ask("stat " + path, [this, path, described](int error, std::string_view answer) {
@@ -86,7 +89,7 @@ void Tree::Describe(const std::string& path, const Described& described) {
         if (reply.error == 0 && ParseObject(reply.reason, status)) {
             described(0, status);
         } else if (reply.error == 0 || (reply.error == ENOENT && m_made.count(path) != 0)) {
-            described(0, Directory());
+            described(0, DirectoryAt(path));
         } else {
             described(reply.error, status);
         }
@@ -122,40 +125,57 @@ void Tree::ListAfter(const std::string& directory, const std::shared_ptr<std::ve
 }
 
 void Tree::AddMade(const std::string& directory, std::vector<std::string>& names) const {
-    for (const std::string& made : m_made) {
-        const std::size_t slash = made.rfind('/');
-        const std::string name = made.substr(slash + 1);
-        const bool isThere = std::find(names.begin(), names.end(), name + "/") != names.end() ||
-                             std::find(names.begin(), names.end(), name) != names.end();
-        if (made.compare(0, slash, directory) == 0 && !isThere) {
+    const std::string prefix = directory + "/";
+    const std::set<std::string> known(names.begin(), names.end());
+    for (auto made = m_made.lower_bound(prefix); made != m_made.end(); ++made) {
+        if (made->first.compare(0, prefix.size(), prefix) != 0) {
+            return;
+        }
+        const std::string name = made->first.substr(prefix.size());
+        if (name.find('/') == std::string::npos && known.count(name) == 0 && known.count(name + "/") == 0) {
             names.push_back(name + "/");
         }
     }
 }
 
-int Tree::MakeDirectory(const std::string& path) {
+int Tree::MakeDirectory(const std::string& path, const ppsd::Identity& maker) {
+    if (path == kRoot || m_made.count(path) != 0) {
+        return 0;
+    }
     if (!ppsd::ObjectTree::IsPath(path)) {
         return EINVAL;
     }
-    m_made.insert(path);
+    std::size_t& count = m_madeBy[maker.user];
+    if (count >= kMaxMade) {
+        return ENOSPC;
+    }
+    ++count;
+    m_made[path] = maker.user;
     return 0;
 }
 
 /// Whether a directory that was made here is below the path.
 bool Tree::HoldsMade(const std::string& path) const {
     const auto next = m_made.upper_bound(path + "/");
-    return next != m_made.end() && next->compare(0, path.size() + 1, path + "/") == 0;
+    return next != m_made.end() && next->first.compare(0, path.size() + 1, path + "/") == 0;
 }
 
-void Tree::RemoveDirectory(const std::string& path, const std::function<void(int error)>& removed) {
-    Ask("stat " + path, [this, path, removed](int error, std::string_view answer) {
+void Tree::RemoveDirectory(const std::string& path, const ppsd::Identity& caller,
+                           const std::function<void(int error)>& removed) {
+    Ask("stat " + path, [this, path, caller, removed](int error, std::string_view answer) {
         const int reason = error == 0 ? host::ParseReply(answer).error : error;
+        const auto made = m_made.find(path);
         // Where the server has a directory, something is in it.
-        if (reason == ENOENT && !HoldsMade(path)) {
-            m_made.erase(path);
-            removed(0);
-        } else {
+        if (reason != ENOENT || HoldsMade(path)) {
             removed(reason == 0 || reason == ENOENT ? ENOTEMPTY : reason);
+        } else if (made == m_made.end()) {
+            removed(ENOENT);
+        } else if (!caller.IsRoot() && made->second != caller.user) {
+            removed(EPERM);
+        } else {
+            --m_madeBy[made->second];
+            m_made.erase(made);
+            removed(0);
         }
     });
 }

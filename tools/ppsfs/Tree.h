@@ -4,12 +4,13 @@
 #include <sys/stat.h>
 
 #include <functional>
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tools/ppsd/Permissions.h"
 #include "tools/ppsfs/ServerConnection.h"
 
 namespace ppsfs {
@@ -32,14 +33,15 @@ public:
     void List(const std::string& directory, const Listed& listed);
 
     /// Makes a directory, where nothing is; 0 or an errno number.
-    int MakeDirectory(const std::string& path);
+    int MakeDirectory(const std::string& path, const ppsd::Identity& maker);
 
-    /// Removes a directory that holds nothing.
-    void RemoveDirectory(const std::string& path, const std::function<void(int error)>& removed);
+    /// Removes a directory that holds nothing and is the caller's.
+    void RemoveDirectory(const std::string& path, const ppsd::Identity& caller,
+                         const std::function<void(int error)>& removed);
 
 private:
     void Ask(const std::string& question, const ServerConnection::Answer& answer);
-    struct stat Directory() const;
+    struct stat DirectoryAt(const std::string& path) const;
     bool HoldsMade(const std::string& path) const;
     void ListAfter(const std::string& directory, const std::shared_ptr<std::vector<std::string>>& names,
                    const Listed& listed);
@@ -47,7 +49,8 @@ private:
 
     Loop& m_loop;
     std::shared_ptr<ServerConnection> m_connection;
-    std::set<std::string> m_made;
+    std::map<std::string, uid_t> m_made; // directories and their owners
+    std::map<uid_t, std::size_t> m_madeBy;
     const time_t m_begin = ::time(nullptr);
 };
 

@@ -53,7 +53,9 @@ int Serve(const std::string& path, int stopSignals) {
     while (!stop->HasCome() && !mount->IsOver()) {
         loop.Turn();
     }
+    // While the mount is there, all that waits in it is answered.
     fileSystem.Close();
+    loop.End();
     return 0;
 }
 
@@ -68,7 +70,6 @@ int main(int argc, char** argv) {
     if (const auto status = ParseCommandLine(app, argc, argv)) {
         return *status;
     }
-    const UniqueFd stopSignals = StopSignals();
     RaiseDescriptorLimit();
     const std::string missing = ppsfs::MissingForMounting();
     if (!missing.empty()) {
@@ -79,5 +80,7 @@ int main(int argc, char** argv) {
     if (!taken.empty()) {
         return Fail(path, taken);
     }
+    // Not before: a look at the mount point may wait for a ppsfs that does not answer, until a signal comes.
+    const UniqueFd stopSignals = StopSignals();
     return Serve(mountPoint.Path(), stopSignals.Get());
 }

@@ -24,34 +24,39 @@ bool IsStopped(int stopFd, int waitMs) {
     return ::poll(&stop, 1, waitMs) > 0;
 }
 
-/// A file whose end is not its end: a read waits there until there is more. It ends where the file was made anew.
+/// A file whose end is not its end: a read waits there until there is more. It ends where the file was made anew, and
+/// where the writer of a pipe has ended.
 struct Growing {
     std::string path;
     UniqueFd fd;
     int stopFd;
+    bool hasBegun = false;
 
-    bool IsReplaced() const {
+    bool IsOver() const {
         struct stat now {};
         struct stat opened {};
         if (::fstat(fd.Get(), &opened) != 0 || ::stat(path.c_str(), &now) != 0) {
             return true;
         }
         const bool isShorter = S_ISREG(opened.st_mode) && ::lseek(fd.Get(), 0, SEEK_CUR) > opened.st_size;
-        return isShorter || now.st_ino != opened.st_ino || now.st_dev != opened.st_dev;
+        const bool hasNoWriter = S_ISFIFO(opened.st_mode) && hasBegun;
+        return isShorter || hasNoWriter || now.st_ino != opened.st_ino || now.st_dev != opened.st_dev;
     }
 };
 
 ssize_t ReadGrowing(void* cookie, char* buffer, std::size_t size) {
-    const Growing& file = *static_cast<Growing*>(cookie);
-    while (!IsStopped(file.stopFd, 0)) {
-        const ssize_t length = ::read(file.fd.Get(), buffer, size);
+    Growing& file = *static_cast<Growing*>(cookie);
+    ssize_t length = 0;
+    do {
+        length = ::read(file.fd.Get(), buffer, size);
         if (length > 0) {
+            file.hasBegun = true;
             return length;
         }
-        if ((length < 0 && errno != EAGAIN && errno != EINTR) || file.IsReplaced() || IsStopped(file.stopFd, kLookMs)) {
+        if (length == 0 && file.IsOver()) {
             return 0;
         }
-    }
+    } while ((length == 0 || errno == EAGAIN || errno == EINTR) && !IsStopped(file.stopFd, kLookMs));
     return 0;
 }
 

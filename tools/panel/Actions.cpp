@@ -33,8 +33,12 @@ bool Contains(const Texts& texts, std::string_view text) {
 }
 
 std::string TextOf(const rapidjson::Document& json, const char* member) {
-    const bool isText = json.IsObject() && json.HasMember(member) && json[member].IsString();
-    return isText ? std::string(json[member].GetString(), json[member].GetStringLength()) : "";
+    if (!json.IsObject()) {
+        return "";
+    }
+    const auto found = json.FindMember(member);
+    const bool isText = found != json.MemberEnd() && found->value.IsString();
+    return isText ? std::string(found->value.GetString(), found->value.GetStringLength()) : "";
 }
 
 } // namespace

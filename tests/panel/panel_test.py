@@ -175,10 +175,10 @@ class PanelTest(unittest.TestCase):
     CONTROLS = """
         volume-up - status zovolume:json:{"current":13, -
         volume-down - status zovolume:json:{"current":12, -
-        system-mute - status "system_mute":"mute" mute
-        system-mute - status "system_mute":"unmute" unmute
-        source-mute - status "source_mute":"mute" mute
-        source-mute - status "source_mute":"unmute" unmute
+        system-mute - status "system_mute":"mute" muted
+        system-mute - status "system_mute":"unmute" off
+        source-mute - status "source_mute":"mute" muted
+        source-mute - status "source_mute":"unmute" off
         level-main 20 status zovolume:json:{"current":20, 20
         level-navi 11 status "val":[20,11,15,20] 11
         level-call 12 status "val":[20,11,12,20] 12
@@ -207,6 +207,7 @@ class PanelTest(unittest.TestCase):
         source-1 9 status "gain":[6,9,5,12] 9
         source-add - status "src":["usb","radio","btaudio","navi","none"] -
         navi-percent 50 gps_status navivolume:n:50 50
+        navi-percent 49 gps_status navivolume:n:47 47
     """
 
     def test_1_every_control_changes_the_mcu_and_shows_what_it_accepts(self):
@@ -250,13 +251,46 @@ class PanelTest(unittest.TestCase):
         self.choose("srs", "78")
         until("the next one is accepted", lambda: "zosrs:n:78" in self.bench.read("status") and self.is_settled())
 
+    def test_2_what_is_done_in_quick_succession_comes_about_as_it_was_meant(self):
+        call = self.shown("level-call")
+        gain = self.shown("eq-gain-1")
+        start = int(self.text("main-volume").split()[0])
+        self.bench.run("mcusim", "order", "delay", "150")
+        cases = [("steps add up", ["volume-up", "volume-up", "volume-up"], "status", f'zovolume:json:{{"current":{start + 3},'),
+                 ("and go on from a level that is under way", ["level-main=5", "volume-up"], "status", 'zovolume:json:{"current":6,'),
+                 ("what is taken back stays", ["level-main=7", "level-call=30", f"level-call={call}"], "status", f',{call},'),
+                 ("another curve may be looked at meanwhile", ["eq-gain-1=3", "eq-type-1"], "settings", '"gain":[10,3,')]
+        for what, actions, where, published in cases:
+            with self.subTest(what):
+                for action in actions:
+                    self.choose(*(action.split("=") if "=" in action else (action, "")))
+                until("it is accepted", lambda: self.is_settled() and published in self.bench.read(where))
+                self.assertNotIn("not accepted", self.text("message"))
+        self.assertEqual(self.shown("level-call"), call)
+        self.choose("eq-type-0", "")
+        self.choose("eq-gain-1", gain)
+        until("it is accepted", self.is_settled)
+        self.bench.run("mcusim", "order", "clear")
+        self.bench.run("mcusim", "order", "refuse")
+        self.choose("eq-type-5", "")
+        self.choose("eq-use", "")
+        until("a curve that is not accepted says so", lambda: self.text("message") == "Curve in use: not accepted within a second")
+        self.choose("eq-type-0", "")
+
     def test_3_markup_in_values_stays_text(self):
         markup = "<img src=x onerror=document.title=1><b id=markup>"
         self.bench.run("ppsctl", "write", "/pps/tolvyn/eq/status", "zoaudio::" + markup)
         until("it is shown as it is", lambda: self.text("processor") == markup)
         self.bench.run("ppsctl", "write", "/pps/services/app-launcher", 'req:json:{"app":"<b id=markup>","cmd":"</script>"}')
         until("and so is a request", lambda: "<b id=markup>: </script>" in self.text("popups"))
-        self.bench.run("ppsctl", "write", "/pps/tolvyn/eq/status", "zovolume:json:{broken")
+        for line in ("zovolume:json:{broken", "zovolume:json:3", "zosrc_vol:json:{}", "zosource_gain:json:[]", "zosubwoofer:json:null",
+                     "zolisten_pos::" + "9" * 30000):
+            self.bench.run("ppsctl", "write", "/pps/tolvyn/eq/status", line)
+        self.bench.run("ppsctl", "write", "/pps/tolvyn/eq/settings", 'zoeqtype_0:json:{"freqs":[1],"gain":[1]}')
+        self.bench.run("ppsctl", "write", "/pps/services/app-launcher", 'req:json:{"app":{"toString":1},"cmd":[]}')
+        self.bench.run("eqctl", "alc", "77")
+        until("and the others go on", lambda: self.shown("alc") == "77")
+        self.bench.run("mcusim", "order", "restart")
         self.bench.run("mcusim", "order", "volume", "main", "12")
         until("what is no value harms nothing", lambda: self.text("main-volume") == "12 of 40")
         self.assertEqual(self.js("return [document.querySelectorAll('img, #markup').length, document.title]"), [0, "Melvane panel"])
@@ -282,7 +316,12 @@ class PanelTest(unittest.TestCase):
                     status = error.code
                     error.close()
                 self.assertEqual(status, expected)
-        for order in ("save /tmp/x", "load /etc/passwd", "restart /etc/passwd", "wait 9999999", ""):
+        if os.geteuid() == 0:
+            script = f"import urllib.request; urllib.request.urlopen('{self.bench.url}')"
+            others = subprocess.run(["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "/usr/bin/python3", "-c", script],
+                                    stderr=subprocess.PIPE, text=True, check=False)
+            self.assertIn("403", others.stderr)
+        for order in ("restart 5 x", "restart 99999999999", "save /tmp/x", "load /etc/passwd", "restart /etc/passwd", "wait 9999999", ""):
             self.assertEqual(self.js("return fetch('/order', {method: 'POST', headers: {'X-Token': token}, body: arguments[0]}).then(r => r.status)", order), 400)
 
     def test_5_it_says_who_is_away_and_comes_back_by_itself(self):
@@ -311,7 +350,7 @@ class PanelTest(unittest.TestCase):
         box = self.page.find_element(By.ID, "filter")
         self.choose("alc", "7")
         until("it is accepted", lambda: self.is_settled() and "zoalc:n:7" in self.bench.read("status"))
-        box.send_keys("alc to -query alc=7")
+        box.send_keys("ALC to -query -alc=77 alc=7")
         until("one packet is left", lambda: self.js("return link.shown.length") == 1)
         table = self.page.find_element(By.ID, "packets")
         table.send_keys(Keys.ARROW_DOWN)
@@ -323,12 +362,24 @@ class PanelTest(unittest.TestCase):
         self.assertRegex(self.bench.run("mculink", "show", saved), r"^\S+ to +#\d+ control alc alc=7\n$")
         box.send_keys(Keys.CONTROL, "a")
         box.send_keys(Keys.DELETE)
+        until("all are shown", lambda: len(self.page.find_elements(By.CLASS_NAME, "packet")) > 5)
         self.choose("pause", "")
         top = self.js("return document.getElementById('packets').scrollTop")
+        count = self.text("packet-count")
         self.choose("alc", "8")
-        until("it is accepted", lambda: self.is_settled() and "zoalc:n:8" in self.bench.read("status"))
+        until("the list has grown", lambda: self.text("packet-count") != count and self.is_settled())
         self.assertEqual(self.js("return document.getElementById('packets').scrollTop"), top)
+        row = self.page.find_elements(By.CLASS_NAME, "packet")[3]
+        row.click()
+        until("the row that was clicked is chosen", lambda: row.get_attribute("aria-selected") == "true" or
+              self.js("return link.selected") == int(row.get_attribute("data-number")))
         self.choose("pause", "")
+        box.send_keys("refused")
+        self.bench.run("mcusim", "order", "refuse")
+        self.choose("alc", "9")
+        until("a packet is shown as soon as its answer has come", lambda: self.js("return link.shown.length") >= 1 and self.is_settled())
+        box.send_keys(Keys.CONTROL, "a")
+        box.send_keys(Keys.DELETE)
 
     def test_7_it_is_usable_by_keyboard_and_readable(self):
         nodes = self.page.execute_cdp_cmd("Accessibility.getFullAXTree", {})["nodes"]
@@ -340,6 +391,7 @@ class PanelTest(unittest.TestCase):
             self.page.switch_to.active_element.send_keys(Keys.TAB)
             if self.js("return document.activeElement.id") == "center":
                 break
+        self.assertEqual(self.js("return document.activeElement.id"), "center")
         self.page.switch_to.active_element.send_keys(Keys.ARROW_LEFT)
         until("a key changed it", lambda: "zocenter_gain:n:5" in self.bench.read("status") and self.is_settled())
         contrast = """

@@ -316,7 +316,7 @@ std::string OrderLine(const Words& commandLine) {
     return error ? line : words[0] + " " + path.string();
 }
 
-OrderResult GiveOrder(const std::string& line) {
+OrderResult GiveOrder(const std::string& line, std::chrono::seconds limit) {
     if (line.empty()) {
         return {false, "an order is missing; 'help' lists them"};
     }
@@ -324,8 +324,8 @@ OrderResult GiveOrder(const std::string& line) {
     const UniqueFd connection = host::ConnectTo(path);
     std::string answer;
     if (connection) {
-        constexpr timeval kForever{0, 0}; // an order may wait as long as it says
-        ::setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &kForever, sizeof kForever);
+        const timeval patience{static_cast<time_t>(limit.count()), 0};
+        ::setsockopt(connection.Get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     }
     if (!connection || ::send(connection.Get(), line.data(), line.size(), MSG_NOSIGNAL) < 0 ||
         !host::ReceivePacket(connection.Get(), answer)) {

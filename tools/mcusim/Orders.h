@@ -33,7 +33,8 @@ OrderResult Obey(Simulator& simulator, std::string_view line);
 std::string OrderLine(const Words& commandLine);
 
 /// Gives an order to the simulator that runs below this root.
-OrderResult GiveOrder(const std::string& line);
+/// @param limit how long the answer may take; 0: as long as the order waits
+OrderResult GiveOrder(const std::string& line, std::chrono::seconds limit = std::chrono::seconds(0));
 
 /// One line for each order: its words and what it does.
 std::string OrderHelp();

@@ -1,5 +1,6 @@
 #include "tools/panel/Actions.h"
 
+#include <poll.h>
 #include <rapidjson/document.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -21,7 +22,11 @@ namespace {
 
 constexpr std::array<std::string_view, 3> kWritable{"/pps/tolvyn/eq/control", "/pps/tolvyn/navigation/gps_status",
                                                     "/pps/tolvyn/system/poweron_status"};
-constexpr std::array<std::string_view, 4> kNotForPages{"load", "save", "script", "wait"};
+/// The simulator's other orders are not for the page; some read or write files, or wait.
+constexpr std::array<std::string_view, 14> kOrders{"volume",  "mute",     "refuse",  "drop",    "duplicate",
+                                                   "reorder", "renumber", "corrupt", "silence", "deaf",
+                                                   "delay",   "clear",    "hangup",  "restart"};
+constexpr std::chrono::seconds kPatience(2);
 
 constexpr int kBadRequest = 400;
 constexpr int kConflict = 409;
@@ -52,12 +57,15 @@ Outcome WriteLine(const std::string& json) {
         return {kBadRequest, "not a line for an object that pages write into"};
     }
     host::PpsReply reply;
-    const UniqueFd fd = host::OpenPpsObject(object + "?ack,wait", host::target_flags::kWriteOnly, reply);
+    const UniqueFd fd = host::OpenPpsObject(object + "?ack", host::target_flags::kWriteOnly, reply);
     if (!fd) {
         return {kConflict, object + ": " + reply.reason};
     }
     std::string answer;
-    if (::write(fd.Get(), line.data(), line.size()) < 0 || !host::ReceivePacket(fd.Get(), answer)) {
+    pollfd answered{fd.Get(), POLLIN, 0};
+    if (::write(fd.Get(), line.data(), line.size()) < 0 ||
+        ::poll(&answered, 1, static_cast<int>(kPatience / std::chrono::milliseconds(1))) < 0 ||
+        !host::ReceivePacket(fd.Get(), answer)) {
         return {kConflict, object + ": " + (errno == 0 ? "the PPS server has ended" : std::strerror(errno))};
     }
     reply = host::ParseReply(answer);
@@ -66,11 +74,14 @@ Outcome WriteLine(const std::string& json) {
 
 Outcome GiveOrder(const std::string& order) {
     const Words words = WordsOf(order);
-    const bool namesFile = words.size() > 1 && words[0] == "restart" && !NumberOf(words[1]);
-    if (words.empty() || Contains(kNotForPages, words[0]) || namesFile || order.find('\n') != std::string::npos) {
+    constexpr long kMostSeed = 4294967295;
+    // What is no seed would be a file's name.
+    const bool namesFile =
+        words.size() > 1 && words[0] == "restart" && (words.size() > 2 || !NumberIn(words[1], 0, kMostSeed));
+    if (words.empty() || !Contains(kOrders, words[0]) || namesFile || order.find('\n') != std::string::npos) {
         return {kBadRequest, "not an order for pages"};
     }
-    const mcusim::OrderResult result = mcusim::GiveOrder(order);
+    const mcusim::OrderResult result = mcusim::GiveOrder(order, kPatience);
     return {result.isObeyed ? 200 : kConflict, result.text};
 }
 

@@ -1,5 +1,8 @@
 #include "tools/panel/Feed.h"
 
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
 #include <algorithm>
 
 #include "platform/pps/Line.h"
@@ -28,6 +31,12 @@ void AppendNumber(std::string& json, const char* name, std::uint64_t number) {
     json.append(json.size() > 1 ? ",\"" : "\"").append(name).append("\":").append(std::to_string(number));
 }
 
+std::string Quoted(const std::string& text) {
+    rapidjson::StringBuffer json;
+    rapidjson::Writer<rapidjson::StringBuffer>(json).String(text.c_str());
+    return json.GetString();
+}
+
 /// Carries out what a text says of an object.
 void Apply(ppsd::Object& object, std::string_view text) {
     while (!text.empty()) {
@@ -50,7 +59,9 @@ void Feed::AddText(const std::string& path, std::string_view text) {
     const auto found = m_objects.try_emplace(path, path.substr(path.rfind('/') + 1)).first;
     Apply(found->second, text);
     m_changes.push_back(ppsctl::JsonOf(path, text, ""));
-    if (m_changes.size() > kMaxChanges) {
+    m_changeBytes += m_changes.back().size();
+    while (m_changeBytes > kMaxChangeBytes) {
+        m_changeBytes -= m_changes.front().size();
         m_changes.pop_front();
         ++m_firstChange;
     }
@@ -67,12 +78,6 @@ void Feed::AddPacket(const mculink::LinkPacket& packet, std::string json) {
     m_isNew.notify_all();
 }
 
-void Feed::ForgetPackets() {
-    const std::lock_guard lock(m_mutex);
-    m_firstPacket += m_packets.size();
-    m_packets.clear();
-}
-
 void Feed::SetPeers(const std::string& json) {
     const std::lock_guard lock(m_mutex);
     if (m_peers != json) {
@@ -82,8 +87,17 @@ void Feed::SetPeers(const std::string& json) {
     }
 }
 
+void Feed::SetLink(const std::string& text) {
+    const std::lock_guard lock(m_mutex);
+    if (m_link != text) {
+        m_link = text;
+        ++m_peersNumber;
+        m_isNew.notify_all();
+    }
+}
+
 bool Feed::HasNews(const Place& place) const {
-    return !place.hasObjects || place.packet < m_firstPacket + m_packets.size() ||
+    return !place.hasObjects || place.packet.value_or(m_firstPacket) < m_firstPacket + m_packets.size() ||
            place.change < m_firstChange + m_changes.size() || place.peers != m_peersNumber;
 }
 
@@ -101,6 +115,7 @@ std::string Feed::Next(Place& place, std::chrono::milliseconds limit) {
     AppendObjects(json, place);
     if (place.peers != m_peersNumber) {
         json.append(json.size() > 1 ? ",\"peers\":" : "\"peers\":").append(m_peers);
+        json.append(",\"link\":").append(Quoted(m_link));
         place.peers = m_peersNumber;
     }
     return json + "}";
@@ -108,22 +123,19 @@ std::string Feed::Next(Place& place, std::chrono::milliseconds limit) {
 
 void Feed::AppendPackets(std::string& json, Place& place) const {
     const std::uint64_t end = m_firstPacket + m_packets.size();
-    if (place.packet > end) {
-        place.packet = m_firstPacket; // of a panel that ran before
+    const std::uint64_t next = place.packet.value_or(m_firstPacket);
+    const std::uint64_t first = std::max(next, m_firstPacket);
+    if (first > next) {
+        AppendNumber(json, "lost", first - next);
     }
-    if (place.packet < m_firstPacket) {
-        AppendNumber(json, "lost", m_firstPacket - place.packet);
-        place.packet = m_firstPacket;
+    const auto count = std::min<std::uint64_t>(end - std::min(first, end), kMaxPerUpdate);
+    if (count > 0) {
+        AppendNumber(json, "first", first);
+        const auto begin = m_packets.begin() + static_cast<std::ptrdiff_t>(first - m_firstPacket);
+        AppendArray(json, "packets", begin, begin + static_cast<std::ptrdiff_t>(count),
+                    [](const Packet& each) -> const std::string& { return each.json; });
     }
-    if (place.packet == end) {
-        return;
-    }
-    AppendNumber(json, "first", place.packet);
-    const auto begin = m_packets.begin() + static_cast<std::ptrdiff_t>(place.packet - m_firstPacket);
-    const auto count = std::min<std::uint64_t>(end - place.packet, kMaxPerUpdate);
-    AppendArray(json, "packets", begin, begin + static_cast<std::ptrdiff_t>(count),
-                [](const Packet& each) -> const std::string& { return each.json; });
-    place.packet += count;
+    place.packet = first + count;
 }
 
 void Feed::AppendObjects(std::string& json, Place& place) const {
@@ -151,6 +163,11 @@ void Feed::Stop() {
     const std::lock_guard lock(m_mutex);
     m_isStopped = true;
     m_isNew.notify_all();
+}
+
+bool Feed::IsStopped() const {
+    const std::lock_guard lock(m_mutex);
+    return m_isStopped;
 }
 
 } // namespace panel

@@ -23,30 +23,30 @@ class Feed {
 public:
     /// The packets that are kept, of which a page may be behind: a minute's at 2,000 a second.
     static constexpr std::size_t kMaxPackets = 131072;
-    static constexpr std::size_t kMaxChanges = 4096;
+    static constexpr std::size_t kMaxChangeBytes = 4U << 20U;
 
     /// How far a page has read.
     struct Place {
-        std::uint64_t packet = 0; ///< number of the next packet
-        std::uint64_t change = 0; ///< number of the next change
-        std::uint64_t peers = 0;  ///< the state of the peers that it has
-        bool hasObjects = false;  ///< whether it has the objects' states
+        std::optional<std::uint64_t> packet; ///< number of the next packet; nothing: the first that is kept
+        std::uint64_t change = 0;            ///< number of the next change
+        std::uint64_t peers = 0;             ///< the state of the peers that it has
+        bool hasObjects = false;             ///< whether it has the objects' states
     };
 
     /// Takes in what an object's subscriber reads, from its state on.
     void AddText(const std::string& path, std::string_view text);
 
     void AddPacket(const mculink::LinkPacket& packet, std::string json);
-    /// The link is another one from now on; its packets begin anew.
-    void ForgetPackets();
-
     /// @param json who is there, as a JSON object
     void SetPeers(const std::string& json);
+
+    /// @param text what is wrong with the recording of the link, for people; empty: nothing
+    void SetLink(const std::string& text);
 
     /// The next update for a page, as JSON: what is new since its place, which it then has. It waits up to @p limit for
     /// something new, and returns an empty text without.
     ///
-    ///   {"first": N, "packets": [..], "lost": N, "objects": [..], "states": [..], "peers": {..}}
+    ///   {"first": N, "packets": [..], "lost": N, "objects": [..], "states": [..], "peers": {..}, "link": TEXT}
     ///
     /// "first" is the number of the first packet, "lost" the number of those that went by before the page read them.
     /// "states" are the whole objects, for a page that is new or was far behind.
@@ -57,6 +57,7 @@ public:
 
     /// Ends all waits, from now on.
     void Stop();
+    bool IsStopped() const;
 
 private:
     struct Packet {
@@ -74,9 +75,11 @@ private:
     std::map<std::string, ppsd::Object> m_objects; // by their paths
     std::deque<std::string> m_changes;             // as JSON
     std::uint64_t m_firstChange = 0;               // the number of the first one kept
+    std::size_t m_changeBytes = 0;
     std::deque<Packet> m_packets;
     std::uint64_t m_firstPacket = 0;
     std::string m_peers = "{}";
+    std::string m_link;
     std::uint64_t m_peersNumber = 1;
 };
 

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "platform/posix/UniqueFd.h"
 #include "tools/mculink/PacketPrinter.h"
@@ -89,22 +90,22 @@ void LinkFollower::Run(int stopFd) {
 void LinkFollower::FollowOnce(int stopFd) {
     std::FILE* const file = OpenGrowing(m_path, stopFd);
     if (file == nullptr) {
-        return; // not yet there
+        m_feed.SetLink(m_path + ": " + std::strerror(errno));
+        return;
     }
-    m_feed.ForgetPackets();
     mculink::RecordingReader reader;
     mculink::PrintOptions options;
     options.json = true;
     mculink::PacketPrinter printer(options);
     std::string error;
     if (reader.Open(file, error)) {
-        while (const auto packet = reader.Next(error)) {
+        m_feed.SetLink("");
+        for (auto packet = reader.Next(error); packet && !IsStopped(stopFd, 0); packet = reader.Next(error)) {
             m_feed.AddPacket(*packet, printer.LineOf(*packet).value_or("{}"));
         }
     }
-    if (!error.empty() && error != m_complaint && !IsStopped(stopFd, 0)) {
-        std::fprintf(stderr, "melvane-panel: %s: %s\n", m_path.c_str(), error.c_str());
-        m_complaint = error;
+    if (!error.empty()) {
+        m_feed.SetLink(m_path + ": " + error);
     }
 }
 

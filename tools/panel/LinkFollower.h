@@ -22,7 +22,6 @@ private:
 
     std::string m_path;
     Feed& m_feed;
-    std::string m_complaint; // the last one, which is said once
 };
 
 } // namespace panel

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "tools/panel/Page.h"
+#include "tools/panel/PeerUser.h"
 
 namespace panel {
 
@@ -14,7 +15,7 @@ namespace {
 /// Each open page has a thread, and so has each request under way.
 constexpr int kMaxPages = 24;
 constexpr int kThreads = kMaxPages + 8;
-constexpr std::size_t kMaxBody = 1U << 20U;
+constexpr std::size_t kMaxBody = 4U << 20U;
 constexpr std::chrono::seconds kHeartbeat(5);
 
 constexpr std::size_t kPanelId = 8; // characters of the token
@@ -48,7 +49,7 @@ void Answer(httplib::Response& response, int status, const std::string& text) {
 
 } // namespace
 
-WebServer::WebServer(Feed& feed) : m_feed(feed), m_token(RandomWord()) {
+WebServer::WebServer(Feed& feed, Users users) : m_feed(feed), m_users(users), m_token(RandomWord()) {
     m_server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
     m_server.set_payload_max_length(kMaxBody);
     m_server.set_keep_alive_timeout(2);
@@ -60,7 +61,7 @@ WebServer::WebServer(Feed& feed) : m_feed(feed), m_token(RandomWord()) {
         if (IsAllowed(request)) {
             return httplib::Server::HandlerResponse::Unhandled;
         }
-        Answer(response, kForbidden, "not from this panel's own page\n");
+        Answer(response, kForbidden, "not from this panel's own page, or not from its own user\n");
         return httplib::Server::HandlerResponse::Handled;
     });
     AddRoutes();
@@ -95,12 +96,22 @@ bool WebServer::IsAllowed(const httplib::Request& request) const {
     const std::string host = request.get_header_value("Host");
     const std::string port = ":" + std::to_string(m_port);
     const std::string origin = request.get_header_value("Origin");
-    const bool isOwnHost = host == "127.0.0.1" + port || host == "localhost" + port;
+    constexpr int kUsualPort = 80; // which browsers leave out
+    const bool isOwnHost = host == "127.0.0.1" + port || host == "localhost" + port ||
+                           (m_port == kUsualPort && (host == "127.0.0.1" || host == "localhost"));
     const bool isOwnOrigin = origin.empty() || origin == "http://" + host;
     const std::string site = request.get_header_value("Sec-Fetch-Site");
-    const bool isOwnSite = site.empty() || site == "same-origin" || site == "none";
+    // A link elsewhere may lead to the page, which then is a page of its own.
+    const bool isVisit = request.path == "/" && request.get_header_value("Sec-Fetch-Mode") == "navigate" &&
+                         request.get_header_value("Sec-Fetch-Dest") == "document";
+    const bool isOwnSite = site.empty() || site == "same-origin" || site == "none" || isVisit;
     const bool mayAct = request.method == "GET" || request.get_header_value("X-Token") == m_token;
-    return isOwnHost && isOwnOrigin && isOwnSite && mayAct;
+    return isOwnHost && isOwnOrigin && isOwnSite && mayAct && IsAllowedUser(request.remote_port);
+}
+
+bool WebServer::IsAllowedUser(int peerPort) const {
+    const std::optional<uid_t> user = m_users == Users::Own ? UserOfPeer(peerPort, m_port) : ::geteuid();
+    return user && (*user == ::geteuid() || *user == 0);
 }
 
 void WebServer::AddRoutes() {
@@ -142,13 +153,18 @@ void WebServer::SendUpdates(const httplib::Request& request, httplib::Response& 
         return;
     }
     const auto place = std::make_shared<Feed::Place>();
-    place->packet = std::strtoull(request.get_param_value("packet").c_str(), nullptr, 10);
+    if (request.has_param("packet")) {
+        place->packet = std::strtoull(request.get_param_value("packet").c_str(), nullptr, 10);
+    }
     response.set_chunked_content_provider(
         "text/event-stream",
         [this, place](std::size_t offset, httplib::DataSink& sink) {
             // First of all a page has to know whether it is this panel's.
             const std::string update =
                 offset == 0 ? R"({"panel":")" + m_token.substr(0, kPanelId) + R"("})" : m_feed.Next(*place, kHeartbeat);
+            if (m_feed.IsStopped()) {
+                return false;
+            }
             const std::string event = update.empty() ? ":\n\n" : "data: " + update + "\n\n";
             return sink.write(event.data(), event.size());
         },

@@ -13,12 +13,15 @@
 
 namespace panel {
 
+enum class Users { Own, Any };
+
 /// Serves the page, and what it asks for, to browsers of this machine. A page of another origin gets nothing, and what
 /// is to be done also takes the token that stands in the page.
 class WebServer {
 public:
     /// @param feed outlives it
-    explicit WebServer(Feed& feed);
+    /// @param users whose browsers are served; root's are always. The panel does what they ask in its own user's name
+    WebServer(Feed& feed, Users users);
     ~WebServer() { Stop(); }
     WebServer(const WebServer&) = delete;
     WebServer& operator=(const WebServer&) = delete;
@@ -33,12 +36,14 @@ public:
 
 private:
     bool IsAllowed(const httplib::Request& request) const;
+    bool IsAllowedUser(int peerPort) const;
     void AddRoutes();
     void SendPage(httplib::Response& response) const;
     void SendUpdates(const httplib::Request& request, httplib::Response& response);
     void AddAction(const char* path, const std::function<Outcome(const std::string& body)>& act);
 
     Feed& m_feed;
+    Users m_users;
     std::string m_token;
     int m_port = 0;
     std::atomic<int> m_pages{0};

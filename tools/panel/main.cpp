@@ -16,9 +16,9 @@
 namespace {
 
 /// Serves until a signal comes.
-int Serve(int port, const std::string& link, int signals) {
+int Serve(int port, const std::string& link, panel::Users users, int signals) {
     panel::Feed feed;
-    panel::WebServer server(feed);
+    panel::WebServer server(feed, users);
     const int bound = server.Start(port);
     if (bound == 0) {
         std::fprintf(stderr, "melvane-panel: 127.0.0.1:%d: %s\n", port,
@@ -28,7 +28,9 @@ int Serve(int port, const std::string& link, int signals) {
     const UniqueFd stop(::eventfd(0, EFD_CLOEXEC));
     std::thread objects([&] { panel::ObjectsWatch(feed).Run(stop.Get()); });
     std::thread packets([&] {
-        if (!link.empty()) {
+        if (link.empty()) {
+            feed.SetLink("the panel was started without --link, so it has no packets");
+        } else {
             panel::LinkFollower(link, feed).Run(stop.Get());
         }
     });
@@ -60,9 +62,13 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--link", link, "show the packets of this recording as it grows: what mculink --record writes")
         ->type_name("FILE_OR_PIPE");
+    bool isForAnyUser = false;
+    app.add_flag(
+        "--any-user", isForAnyUser,
+        "serve every user of this machine, who can then do what the panel's user may; otherwise that user and root");
     if (const auto status = ParseCommandLine(app, argc, argv)) {
         return *status;
     }
     const UniqueFd signals = StopSignals();
-    return Serve(port, link, signals.Get());
+    return Serve(port, link, isForAnyUser ? panel::Users::Any : panel::Users::Own, signals.Get());
 }

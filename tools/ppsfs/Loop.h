@@ -23,7 +23,7 @@ public:
     virtual void OnEvents(std::uint32_t events) = 0;
     /// The time set with Loop::SetDue() has come.
     virtual void OnDue() {}
-    /// The loop ends.
+    /// The loop ends: those who wait for something are to be told.
     virtual void OnEnd() {}
 };
 

@@ -51,7 +51,7 @@ public:
 
     void OnEvents(std::uint32_t events) override;
     void OnDue() override;
-    void OnEnd() override { Close(); }
+    void OnEnd() override { Lose(); }
 
 private:
     /// The server answers without waiting for us to read, and drops who does not, so no more are sent at a time.

@@ -4,6 +4,7 @@
 // file below the root. With TLG_PPS=files in the environment PPS objects are files below the root too, those of a
 // mounted ppsfs.
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
@@ -59,9 +60,8 @@ bool ArePpsObjectsFiles() {
 
 /// Opens a file of a mounted ppsfs. As from the server itself, the directories of a new object need not be there.
 int OpenMounted(const std::string& path, int oflag, mode_t mode) {
-    constexpr long kFuse = 0x65735546;
     struct statfs system {};
-    if (::statfs(BelowRoot(kPpsDirectory).c_str(), &system) != 0 || system.f_type != kFuse) {
+    if (::statfs(BelowRoot(kPpsDirectory).c_str(), &system) != 0 || system.f_type != FUSE_SUPER_MAGIC) {
         errno = ECONNREFUSED; // nothing is mounted: the files would be nobody's objects
         return -1;
     }

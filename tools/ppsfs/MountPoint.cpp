@@ -1,6 +1,7 @@
 #include "tools/ppsfs/MountPoint.h"
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <spawn.h>
 #include <sys/file.h>
 #include <sys/mount.h>
@@ -99,10 +100,9 @@ std::string MountPoint::Lock() {
         return std::strerror(errno);
     }
     // Where another is mounted already, this is its root; where it is about to be, it has the lock.
-    constexpr long kFuse = 0x65735546;
     const std::string another = "another ppsfs serves it";
     if (status.st_dev != parent.st_dev) {
-        return system.f_type == kFuse && IsPpsfs(m_path) ? another : "something else is mounted there";
+        return system.f_type == FUSE_SUPER_MAGIC && IsPpsfs(m_path) ? another : "something else is mounted there";
     }
     if (::flock(m_directory.Get(), LOCK_EX | LOCK_NB) != 0) {
         return errno == EWOULDBLOCK ? another : std::strerror(errno);

@@ -10,7 +10,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tools/mculink/LinkPacket.h"
 #include "tools/ppsd/Object.h"
@@ -23,6 +22,7 @@ class Feed {
 public:
     /// The packets that are kept, of which a page may be behind: a minute's at 2,000 a second.
     static constexpr std::size_t kMaxPackets = 131072;
+    /// The changes that are kept, in bytes of JSON. A page that is further behind gets the objects' states.
     static constexpr std::size_t kMaxChangeBytes = 4U << 20U;
 
     /// How far a page has read.
@@ -36,7 +36,9 @@ public:
     /// Takes in what an object's subscriber reads, from its state on.
     void AddText(const std::string& path, std::string_view text);
 
+    /// @param json the packet as pages get it
     void AddPacket(const mculink::LinkPacket& packet, std::string json);
+
     /// @param json who is there, as a JSON object
     void SetPeers(const std::string& json);
 

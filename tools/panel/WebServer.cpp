@@ -2,8 +2,12 @@
 
 #include <sys/random.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstdlib>
 #include <memory>
+#include <stdexcept>
 
 #include "tools/panel/Page.h"
 #include "tools/panel/PeerUser.h"
@@ -17,8 +21,8 @@ constexpr int kMaxPages = 24;
 constexpr int kThreads = kMaxPages + 8;
 constexpr std::size_t kMaxBody = 4U << 20U;
 constexpr std::chrono::seconds kHeartbeat(5);
-
-constexpr std::size_t kPanelId = 8; // characters of the token
+/// By so many characters of the token a page knows its panel.
+constexpr std::size_t kPanelId = 8;
 
 constexpr int kForbidden = 403;
 constexpr int kTooMany = 503;

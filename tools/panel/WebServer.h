@@ -13,6 +13,7 @@
 
 namespace panel {
 
+/// Whose browsers are served: those of the panel's own user and root, or everybody's.
 enum class Users { Own, Any };
 
 /// Serves the page, and what it asks for, to browsers of this machine. A page of another origin gets nothing, and what
@@ -20,7 +21,7 @@ enum class Users { Own, Any };
 class WebServer {
 public:
     /// @param feed outlives it
-    /// @param users whose browsers are served; root's are always. The panel does what they ask in its own user's name
+    /// @param users the panel does what they ask in its own user's name
     WebServer(Feed& feed, Users users);
     ~WebServer() { Stop(); }
     WebServer(const WebServer&) = delete;

@@ -1,5 +1,7 @@
 #include "tools/ppsfs/Nodes.h"
 
+#include <algorithm>
+
 #include "tools/ppsfs/Fuse.h"
 
 namespace ppsfs {
